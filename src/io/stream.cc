@@ -1,0 +1,74 @@
+// The only translation unit (with the accept loop) that sees libfcgi's stdio
+// layer: its printf is libfcgi's own formatter, so nothing here formats
+// through it; everything is formatted locally and written as bytes.
+#include "io/stream.h"
+
+#include <fcgi_stdio.h>
+
+#include <cstdarg>
+#include <cstdlib>
+
+namespace {
+
+void fcgi_write(const void* data, size_t size) {
+  // FCGI_fwrite takes a non-const pointer but does not write through it.
+  FCGI_fwrite(const_cast<void*>(data), 1, size, FCGI_stdout);
+}
+
+size_t fcgi_read(void* data, size_t size) {
+  return FCGI_fread(data, 1, size, FCGI_stdin);
+}
+
+void fcgi_error(const char* text, size_t size) {
+  FCGI_fwrite(const_cast<char*>(text), 1, size, FCGI_stderr);
+}
+
+const stream_hooks kFcgiStreams = {fcgi_write, fcgi_read, fcgi_error};
+const stream_hooks* g_streams = &kFcgiStreams;
+
+}  // namespace
+
+void set_stream_hooks(const stream_hooks* hooks) {
+  g_streams = hooks != nullptr ? hooks : &kFcgiStreams;
+}
+
+void stream_write(const void* data, size_t size) {
+  if (size > 0) g_streams->write(data, size);
+}
+
+void stream_write_text(const char* text) {
+  size_t size = 0;
+  while (text[size] != '\0') ++size;
+  stream_write(text, size);
+}
+
+void stream_printf(const char* format, ...) {
+  char line[1024];
+  va_list args;
+  va_start(args, format);
+  int n = vsnprintf(line, sizeof line, format, args);
+  va_end(args);
+  if (n < 0) return;
+  size_t size = static_cast<size_t>(n) < sizeof line ? static_cast<size_t>(n)
+                                                     : sizeof line - 1;
+  stream_write(line, size);
+}
+
+size_t stream_read(void* data, size_t size) {
+  if (size == 0) return 0;
+  return g_streams->read(data, size);
+}
+
+void stream_error(const char* format, ...) {
+  char line[512];
+  va_list args;
+  va_start(args, format);
+  int n = vsnprintf(line, sizeof line, format, args);
+  va_end(args);
+  if (n < 0) return;
+  size_t size = static_cast<size_t>(n) < sizeof line ? static_cast<size_t>(n)
+                                                     : sizeof line - 1;
+  g_streams->error(line, size);
+}
+
+const char* request_env(const char* name) { return getenv(name); }
