@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Installs what the responder needs to build, test and run its demo, from
+# Debian's own packages, and checks that libfcgi carries the fix for
+# CVE-2025-23016 (a heap overflow in parameter parsing on 32-bit targets).
+# Usage: scripts/install-deps.sh [build|test|demo]...
+set -euo pipefail
+
+want=(build-essential cmake pkg-config libfcgi-dev libsqlite3-dev libxml2-dev
+      uuid-dev sqlite3)
+for role in "$@"; do
+  case "$role" in
+    build) ;;
+    test) want+=(libgtest-dev clang libclang-rt-14-dev lighttpd curl tzdata) ;;
+    demo) want+=(lighttpd curl tzdata) ;;
+    *) echo "install-deps: unknown role '$role'" >&2; exit 2 ;;
+  esac
+done
+
+missing=()
+for pkg in "${want[@]}"; do
+  dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q 'install ok installed' ||
+    missing+=("$pkg")
+done
+
+if [ "${#missing[@]}" -gt 0 ]; then
+  echo "install-deps: installing ${missing[*]}"
+  sudo_cmd=()
+  [ "$(id -u)" -eq 0 ] || sudo_cmd=(sudo)
+  "${sudo_cmd[@]}" apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive "${sudo_cmd[@]}" apt-get install -y -qq \
+    --no-install-recommends "${missing[@]}" >/dev/null
+fi
+
+# libfcgi: Debian's 2.4.2-2+deb12u1 carries the fix; upstream fixed it in 2.4.5.
+fcgi_version=$(dpkg-query -W -f='${Version}' libfcgi-dev)
+if ! dpkg --compare-versions "$fcgi_version" ge 2.4.2-2+deb12u1; then
+  echo "install-deps: libfcgi-dev $fcgi_version lacks the fix for CVE-2025-23016;" \
+       "upgrade to 2.4.2-2+deb12u1 or later" >&2
+  exit 1
+fi
