@@ -49,6 +49,14 @@ void send_control_message(control_message* msg) {
   msg->status = 2;
 }
 
+int send_control_command(int32_t command) {
+  control_message msg;
+  init_control_message(&msg);
+  msg.command = command;
+  send_control_message(&msg);
+  return msg.status;
+}
+
 void drain_control_queue(int queue_id) {
   struct msqid_ds state;
   if (msgctl(queue_id, IPC_STAT, &state) < 0) return;

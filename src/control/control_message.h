@@ -67,6 +67,10 @@ long init_control_message(control_message* msg);
 // send, leaves zeros with status 2.
 void send_control_message(control_message* msg);
 
+// The usual exchange of a command without payload: sends it, waits, and
+// returns the reply's status (2 when the daemon did not answer).
+int send_control_command(int32_t command);
+
 // Removes whatever waits on a queue (stale replies of an earlier run).
 void drain_control_queue(int queue_id);
 

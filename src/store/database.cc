@@ -139,6 +139,17 @@ int db_query_int(int fallback, const char* format, ...) {
   return result.integer(0, 0, fallback);
 }
 
+bool db_query_text(char* field, size_t size, const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  QueryResult result = db_vquery(format, args);
+  va_end(args);
+  const char* cell = result.text(0, 0);
+  if (cell == nullptr) return false;
+  copy_bounded(field, size, cell);
+  return true;
+}
+
 void db_close_main() {
   request_context& ctx = context();
   if (ctx.db != nullptr) sqlite3_close(ctx.db);

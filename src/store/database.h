@@ -13,6 +13,7 @@
 #include <sqlite3.h>
 
 #include <cstdarg>
+#include <cstddef>
 
 // Opens the database at `path` (which must exist: the schema belongs to the
 // camera's firmware) and installs the busy handler. Null on failure.
@@ -64,6 +65,11 @@ bool db_exec(const char* format, ...);
 // The first cell of a one-value query as an integer, or `fallback` when the
 // query fails or returns no row.
 int db_query_int(int fallback, const char* format, ...);
+
+// Copies the first cell of a one-value query into a fixed field (cut to
+// size - 1 characters). False, leaving the field untouched, when the query
+// fails, returns no row, or the cell is NULL.
+bool db_query_text(char* field, size_t size, const char* format, ...);
 
 // Closes the main connection. Every later statement of the process fails
 // cleanly.
