@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# Builds the responder twice (a normal build in build/ and an
+# AddressSanitizer + UndefinedBehaviorSanitizer build in build-asan/) and
+# runs the whole test suite against each. Installs what it needs first.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/install-deps.sh build test
+
+jobs=$(nproc 2>/dev/null || echo 2)
+status=0
+
+run_suite() {
+  local dir=$1; shift
+  echo "== configure and build $dir ($*)"
+  cmake -S . -B "$dir" "$@" >/dev/null
+  cmake --build "$dir" -j"$jobs"
+  echo "== test $dir"
+  (cd "$dir" && ctest --output-on-failure -j"$jobs") || status=1
+}
+
+run_suite build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
+UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+  run_suite build-asan -DCMAKE_BUILD_TYPE=Debug -DPSIA_SANITIZE=ON
+
+exit $status
