@@ -51,7 +51,9 @@ void expect_routes(const RouteCase* cases, size_t count, int ptz_support) {
       ASSERT_NE(target.second, nullptr);
       EXPECT_STREQ(target.second, c.second);
     }
-    if (c.expected.number != nullptr) EXPECT_EQ(target.number, c.number);
+    if (c.expected.number != nullptr) {
+      EXPECT_EQ(target.number, c.number);
+    }
   }
 }
 
