@@ -51,8 +51,22 @@ struct Options {
   std::string ready_path;
 };
 
+const char kUsage[] =
+    "usage: psia-control-sim [options]\n"
+    "  --request-key K          request queue key (default 1111)\n"
+    "  --reply-key K            reply queue key (default 2222)\n"
+    "  --status CODE=STATUS     reply status for a command (default 1)\n"
+    "  --silent CODE            never answer a command\n"
+    "  --delay CODE=MS          wait before answering a command\n"
+    "  --reply-int CODE=OFF:V   put a 32-bit value into a reply's payload\n"
+    "  --position-frame HEX     command 65's position frame (payload byte 4 on)\n"
+    "  --transfer-dir DIR       where command 11 writes the configuration file\n"
+    "  --log FILE               decoded command log (default: standard error)\n"
+    "  --record FILE            code, status and payload hex of every command\n"
+    "  --ready-file FILE        written once the queues exist\n";
+
 [[noreturn]] void usage(const char* why) {
-  std::fprintf(stderr, "psia-control-sim: %s\n", why);
+  std::fprintf(stderr, "psia-control-sim: %s\n%s", why, kUsage);
   std::exit(2);
 }
 
@@ -88,6 +102,10 @@ Options parse_options(int argc, char** argv) {
   o.position_frame = parse_hex("FF0100A1004AFF2774044C");
   for (int i = 1; i < argc; ++i) {
     std::string name = argv[i];
+    if (name == "--help") {
+      std::fputs(kUsage, stdout);
+      std::exit(0);
+    }
     if (i + 1 >= argc) usage(("missing value for " + name).c_str());
     std::string value = argv[++i];
     if (name == "--request-key") {
