@@ -4,6 +4,7 @@
 #include "io/stream.h"
 
 #include <fcgi_stdio.h>
+#include <unistd.h>
 
 #include <cstdarg>
 #include <cstdlib>
@@ -20,6 +21,14 @@ size_t fcgi_read(void* data, size_t size) {
 }
 
 void fcgi_error(const char* text, size_t size) {
+  // Before the first accept libfcgi has not bound its error stream to
+  // anything and would drop the text: start-up failures go straight to
+  // descriptor 2, which the web server (or the shell) logs.
+  if (FCGI_stderr->stdio_stream == nullptr && FCGI_stderr->fcgx_stream == nullptr) {
+    ssize_t ignored = write(2, text, size);
+    (void)ignored;
+    return;
+  }
   FCGI_fwrite(const_cast<char*>(text), 1, size, FCGI_stderr);
 }
 
