@@ -24,4 +24,8 @@ ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   run_suite build-asan -DCMAKE_BUILD_TYPE=Debug -DPSIA_SANITIZE=ON
 
+# A short run of every fuzz target from its seed corpus: any finding fails.
+echo "== fuzz smoke"
+scripts/fuzz.sh 5 || status=1
+
 exit $status
