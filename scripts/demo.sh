@@ -3,12 +3,14 @@
 # camera database under a demo root, and the control daemon simulator.
 # Installs what is missing and builds first. Ctrl-C stops everything.
 #
-# Usage: scripts/demo.sh [--port N] [--build-dir DIR] [--check]
+# Usage: scripts/demo.sh [--port N] [--build-dir DIR] [--check | --run CMD]
 #   --port N        listen on port N (default 8080; "auto" picks one from
 #                   this process's id, for test runs side by side)
 #   --build-dir DIR use the responder and simulator built in DIR (no build)
 #   --check         start, check a few answers through curl, stop; the
 #                   exit status says whether they were right
+#   --run CMD       start, run CMD (with PSIA_BASE_URL, PSIA_DEMO_ROOT and
+#                   PSIA_DEMO_RUN set), stop; exits with CMD's status
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source_dir=$(pwd)
@@ -16,12 +18,14 @@ source_dir=$(pwd)
 port=8080
 build_dir=
 check=no
+run_command=
 while [ $# -gt 0 ]; do
   case "$1" in
     --port) port=$2; shift 2 ;;
     --build-dir) build_dir=$2; shift 2 ;;
     --check) check=yes; shift ;;
-    *) echo "usage: $0 [--port N] [--build-dir DIR] [--check]" >&2; exit 2 ;;
+    --run) run_command=$2; shift 2 ;;
+    *) echo "usage: $0 [--port N] [--build-dir DIR] [--check | --run CMD]" >&2; exit 2 ;;
   esac
 done
 
@@ -54,7 +58,7 @@ pids=()
 cleanup() {
   for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
   for pid in "${pids[@]}"; do wait "$pid" 2>/dev/null || true; done
-  if [ "$check" = yes ]; then rm -rf "$run"; fi
+  if [ "$check" = yes ] || [ -n "$run_command" ]; then rm -rf "$run"; fi
 }
 trap cleanup EXIT
 trap 'exit 130' INT TERM
@@ -98,6 +102,11 @@ if [ "$check" = yes ]; then
   expect "unknown resource" demo/expected/unknown.http \
     -u admin:admin "$base/PSIA/Nothing/here"
   exit $((failures > 0))
+fi
+
+if [ -n "$run_command" ]; then
+  PSIA_BASE_URL=$base PSIA_DEMO_ROOT=$root PSIA_DEMO_RUN=$run bash -c "$run_command"
+  exit $?
 fi
 
 cat <<MSG

@@ -2,7 +2,7 @@
 # Installs what the responder needs to build, test and run its demo, from
 # Debian's own packages, and checks that libfcgi carries the fix for
 # CVE-2025-23016 (a heap overflow in parameter parsing on 32-bit targets).
-# Usage: scripts/install-deps.sh [build|test|demo]...
+# Usage: scripts/install-deps.sh [build|test|demo|bench]...
 set -euo pipefail
 
 want=(build-essential cmake pkg-config libfcgi-dev libsqlite3-dev libxml2-dev
@@ -12,6 +12,7 @@ for role in "$@"; do
     build) ;;
     test) want+=(libgtest-dev clang libclang-rt-14-dev lighttpd curl tzdata) ;;
     demo) want+=(lighttpd curl tzdata) ;;
+    bench) want+=(lighttpd curl tzdata wrk valgrind) ;;
     *) echo "install-deps: unknown role '$role'" >&2; exit 2 ;;
   esac
 done
@@ -26,7 +27,10 @@ if [ "${#missing[@]}" -gt 0 ]; then
   echo "install-deps: installing ${missing[*]}"
   sudo_cmd=()
   [ "$(id -u)" -eq 0 ] || sudo_cmd=(sudo)
-  "${sudo_cmd[@]}" apt-get update -qq
+  # A mirror caught mid-sync (seen with the armhf security index) fails
+  # the update; the indexes that did arrive are enough to install from.
+  "${sudo_cmd[@]}" apt-get update -qq ||
+    echo "install-deps: some package indexes failed to download; going on with the rest" >&2
   DEBIAN_FRONTEND=noninteractive "${sudo_cmd[@]}" apt-get install -y -qq \
     --no-install-recommends "${missing[@]}" >/dev/null
 fi

@@ -1,0 +1,60 @@
+-- wrk script of the soak run: a mix of reads, a change answered by the
+-- control daemon, an unknown path and a wrong password, in turn. Every
+-- answer is classified (a document, a ResponseStatus code, or an HTTP
+-- status) and checked: its Content-Length must equal the bytes received.
+local admin = "Basic YWRtaW46YWRtaW4="
+local wrong = "Basic YWRtaW46d3Jvbmc="
+local mix = {
+  {"GET", "/PSIA/index", admin},
+  {"GET", "/PSIA/System/deviceInfo", admin},
+  {"GET", "/PSIA/Streaming/channels", admin},
+  {"PUT", "/PSIA/System/time/timeZone", admin, "JST-9"},
+  {"GET", "/PSIA/System/time", admin},
+  {"GET", "/PSIA/Nothing/here", admin},
+  {"GET", "/PSIA/index", wrong},
+}
+
+local threads = {}
+function setup(thread) table.insert(threads, thread) end
+
+function init(args)
+  counts = {}
+  malformed = 0
+  turn = 0
+end
+
+function request()
+  turn = turn % #mix + 1
+  local r = mix[turn]
+  return wrk.format(r[1], r[2], {Authorization = r[3]}, r[4])
+end
+
+function response(status, headers, body)
+  local kind
+  if status ~= 200 then
+    kind = "http " .. status
+  else
+    local code = body:match("<statusCode>(%d+)</statusCode>")
+    kind = code and ("status " .. code) or "document"
+  end
+  counts[kind] = (counts[kind] or 0) + 1
+  local length = tonumber(headers["Content-Length"])
+  if length ~= #body then malformed = malformed + 1 end
+end
+
+function done(summary, latency, requests)
+  local total, bad = {}, 0
+  for _, thread in ipairs(threads) do
+    for kind, n in pairs(thread:get("counts")) do total[kind] = (total[kind] or 0) + n end
+    bad = bad + thread:get("malformed")
+  end
+  local kinds = {}
+  for kind in pairs(total) do table.insert(kinds, kind) end
+  table.sort(kinds)
+  for _, kind in ipairs(kinds) do io.write(string.format("answers %-12s %d\n", kind, total[kind])) end
+  io.write(string.format("answers malformed %d\n", bad))
+  io.write(string.format("errors connect %d read %d write %d timeout %d status %d\n",
+    summary.errors.connect, summary.errors.read, summary.errors.write,
+    summary.errors.timeout, summary.errors.status))
+  io.write(string.format("requests %d\n", summary.requests))
+end
