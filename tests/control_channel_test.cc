@@ -4,7 +4,9 @@
 #include <sys/msg.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstring>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -55,6 +57,21 @@ TEST(ControlChannel, ASlowDaemonIsWaitedForAndASilentOneGivesTwo) {
   // Nothing of the request survives a missing reply.
   EXPECT_EQ(msg.command, 0);
   EXPECT_EQ(control_get_int(&msg, 0), 0);
+}
+
+TEST(ControlChannel, AReplyThatComesTooLateAnswersTheNextExchange) {
+  // Replies are matched by process id only: a late reply waits in the
+  // queue and is taken by the next exchange of the same process.
+  Exchange exchange({"--delay", "8=5600", "--status", "8=7", "--status", "41=1"});
+  EXPECT_EQ(send_control_command(kCommandReboot), 2);
+  usleep(800000);
+  control_message msg;
+  init_control_message(&msg);
+  msg.command = kCommandNetworkApply;
+  send_control_message(&msg);
+  EXPECT_EQ(msg.command, kCommandReboot);  // the late reply of command 8
+  EXPECT_EQ(msg.status, 3);
+  EXPECT_EQ(send_control_command(kCommandPtzControl), 1);  // 41's reply, in turn
 }
 
 TEST(ControlChannel, PayloadFieldsArriveAtTheirOffsets) {
@@ -114,6 +131,21 @@ TEST(ControlChannel, DrainRemovesStaleMessagesOfAnySize) {
   EXPECT_EQ(state.msg_qnum, 0u);
   msgctl(queue, IPC_RMID, nullptr);
   drain_control_queue(queue);  // a queue that is gone is left alone
+}
+
+TEST(ControlChannel, StartUpWaitsForTheDaemonsQueues) {
+  int key = 0x5d000000 + (getpid() & 0xffff);
+  std::thread daemon([key] {
+    usleep(1200000);
+    msgget(key, IPC_CREAT | 0666);
+  });
+  auto started = std::chrono::steady_clock::now();
+  int queue = attach_control_queue(key);
+  auto waited = std::chrono::steady_clock::now() - started;
+  daemon.join();
+  EXPECT_GE(queue, 0);
+  EXPECT_GE(waited, std::chrono::seconds(1));
+  msgctl(queue, IPC_RMID, nullptr);
 }
 
 TEST(ControlChannel, LongCommandsWaitLonger) {
