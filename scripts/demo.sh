@@ -7,10 +7,13 @@
 #   --port N        listen on port N (default 8080; "auto" picks one from
 #                   this process's id, for test runs side by side)
 #   --build-dir DIR use the responder and simulator built in DIR (no build)
+#   --responder CMD the program lighttpd starts instead of DIR's responder
+#                   (a wrapper that runs it under valgrind, say)
 #   --check         start, check a few answers through curl, stop; the
 #                   exit status says whether they were right
-#   --run CMD       start, run CMD (with PSIA_BASE_URL, PSIA_DEMO_ROOT and
-#                   PSIA_DEMO_RUN set), stop; exits with CMD's status
+#   --run CMD       start, run CMD (with PSIA_BASE_URL, PSIA_DEMO_ROOT,
+#                   PSIA_DEMO_RUN and the two queue keys set), stop; exits
+#                   with CMD's status
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source_dir=$(pwd)
@@ -19,10 +22,12 @@ port=8080
 build_dir=
 check=no
 run_command=
+responder=
 while [ $# -gt 0 ]; do
   case "$1" in
     --port) port=$2; shift 2 ;;
     --build-dir) build_dir=$2; shift 2 ;;
+    --responder) responder=$2; shift 2 ;;
     --check) check=yes; shift ;;
     --run) run_command=$2; shift 2 ;;
     *) echo "usage: $0 [--port N] [--build-dir DIR] [--check | --run CMD]" >&2; exit 2 ;;
@@ -39,7 +44,7 @@ if [ -z "$build_dir" ]; then
     --target psia-responder psia-control-sim
 fi
 build_dir=$(cd "$build_dir" && pwd)
-responder=$build_dir/psia-responder
+responder=${responder:-$build_dir/psia-responder}
 simulator=$build_dir/tools/psia-control-sim
 
 # Everything of one run lives in one directory: the camera root (PSIA_ROOT),
@@ -72,6 +77,10 @@ for _ in $(seq 50); do [ -e "$run/control.ready" ] && break; sleep 0.1; done
 sed -e "s|@PORT@|$port|" -e "s|@RUN@|$run|g" -e "s|@RESPONDER@|$responder|" \
     -e "s|@ROOT@|$root|" -e "s|@REQUEST_KEY@|$request_key|" \
     -e "s|@REPLY_KEY@|$reply_key|" demo/lighttpd.conf.in > "$run/lighttpd.conf"
+# More configuration for this run (the benchmarks add their references).
+if [ -n "${PSIA_LIGHTTPD_EXTRA:-}" ]; then
+  sed -e "s|@RUN@|$run|g" "$PSIA_LIGHTTPD_EXTRA" >> "$run/lighttpd.conf"
+fi
 lighttpd -D -f "$run/lighttpd.conf" &
 pids+=($!)
 
@@ -105,7 +114,9 @@ if [ "$check" = yes ]; then
 fi
 
 if [ -n "$run_command" ]; then
-  PSIA_BASE_URL=$base PSIA_DEMO_ROOT=$root PSIA_DEMO_RUN=$run bash -c "$run_command"
+  PSIA_BASE_URL=$base PSIA_DEMO_ROOT=$root PSIA_DEMO_RUN=$run \
+    PSIA_REQUEST_QUEUE_KEY=$request_key PSIA_REPLY_QUEUE_KEY=$reply_key \
+    bash -c "$run_command"
   exit $?
 fi
 
