@@ -32,6 +32,16 @@ void fcgi_error(const char* text, size_t size) {
   FCGI_fwrite(const_cast<char*>(text), 1, size, FCGI_stderr);
 }
 
+// Formats into `line`, cut to its size; returns the bytes it holds. (The
+// attribute is spelled __printf__: fcgi_stdio.h redefines printf here.)
+size_t format_line(char* line, size_t capacity, const char* format, va_list args)
+    __attribute__((format(__printf__, 3, 0)));
+size_t format_line(char* line, size_t capacity, const char* format, va_list args) {
+  int n = vsnprintf(line, capacity, format, args);
+  if (n < 0) return 0;
+  return static_cast<size_t>(n) < capacity ? static_cast<size_t>(n) : capacity - 1;
+}
+
 const stream_hooks kFcgiStreams = {fcgi_write, fcgi_read, fcgi_error};
 const stream_hooks* g_streams = &kFcgiStreams;
 
@@ -55,11 +65,8 @@ void stream_printf(const char* format, ...) {
   char line[1024];
   va_list args;
   va_start(args, format);
-  int n = vsnprintf(line, sizeof line, format, args);
+  size_t size = format_line(line, sizeof line, format, args);
   va_end(args);
-  if (n < 0) return;
-  size_t size = static_cast<size_t>(n) < sizeof line ? static_cast<size_t>(n)
-                                                     : sizeof line - 1;
   stream_write(line, size);
 }
 
@@ -72,12 +79,9 @@ void stream_error(const char* format, ...) {
   char line[512];
   va_list args;
   va_start(args, format);
-  int n = vsnprintf(line, sizeof line, format, args);
+  size_t size = format_line(line, sizeof line, format, args);
   va_end(args);
-  if (n < 0) return;
-  size_t size = static_cast<size_t>(n) < sizeof line ? static_cast<size_t>(n)
-                                                     : sizeof line - 1;
-  g_streams->error(line, size);
+  if (size > 0) g_streams->error(line, size);
 }
 
 const char* request_env(const char* name) { return getenv(name); }
