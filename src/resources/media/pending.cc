@@ -3,15 +3,6 @@
 #include "io/response.h"
 #include "resources/media/media.h"
 
-void get_video_inputs() { write_response_status(kStatusInvalidOperation); }
-void get_video_input_channels() { write_response_status(kStatusInvalidOperation); }
-void get_video_input_channel() { write_response_status(kStatusInvalidOperation); }
-void put_video_input_channel() { write_response_status(kStatusInvalidOperation); }
-void get_audio_channel() { write_response_status(kStatusInvalidOperation); }
-void get_audio_channels() { write_response_status(kStatusInvalidOperation); }
-void put_audio_channel() { write_response_status(kStatusInvalidOperation); }
-void get_streaming_status() { write_response_status(kStatusInvalidOperation); }
-void get_streaming_channel_status(const char*) { write_response_status(kStatusInvalidOperation); }
 void get_streaming_channels() { write_response_status(kStatusInvalidOperation); }
 void get_streaming_channel(const char*) { write_response_status(kStatusInvalidOperation); }
 void get_streaming_channel_capabilities(const char*) { write_response_status(kStatusInvalidOperation); }
