@@ -11,16 +11,3 @@ void put_factory_reset(const char*) { write_response_status(kStatusInvalidOperat
 void get_device_info() { write_response_status(kStatusInvalidOperation); }
 void put_device_info() { write_response_status(kStatusInvalidOperation); }
 void get_device_status() { write_response_status(kStatusInvalidOperation); }
-void get_time() { write_response_status(kStatusInvalidOperation); }
-void put_time() { write_response_status(kStatusInvalidOperation); }
-void get_local_time() { write_response_status(kStatusInvalidOperation); }
-void put_local_time() { write_response_status(kStatusInvalidOperation); }
-void get_time_zone() { write_response_status(kStatusInvalidOperation); }
-void put_time_zone() { write_response_status(kStatusInvalidOperation); }
-void get_ntp_server() { write_response_status(kStatusInvalidOperation); }
-void put_ntp_server() { write_response_status(kStatusInvalidOperation); }
-void delete_ntp_server() { write_response_status(kStatusInvalidOperation); }
-void get_ntp_server_list() { write_response_status(kStatusInvalidOperation); }
-void put_ntp_server_list() { write_response_status(kStatusInvalidOperation); }
-void post_ntp_server() { write_response_status(kStatusInvalidOperation); }
-void delete_ntp_server_list() { write_response_status(kStatusInvalidOperation); }

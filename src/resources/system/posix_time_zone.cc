@@ -1,0 +1,190 @@
+#include "resources/system/posix_time_zone.h"
+
+#include <cctype>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include "store/database.h"
+#include "util/request_context.h"
+
+namespace {
+
+bool is_letter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+// A left-to-right reader of one TZ string. Each stage returns 0 or its
+// fault code; ranges are checked once the whole text has been read.
+class TzReader {
+ public:
+  explicit TzReader(const char* text) : p_(text) {}
+
+  int read() {
+    int fault = name(-1);
+    if (fault != 0) return fault;
+    if (!starts_offset()) return -4;
+    if (!offset()) return -2;
+    if (*p_ == '\0') return 0;
+    if (!is_letter(*p_)) return -2;
+    fault = name(-3);
+    if (fault != 0) return fault;
+    if (starts_offset() && !offset()) return -5;
+    if (*p_ == '\0') return 0;
+    if (*p_ != ',') return -5;
+    ++p_;
+    fault = rule();
+    if (fault != 0) return fault;
+    if (*p_ != ',') return -6;
+    ++p_;
+    fault = rule();
+    if (fault != 0) return fault;
+    if (*p_ != '\0') return -7;
+    return ranges();
+  }
+
+ private:
+  struct rule_date {
+    char kind;  // 'J', 'M' or 'D' (a plain day number)
+    long day = 0, month = 0, week = 0, weekday = 0;
+  };
+  struct clock_time {
+    long hours = 0, minutes = 0, seconds = 0;
+  };
+
+  // A zone name: at least three letters.
+  int name(int fault) {
+    for (int i = 0; i < 3; ++i, ++p_)
+      if (!is_letter(*p_)) return fault;
+    while (is_letter(*p_)) ++p_;
+    return 0;
+  }
+
+  bool starts_offset() const { return *p_ == '+' || *p_ == '-' || is_digit(*p_); }
+
+  // One to two digits.
+  bool number(long* out) {
+    if (!is_digit(*p_)) return false;
+    long v = 0;
+    for (int i = 0; i < 2 && is_digit(*p_); ++i, ++p_) v = v * 10 + (*p_ - '0');
+    *out = v;
+    return true;
+  }
+
+  // [+|-]hh[:mm[:ss]]
+  bool clock(clock_time* t) {
+    if (*p_ == '+' || *p_ == '-') ++p_;
+    if (!number(&t->hours)) return false;
+    if (*p_ == ':') {
+      ++p_;
+      if (!number(&t->minutes)) return false;
+      if (*p_ == ':') {
+        ++p_;
+        if (!number(&t->seconds)) return false;
+      }
+    }
+    return !is_digit(*p_);
+  }
+
+  bool offset() {
+    clock_time ignored;
+    return clock(&ignored);
+  }
+
+  // A run of digits (up to three for day numbers).
+  bool day_number(long* out) {
+    if (!is_digit(*p_)) return false;
+    long v = 0;
+    for (int i = 0; i < 3 && is_digit(*p_); ++i, ++p_) v = v * 10 + (*p_ - '0');
+    *out = v;
+    return !is_digit(*p_);
+  }
+
+  // Jn | n | Mm.w.d, then an optional /time.
+  int rule() {
+    rule_date d;
+    if (*p_ == 'J') {
+      ++p_;
+      d.kind = 'J';
+      if (!day_number(&d.day)) return -6;
+    } else if (*p_ == 'M') {
+      ++p_;
+      d.kind = 'M';
+      if (!day_number(&d.month) || *p_++ != '.' || !day_number(&d.week) || *p_++ != '.' ||
+          !day_number(&d.weekday))
+        return -6;
+    } else {
+      d.kind = 'D';
+      if (!day_number(&d.day)) return -6;
+    }
+    dates_.push_back(d);
+    if (*p_ == '/') {
+      ++p_;
+      clock_time t;
+      if (*p_ == '+' || *p_ == '-' || !clock(&t)) return -7;
+      times_.push_back(t);
+    }
+    return 0;
+  }
+
+  int ranges() const {
+    for (const rule_date& d : dates_) {
+      bool bad = (d.kind == 'J' && (d.day < 1 || d.day > 365)) ||
+                 (d.kind == 'D' && d.day > 365) ||
+                 (d.kind == 'M' && (d.month < 1 || d.month > 12 || d.week < 1 || d.week > 5 ||
+                                    d.weekday > 6));
+      if (bad) return -10;
+    }
+    for (const clock_time& t : times_)
+      if (t.hours > 23 || t.minutes > 59 || t.seconds > 59) return -11;
+    return 0;
+  }
+
+  const char* p_;
+  std::vector<rule_date> dates_;
+  std::vector<clock_time> times_;
+};
+
+}  // namespace
+
+int validate_posix_time_zone(const char* text) {
+  if (text == nullptr || *text == '\0') return 0;
+  return TzReader(text).read();
+}
+
+std::string last_line_of_zone_file(const std::string& contents) {
+  size_t size = contents.size();
+  if (size < 2 || contents[size - 2] == '\n') return "";
+  size_t line_break = contents.rfind('\n', size - 2);
+  size_t start = line_break == std::string::npos ? 0 : line_break + 1;
+  return contents.substr(start, size - 1 - start);
+}
+
+bool read_posix_time_zone(std::string* zone) {
+  char name[128];
+  char path[128];
+  int length = db_query_text(name, sizeof name, "select TimeZone from DateTime")
+                   ? std::snprintf(path, sizeof path, "/usr/share/zoneinfo/%s", name)
+                   : std::snprintf(path, sizeof path, "/usr/share/zoneinfo/GMT");
+  // A name too long for the path names no zone file.
+  if (length < 0 || static_cast<size_t>(length) >= sizeof path) return false;
+  // The camera's own zone, which no zoneinfo package ships.
+  if (std::strcmp(path, "/usr/share/zoneinfo/CST-0") == 0) {
+    *zone = "CST-0";
+    return true;
+  }
+  FILE* f = std::fopen(host_path(path).c_str(), "rb");
+  if (f == nullptr) return false;
+  std::string contents;
+  bool ok = std::fseek(f, 0, SEEK_END) == 0;
+  long size = ok ? std::ftell(f) : -1;
+  if (size >= 0 && std::fseek(f, 0, SEEK_SET) == 0) {
+    contents.resize(static_cast<size_t>(size));
+    ok = size == 0 || std::fread(&contents[0], 1, contents.size(), f) == contents.size();
+  } else {
+    ok = false;
+  }
+  std::fclose(f);
+  if (!ok) return false;
+  *zone = last_line_of_zone_file(contents);
+  return true;
+}
