@@ -2,7 +2,9 @@
 -- output, factory settings, and a few users, clients and destinations.
 insert into Spec values ('KTA3050', 1, 1);
 insert into Spec2 values (2);
-insert into System values ('aaaaaaaaaaaaaaaa', '1.4.2', 'B');
+-- The identifier is made on the first deviceInfo request when the row
+-- holds the placeholder 'aaaaaaaaaaaaaaaa'; this camera has one already.
+insert into System values ('5F3C2A10-9B7E-4D21-8C4A-0f1e2d3c4b5a', '1.4.2.201105', 'B');
 insert into DateTime values (2, 'Europe/Berlin', 'pool.ntp.org', 24);
 insert into Network values (0, '192.168.1.100', '255.255.255.0',
                             '192.168.1.1', '192.168.1.1', '8.8.8.8',

@@ -44,6 +44,7 @@ struct Options {
   std::set<int> silent;                      // commands never answered
   std::map<int, int> delay_ms;               // wait before replying
   std::multimap<int, std::pair<int, int>> reply_ints;  // offset, value
+  std::multimap<int, std::pair<int, std::string>> reply_texts;  // offset, text
   std::vector<unsigned char> position_frame;  // command 65, from offset 4
   std::string transfer_dir = "/usr/local/httpd/htdocs/Web/updownload";
   std::string log_path;
@@ -59,6 +60,8 @@ const char kUsage[] =
     "  --silent CODE            never answer a command\n"
     "  --delay CODE=MS          wait before answering a command\n"
     "  --reply-int CODE=OFF:V   put a 32-bit value into a reply's payload\n"
+    "  --reply-text CODE=OFF:T  put a text into a reply's payload (for 11: the\n"
+    "                           file to name instead of writing one)\n"
     "  --position-frame HEX     command 65's position frame (payload byte 4 on)\n"
     "  --transfer-dir DIR       where command 11 writes the configuration file\n"
     "  --log FILE               decoded command log (default: standard error)\n"
@@ -124,6 +127,12 @@ Options parse_options(int argc, char** argv) {
       auto [code, field] = split_pair(value, '=');
       auto [offset, number] = split_pair(field, ':');
       o.reply_ints.emplace(code, std::make_pair(offset, to_int(number)));
+    } else if (name == "--reply-text") {
+      auto [code, field] = split_pair(value, '=');
+      size_t colon = field.find(':');
+      if (colon == std::string::npos) usage(("expected CODE=OFFSET:TEXT: " + value).c_str());
+      o.reply_texts.emplace(code, std::make_pair(to_int(field.substr(0, colon)),
+                                                 field.substr(colon + 1)));
     } else if (name == "--position-frame") {
       o.position_frame = parse_hex(value);
     } else if (name == "--transfer-dir") {
@@ -266,7 +275,12 @@ void answer(const Options& o, int reply_queue, const control_message& request) {
   reply.command = request.command;
   auto status = o.status.find(request.command);
   reply.status = status == o.status.end() ? 1 : status->second;
-  if (request.command == kCommandConfigurationFile) make_configuration_file(o, &reply);
+  auto texts = o.reply_texts.equal_range(request.command);
+  if (request.command == kCommandConfigurationFile && texts.first == texts.second)
+    make_configuration_file(o, &reply);
+  for (auto it = texts.first; it != texts.second; ++it)
+    control_put_text(&reply, static_cast<size_t>(it->second.first), 256,
+                     it->second.second.c_str());
   if (request.command == kCommandPtzPosition) {
     size_t n = std::min(o.position_frame.size(), kControlPayloadSize - 4);
     std::memcpy(reply.payload + 4, o.position_frame.data(), n);

@@ -49,9 +49,12 @@ int read_into_memory() {
 
 // The upload is written beside its final name and moved into place only
 // when it was stored whole, so a failed upload never leaves a truncated file
-// where the control daemon looks for a complete one.
+// where the control daemon looks for a complete one. A body that ends
+// before its announced length is such a failure: a cut firmware image must
+// never be taken for a whole one.
 int read_into_file(const char* path) {
   long long n = content_length();
+  if (n <= 0) return -1;
   std::string partial = std::string(path) + ".part";
   FILE* file = std::fopen(partial.c_str(), "wb");
   if (file == nullptr) return -1;
@@ -65,8 +68,11 @@ int read_into_file(const char* path) {
       if (chunk == 0) break;
       got += chunk;
     }
-    // A body that ends early ends the upload; the short piece is dropped.
-    if (got < want) break;
+    if (got < want) {
+      std::fclose(file);
+      std::remove(partial.c_str());
+      return -1;
+    }
     if (std::fwrite(piece, want, 1, file) != 1) {
       std::fclose(file);
       std::remove(partial.c_str());

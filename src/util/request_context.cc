@@ -1,5 +1,7 @@
 #include "util/request_context.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 
 #include "util/bounded_copy.h"
@@ -26,6 +28,13 @@ void load_settings_from_environment(request_context& ctx) {
   while (!ctx.root.empty() && ctx.root.back() == '/') ctx.root.pop_back();
   ctx.request_queue_key = key_from_environment("PSIA_REQUEST_QUEUE_KEY", 1111);
   ctx.reply_queue_key = key_from_environment("PSIA_REPLY_QUEUE_KEY", 2222);
+  const char* host = std::getenv("HOSTNAME");
+  if (host != nullptr && *host != '\0') {
+    copy_bounded(ctx.host_name, host);
+  } else if (gethostname(ctx.host_name, sizeof ctx.host_name - 1) != 0) {
+    ctx.host_name[0] = '\0';
+  }
+  ctx.host_name[sizeof ctx.host_name - 1] = '\0';
 }
 
 std::string host_path(const std::string& absolute_path) {

@@ -27,11 +27,15 @@ struct request_context {
   std::string root;              // PSIA_ROOT, prepended to absolute paths
   int request_queue_key = 1111;  // PSIA_REQUEST_QUEUE_KEY
   int reply_queue_key = 2222;    // PSIA_REPLY_QUEUE_KEY
+  // The device name shown when the database has none: HOSTNAME as the
+  // responder was started, else the system's host name.
+  char host_name[64] = "";
 };
 
 request_context& context();
 
-// Reads PSIA_ROOT and the two queue keys from the process environment.
+// Reads PSIA_ROOT, the two queue keys and the host name from the process
+// environment.
 void load_settings_from_environment(request_context& ctx);
 
 // An absolute file path of the camera, moved below PSIA_ROOT when it is set.
