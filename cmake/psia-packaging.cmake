@@ -49,10 +49,12 @@ set(CPACK_DEBIAN_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_SET_DESTDIR ON)
-# Listed rather than computed: the libfcgi floor is the first Debian build
-# with the fix for CVE-2025-23016, which no shlibs file knows about.
+# Listed with the floors dpkg-shlibdeps finds, rather than computed: the
+# libfcgi floor is the first Debian build with the fix for CVE-2025-23016,
+# which no shlibs file knows about, and libuuid1 (the device identifier) is
+# only linked once a handler calls it.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS
-    "libc6 (>= 2.34), libstdc++6 (>= 5.2), libgcc-s1 (>= 3.5), libfcgi0ldbl (>= 2.4.2-2+deb12u1), libsqlite3-0, libxml2, libuuid1")
+    "libc6 (>= 2.34), libstdc++6 (>= 5.2), libgcc-s1 (>= 3.5), libfcgi0ldbl (>= 2.4.2-2+deb12u1), libsqlite3-0 (>= 3.5.9), libxml2 (>= 2.7.4), libuuid1")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "lighttpd")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "spawn-fcgi")
 # Files under /etc are the site's once installed.
