@@ -150,7 +150,7 @@ ProcessResult Camera::request(const Request& r) {
   for (const char* pass : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"}) {
     if (const char* v = getenv(pass)) env.push_back(std::string(pass) + "=" + v);
   }
-  return run_process({PSIA_RESPONDER_PATH}, env, r.body);
+  return run_process(target_command({PSIA_RESPONDER_PATH}), env, r.body);
 }
 
 ProcessResult Camera::get(const std::string& uri) {

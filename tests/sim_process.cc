@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 
 namespace {
@@ -31,6 +32,16 @@ int next_key_pair() {
 }
 
 }  // namespace
+
+std::vector<std::string> target_command(std::vector<std::string> argv) {
+#ifdef PSIA_TEST_EMULATOR
+  std::vector<std::string> words;
+  std::istringstream emulator(PSIA_TEST_EMULATOR);
+  for (std::string word; emulator >> word;) words.push_back(word);
+  argv.insert(argv.begin(), words.begin(), words.end());
+#endif
+  return argv;
+}
 
 int SimCommand::int_at(size_t offset) const {
   int32_t v = 0;
@@ -55,13 +66,11 @@ SimProcess::SimProcess(const std::vector<std::string>& args, const std::string& 
     int id = msgget(key, 0);
     if (id >= 0) msgctl(id, IPC_RMID, nullptr);
   }
-  std::vector<std::string> argv = {PSIA_CONTROL_SIM_PATH,
-                                   "--request-key", std::to_string(request_key_),
-                                   "--reply-key", std::to_string(reply_key_),
-                                   "--transfer-dir", transfer_dir,
-                                   "--log", dir_ + "/log",
-                                   "--record", dir_ + "/record",
-                                   "--ready-file", dir_ + "/ready"};
+  std::vector<std::string> argv = target_command(
+      {PSIA_CONTROL_SIM_PATH, "--request-key", std::to_string(request_key_),
+       "--reply-key", std::to_string(reply_key_), "--transfer-dir", transfer_dir,
+       "--log", dir_ + "/log", "--record", dir_ + "/record",
+       "--ready-file", dir_ + "/ready"});
   argv.insert(argv.end(), args.begin(), args.end());
   pid_ = fork();
   if (pid_ == 0) {

@@ -8,6 +8,13 @@
 #include <string>
 #include <vector>
 
+// The command line that runs `argv`, a program built for the target. A
+// cross build passes PSIA_TEST_EMULATOR (e.g. "/usr/bin/qemu-arm -L
+// /usr/arm-linux-gnueabihf", words split at spaces) and the tests run the
+// responder and the simulator through it, since the build host may not be
+// able to exec target programs itself; elsewhere `argv` is returned as is.
+std::vector<std::string> target_command(std::vector<std::string> argv);
+
 // One command as the simulator received it.
 struct SimCommand {
   int code = 0;
