@@ -1,0 +1,230 @@
+// PTZ motion: the home position and continuous moves as key/value commands
+// (code 50), absolute positions as frames of the camera's PTZ protocol
+// passed through the control daemon (code 63).
+#include "resources/ptz/ptz_motion.h"
+
+#include <strings.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "control/control_message.h"
+#include "io/response.h"
+#include "io/stream.h"
+#include "io/xml_input.h"
+#include "resources/ptz/ptz.h"
+#include "util/bounded_copy.h"
+#include "util/request_context.h"
+
+namespace {
+
+// "Not given" for the absolute coordinates.
+const float kNotGiven = 10000.0f;
+
+// The last absolute position sent, for the life of the process: the same
+// position is not sent twice in a row.
+float g_last_azimuth = 0.0f;
+float g_last_elevation = 0.0f;
+float g_last_absolute_zoom = 0.0f;
+
+// Code 50 carries five name/value pairs of 48-byte texts after word 0.
+class KeyValueCommand {
+ public:
+  KeyValueCommand() {
+    init_control_message(&msg_);
+    msg_.command = kCommandPtzKeyValue;
+    control_put_int(&msg_, 0, 0);
+  }
+  void pair(int index, const char* name, const char* value) {
+    control_put_text(&msg_, 4 + 96 * static_cast<size_t>(index), 48, name);
+    control_put_text(&msg_, 4 + 96 * static_cast<size_t>(index) + 48, 48, value);
+  }
+  void pair(int index, const char* name, int value) {
+    char text[16];
+    std::snprintf(text, sizeof text, "%d", value);
+    pair(index, name, text);
+  }
+  int send() {
+    send_control_message(&msg_);
+    return msg_.status;
+  }
+
+ private:
+  control_message msg_;
+};
+
+int send_frame(const char* frame) {
+  control_message msg;
+  init_control_message(&msg);
+  msg.command = kCommandPtzFrame;
+  control_put_int(&msg, 0, 0);
+  control_put_text(&msg, 4, 1024, frame);
+  send_control_message(&msg);
+  return msg.status;
+}
+
+// Reads a PTZData body, handing each child element to `take`. Returns 0 or
+// the status code to answer.
+int read_ptz_data(const std::function<void(const xmlNode*)>& take) {
+  XmlDocument body;
+  int failure = read_xml_request(body, "PTZData", kStatusInvalidXmlFormat);
+  if (failure != 0) return failure;
+  for (xmlNode* child : xml_children(body.root())) take(child);
+  return 0;
+}
+
+const char* const kContinuousKeys[] = {"PAN", "TILT", "ZOOM"};
+const char* const kAbsoluteKeys[] = {"AZIMUTH", "ELEVATION", "ABSOLUTEZOOM"};
+
+bool in_range(float v, float low, float high) { return v == kNotGiven || (v >= low && v <= high); }
+
+}  // namespace
+
+void scan_ptz_query(const char* query, const char* const keys[], int key_count,
+                    const std::function<void(int key, const char* value)>& set) {
+  if (query == nullptr || *query == '\0') return;
+  char key[128] = "", value[128] = "";
+  bool in_value = false;
+  size_t at = 0;
+  for (const char* c = query; *c != '\0'; ++c) {
+    if (*c == '&') {
+      for (int k = 0; k < key_count; ++k)
+        if (strcasecmp(key, keys[k]) == 0) set(k, value);
+      std::memset(key, 0, sizeof key);
+      std::memset(value, 0, sizeof value);
+      at = 0;
+      in_value = false;
+      // The '&' itself then goes into the next key.
+    }
+    if (*c == '=') {
+      in_value = true;
+      value[0] = '=';
+      at = 1;
+    } else if (at + 1 < sizeof key) {
+      (in_value ? value : key)[at++] = *c;
+    }
+  }
+}
+
+int ptz_move_speed(int rate) { return static_cast<int>((rate / 100.0) * 127.0); }
+
+int ptz_zoom_speed(int rate) { return static_cast<int>((rate / 100.0) * 3.0); }
+
+// E5 01 00 CF 7F aH aL eH eL check: 106 steps a degree, the elevation
+// counted from straight down; the check byte is the low byte of the sum of
+// all bytes before it.
+void ptz_position_frame(float azimuth, float elevation, char* text, size_t size) {
+  int a = static_cast<int>(azimuth * 106.0f);
+  int e = static_cast<int>((elevation + 90.0f) * 106.0f);
+  int ah = (a >> 8) & 255, al = a & 255, eh = (e >> 8) & 255, el = e & 255;
+  int check = (ah + al + eh + el + 0x34) & 255;
+  std::snprintf(text, size, "E50100CF%02X%02X%02X%02X%02X%02X", 0x7F, ah, al, eh, el, check);
+}
+
+// E5 01 00 CD 00 zH zL check.
+void ptz_zoom_frame(int zoom_steps, char* text, size_t size) {
+  int zh = (zoom_steps >> 8) & 255, zl = zoom_steps & 255;
+  int check = (zh + zl - 0x4D) & 255;
+  std::snprintf(text, size, "E50100CD00%02X%02X%02X", zh, zl, check);
+}
+
+void put_ptz_home_position(int /*channel*/) {
+  KeyValueCommand command;
+  command.pair(0, "HOME", "HOME");
+  write_response_status(command.send());
+}
+
+// Pan, tilt and zoom rates (-100..100) become a direction with speeds.
+void put_ptz_continuous(int /*channel*/) {
+  int rate[3] = {0, 0, 0};  // pan, tilt, zoom
+  scan_ptz_query(request_env("QUERY_STRING"), kContinuousKeys, 3,
+                 [&](int k, const char* value) { rate[k] = parse_int(value); });
+  int failure = read_ptz_data([&](const xmlNode* child) {
+    for (int k = 0; k < 3; ++k)
+      if (xml_name_is(child, kContinuousKeys[k])) rate[k] = xml_int_text(child);
+  });
+  if (failure != 0) {
+    write_response_status(failure);
+    return;
+  }
+  const int pan = rate[0], tilt = rate[1], zoom = rate[2];
+  for (int r : rate) {
+    if (r < -100 || r > 100) {
+      write_response_status(kStatusDeviceError);
+      return;
+    }
+  }
+  KeyValueCommand command;
+  if (pan == 0 && tilt == 0 && zoom == 0) {
+    command.pair(2, "STOP", "PAN");
+    write_response_status(command.send());
+    return;
+  }
+  if (pan != 0 || tilt != 0) {
+    static const char* const kDirections[3][3] = {
+        // tilt < 0, tilt == 0, tilt > 0
+        {"LEFTDOWN", "LEFT", "LEFTUP"},     // pan < 0
+        {"DOWN", "", "UP"},                 // pan == 0
+        {"RIGHTDOWN", "RIGHT", "RIGHTUP"},  // pan > 0
+    };
+    int p = pan < 0 ? 0 : pan == 0 ? 1 : 2;
+    int t = tilt < 0 ? 0 : tilt == 0 ? 1 : 2;
+    command.pair(0, "PANSPEED", ptz_move_speed(std::abs(pan)));
+    command.pair(1, "TILTSPEED", ptz_move_speed(std::abs(tilt)));
+    command.pair(2, "MOVE", kDirections[p][t]);
+  }
+  if (zoom != 0) {
+    command.pair(3, "ZOOMSPEED", ptz_zoom_speed(std::abs(zoom)));
+    command.pair(4, "ZOOM", zoom > 0 ? "IN" : "OUT");
+  }
+  write_response_status(command.send());
+}
+
+// An absolute position (degrees, and zoom in percent) as protocol frames;
+// a position equal to the last one sent is not sent again.
+void put_ptz_absolute(int /*channel*/) {
+  float value[3] = {kNotGiven, kNotGiven, kNotGiven};  // azimuth, elevation, zoom
+  scan_ptz_query(request_env("QUERY_STRING"), kAbsoluteKeys, 3, [&](int k, const char* text) {
+    value[k] = static_cast<float>(std::strtod(text, nullptr));
+  });
+  int failure = read_ptz_data([&](const xmlNode* child) {
+    for (int k = 0; k < 3; ++k)
+      if (xml_name_is(child, kAbsoluteKeys[k]))
+        value[k] = static_cast<float>(xml_double_text(child));
+  });
+  if (failure != 0) {
+    write_response_status(failure);
+    return;
+  }
+  float azimuth = value[0], elevation = value[1], zoom = value[2];
+  if (!in_range(azimuth, 0.0f, 360.0f) || !in_range(elevation, -90.0f, 90.0f) ||
+      !in_range(zoom, 0.0f, 100.0f)) {
+    write_response_status(kStatusDeviceError);
+    return;
+  }
+  int status = kStatusOk;
+  char frame[1024];
+  if (azimuth != g_last_azimuth || elevation != g_last_elevation) {
+    if (azimuth == kNotGiven) azimuth = g_last_azimuth;
+    else g_last_azimuth = azimuth;
+    if (elevation == kNotGiven) elevation = g_last_elevation;
+    else g_last_elevation = elevation;
+    ptz_position_frame(azimuth, elevation, frame, sizeof frame);
+    status = send_frame(frame);
+  }
+  if (zoom != g_last_absolute_zoom && zoom != kNotGiven) {
+    g_last_absolute_zoom = zoom;
+    // One model family has a shorter zoom lens. The comparison runs over its
+    // full name against the kept three-letter family, so it never matches
+    // and the common scale applies; the camera has always sent these steps.
+    const request_context& ctx = context();
+    bool short_lens = ctx.has_model_prefix && strncasecmp(ctx.model_prefix, "KD7731", 6) == 0;
+    int steps = static_cast<int>(zoom * (short_lens ? 21.94 : 29.66));
+    ptz_zoom_frame(steps, frame, sizeof frame);
+    status = send_frame(frame);
+  }
+  write_response_status(status);
+}
+
+void reject_ptz_operation(int /*channel*/) { write_response_status(kStatusInvalidOperation); }
