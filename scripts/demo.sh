@@ -68,9 +68,11 @@ cleanup() {
 trap cleanup EXIT
 trap 'exit 130' INT TERM
 
+# PSIA_SIM_ARGS: more simulator options (a slow command, say) for tests.
+# shellcheck disable=SC2086
 "$simulator" --request-key "$request_key" --reply-key "$reply_key" \
   --transfer-dir "$root/usr/local/httpd/htdocs/Web/updownload" \
-  --log "$run/control.log" --ready-file "$run/control.ready" &
+  --log "$run/control.log" --ready-file "$run/control.ready" ${PSIA_SIM_ARGS:-} &
 pids+=($!)
 for _ in $(seq 50); do [ -e "$run/control.ready" ] && break; sleep 0.1; done
 
