@@ -1,8 +1,12 @@
 #include "io/xml_input.h"
 
+#include <dlfcn.h>
+#include <strings.h>
+
 #include <climits>
-#include <initializer_list>
 #include <cstdlib>
+#include <cstring>
+#include <initializer_list>
 
 #include "io/request_body.h"
 #include "io/response.h"
@@ -16,8 +20,52 @@ namespace {
 constexpr int kParseOptions = XML_PARSE_NONET | XML_PARSE_NOERROR |
                               XML_PARSE_NOWARNING;
 
-const xmlChar* to_xml(const char* text) {
-  return reinterpret_cast<const xmlChar*>(text);
+const char* to_text(const xmlChar* text) { return reinterpret_cast<const char*>(text); }
+
+// libxml2 is loaded on the first document a request carries, not at
+// start-up: with its ICU and C++ runtime it is most of what loading the
+// responder costs, and a camera mostly answers GETs. (Under CGI every
+// request is a new process, so this halves a GET's start-up.)
+struct libxml {
+  decltype(&::xmlReadMemory) read_memory = nullptr;
+  decltype(&::xmlReadFile) read_file = nullptr;
+  decltype(&::xmlFreeDoc) free_doc = nullptr;
+  decltype(&::xmlNodeListGetString) node_list_string = nullptr;
+  xmlFreeFunc* free_text = nullptr;  // the library's xmlFree variable
+};
+
+const libxml* library() {
+  static libxml lib;
+  static bool tried = false;
+  if (!tried) {
+    tried = true;
+    void* handle = dlopen("libxml2.so.2", RTLD_NOW | RTLD_LOCAL);
+    if (handle != nullptr) {
+      lib.read_memory = reinterpret_cast<decltype(lib.read_memory)>(dlsym(handle, "xmlReadMemory"));
+      lib.read_file = reinterpret_cast<decltype(lib.read_file)>(dlsym(handle, "xmlReadFile"));
+      lib.free_doc = reinterpret_cast<decltype(lib.free_doc)>(dlsym(handle, "xmlFreeDoc"));
+      lib.node_list_string =
+          reinterpret_cast<decltype(lib.node_list_string)>(dlsym(handle, "xmlNodeListGetString"));
+      lib.free_text = reinterpret_cast<xmlFreeFunc*>(dlsym(handle, "xmlFree"));
+    }
+    if (lib.read_memory == nullptr || lib.read_file == nullptr || lib.free_doc == nullptr ||
+        lib.node_list_string == nullptr || lib.free_text == nullptr) {
+      stream_error("PSIA: libxml2 cannot be loaded: %s\n", dlerror());
+      lib = libxml();
+    }
+  }
+  return lib.read_memory != nullptr ? &lib : nullptr;
+}
+
+// The document's root element.
+xmlNode* root_element(const xmlDoc* doc) {
+  for (xmlNode* node = doc->children; node != nullptr; node = node->next)
+    if (node->type == XML_ELEMENT_NODE) return node;
+  return nullptr;
+}
+
+bool named(const xmlNode* node, const char* name) {
+  return strcasecmp(to_text(node->name), name) == 0;
 }
 
 }  // namespace
@@ -25,11 +73,12 @@ const xmlChar* to_xml(const char* text) {
 bool XmlDocument::parse(const char* text, size_t size) {
   reset(nullptr);
   if (size > INT_MAX) return false;
-  xmlDoc* doc =
-      xmlReadMemory(text, static_cast<int>(size), nullptr, nullptr, kParseOptions);
+  const libxml* xml = library();
+  if (xml == nullptr) return false;
+  xmlDoc* doc = xml->read_memory(text, static_cast<int>(size), nullptr, nullptr, kParseOptions);
   if (doc == nullptr) return false;
   if (doc->intSubset != nullptr || doc->extSubset != nullptr) {
-    xmlFreeDoc(doc);
+    xml->free_doc(doc);
     return false;
   }
   reset(doc);
@@ -37,11 +86,12 @@ bool XmlDocument::parse(const char* text, size_t size) {
 }
 
 xmlNode* XmlDocument::root() const {
-  return doc_ != nullptr ? xmlDocGetRootElement(doc_) : nullptr;
+  return doc_ != nullptr ? root_element(doc_) : nullptr;
 }
 
 void XmlDocument::reset(xmlDoc* doc) {
-  if (doc_ != nullptr) xmlFreeDoc(doc_);
+  // A document exists only when the library was loaded.
+  if (doc_ != nullptr) library()->free_doc(doc_);
   doc_ = doc;
 }
 
@@ -54,14 +104,13 @@ int read_xml_request(XmlDocument& doc, const char* root_name,
   while (length < request_body_length() && body[length] != '\0') ++length;
   if (!doc.parse(body, length)) return kStatusDeviceError;
   xmlNode* root = doc.root();
-  if (root == nullptr || xmlStrcasecmp(root->name, to_xml(root_name)) != 0)
+  if (root == nullptr || !named(root, root_name))
     return wrong_root_code;
   return 0;
 }
 
 bool xml_name_is(const xmlNode* node, const char* name) {
-  return node != nullptr && node->type == XML_ELEMENT_NODE &&
-         xmlStrcasecmp(node->name, to_xml(name)) == 0;
+  return node != nullptr && node->type == XML_ELEMENT_NODE && named(node, name);
 }
 
 bool xml_has_children(const xmlNode* node) {
@@ -69,9 +118,11 @@ bool xml_has_children(const xmlNode* node) {
 }
 
 void xml_copy_text(const xmlNode* node, char* field, size_t size) {
-  xmlChar* text = xmlNodeListGetString(node->doc, node->children, 1);
-  copy_bounded(field, size, reinterpret_cast<const char*>(text));
-  if (text != nullptr) xmlFree(text);
+  // Nodes exist only when the library was loaded.
+  const libxml* xml = library();
+  xmlChar* text = xml->node_list_string(node->doc, node->children, 1);
+  copy_bounded(field, size, to_text(text));
+  if (text != nullptr) (*xml->free_text)(text);
 }
 
 int xml_int_text(const xmlNode* node) {
@@ -89,25 +140,25 @@ double xml_double_text(const xmlNode* node) {
 bool xml_text_is(const xmlNode* node, const char* word) {
   char value[128];
   xml_copy_text(node, value);
-  return xmlStrcasecmp(to_xml(value), to_xml(word)) == 0;
+  return strcasecmp(value, word) == 0;
 }
 
 xmlNode* xml_find_child(const xmlNode* element, const char* name) {
   if (element == nullptr) return nullptr;
   for (xmlNode* child = element->children; child != nullptr; child = child->next) {
-    if (child->type == XML_ELEMENT_NODE && xmlStrcmp(child->name, to_xml(name)) == 0)
+    if (child->type == XML_ELEMENT_NODE && std::strcmp(to_text(child->name), name) == 0)
       return child;
   }
   return nullptr;
 }
 
 xmlNode* xml_check_root(xmlDoc* doc, const char* name) {
-  xmlNode* root = doc != nullptr ? xmlDocGetRootElement(doc) : nullptr;
+  xmlNode* root = doc != nullptr ? root_element(doc) : nullptr;
   if (root == nullptr) {
     stream_error("empty document.\n");
     return nullptr;
   }
-  if (xmlStrcmp(root->name, to_xml(name)) != 0) {
+  if (std::strcmp(to_text(root->name), name) != 0) {
     stream_error("document of the wrong type, root node != %s\n", name);
     return nullptr;
   }
@@ -129,7 +180,8 @@ xmlNode* xml_find_path(xmlDoc* doc, const char* root, const char* name1,
 }
 
 xmlDoc* xml_parse_file(const char* path) {
-  xmlDoc* doc = xmlReadFile(path, nullptr, kParseOptions);
+  const libxml* xml = library();
+  xmlDoc* doc = xml != nullptr ? xml->read_file(path, nullptr, kParseOptions) : nullptr;
   if (doc == nullptr) stream_error("Document not parsed successfully.\n");
   return doc;
 }
