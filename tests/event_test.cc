@@ -12,15 +12,6 @@ namespace {
 const char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n";
 const char kNs[] = " version=\"1.0\" xmlns=\"urn:psialliance-org\"";
 
-ProcessResult send(Camera& camera, const char* method, const std::string& uri,
-                   const std::string& body = "") {
-  Request r;
-  r.method = method;
-  r.uri = uri;
-  r.body = body;
-  return camera.request(r);
-}
-
 std::string notification(const std::string& id, const std::string& method,
                          const std::string& relay_part = "") {
   return std::string("<EventTriggerNotification") + kNs + "><id>" + id +
@@ -113,16 +104,16 @@ TEST(EventTrigger, UpdatesStoreOneNotification) {
   };
   for (const Case& c : cases) {
     Camera camera;
-    EXPECT_EQ(send(camera, c.method, c.uri, c.body).out, status_answer(c.uri, 1))
+    EXPECT_EQ(camera.send(c.method, c.uri, c.body).out, status_answer(c.uri, 1))
         << c.method << " " << c.uri << " " << c.body;
     EXPECT_EQ(event_row(camera), c.row) << c.method << " " << c.uri << " " << c.body;
     EXPECT_TRUE(camera.sim().commands().empty());
   }
   Camera camera;
   for (const char* wrong : {"<Trigger/>", "<EventTrigger>"}) {
-    EXPECT_EQ(send(camera, "PUT", one, wrong).out, status_answer(one, 3));
+    EXPECT_EQ(camera.send("PUT", one, wrong).out, status_answer(one, 3));
   }
-  EXPECT_EQ(send(camera, "POST", "/PSIA/Custom/Event/triggers", "<EventTrigger/>").out,
+  EXPECT_EQ(camera.send("POST", "/PSIA/Custom/Event/triggers", "<EventTrigger/>").out,
             status_answer("/PSIA/Custom/Event/triggers", 4));
 }
 
@@ -173,7 +164,7 @@ TEST(EventSchedule, UpdatesKeepTheCamerasRules) {
   };
   for (const Case& c : cases) {
     Camera camera;
-    EXPECT_EQ(send(camera, "PUT", "/PSIA/Custom/Event/schedule", c.body).out,
+    EXPECT_EQ(camera.send("PUT", "/PSIA/Custom/Event/schedule", c.body).out,
               status_answer("/PSIA/Custom/Event/schedule", 1))
         << c.body;
     EXPECT_EQ(camera.query("select Week||','||StartTime||','||EndTime from Event"), c.row)
@@ -264,7 +255,7 @@ TEST(EventNotification, DestinationChanges) {
   };
   for (const Case& c : cases) {
     Camera camera;
-    EXPECT_EQ(send(camera, c.method, c.uri, c.body).out, status_answer(c.uri, c.answer))
+    EXPECT_EQ(camera.send(c.method, c.uri, c.body).out, status_answer(c.uri, c.answer))
         << c.method << " " << c.uri;
     auto rows = [&](const char* table) {
       return camera.query(std::string("select group_concat(ServerName||':'||Port||':'||"
@@ -275,7 +266,7 @@ TEST(EventNotification, DestinationChanges) {
   }
   Camera full("insert into FTPServer values (NULL, 'b', 'h', 'u', 'p', 21, '/');"
               "insert into FTPServer values (NULL, 'c', 'h', 'u', 'p', 21, '/');");
-  EXPECT_EQ(send(full, "POST", ftp, "<FTPNotificationList/>").out, status_answer(ftp, 3));
+  EXPECT_EQ(full.send("POST", ftp, "<FTPNotificationList/>").out, status_answer(ftp, 3));
 }
 
 TEST(EventDocument, CombinesTheParts) {
@@ -288,7 +279,7 @@ TEST(EventDocument, CombinesTheParts) {
   const std::string end = "</EventNotificationMethods></EventNotification>";
   EXPECT_EQ(out.substr(out.size() - end.size()), end);
 
-  EXPECT_EQ(send(camera, "PUT", "/PSIA/Custom/Event",
+  EXPECT_EQ(camera.send("PUT", "/PSIA/Custom/Event",
                  "<EventNotification><EventSchedule><TimeBlockList>" +
                      schedule_block(5, "07:00:00", "08:15:00") +
                      "</TimeBlockList></EventSchedule><EventTriggerList><EventTrigger>"

@@ -72,10 +72,7 @@ TEST_F(FrameTest, AuthenticationAdmitsOnlyLevelZeroAccounts) {
 TEST_F(FrameTest, UnmatchedRequestsAnswerInvalidOperation) {
   for (const char* uri : {"/PSIA/foo", "/PSIA/Security/AAA/users/", "/PSIA/PTZ/index",
                           "/PSIA/System/status?x=<b>&y=%s"}) {
-    Request r;
-    r.method = "POST";
-    r.uri = uri;
-    EXPECT_EQ(camera_.request(r).out, status_answer(uri, 4)) << uri;
+    EXPECT_EQ(camera_.send("POST", uri).out, status_answer(uri, 4)) << uri;
   }
 }
 

@@ -86,12 +86,8 @@ TEST(Injection, TextsAreStoredAsSentAndChangeNoStatement) {
       std::string schema = camera.query("select group_concat(sql) from sqlite_master");
       std::string body = f.body;
       body.replace(body.find("%V"), 2, xml_escaped(hostile));
-      Request r;
-      r.method = f.method;
-      r.uri = f.uri;
-      r.body = body;
       std::string what = std::string(f.name) + ": " + hostile;
-      expect_well_framed(camera.request(r), what);
+      expect_well_framed(camera.send(f.method, f.uri, body), what);
       EXPECT_EQ(camera.query("select group_concat(sql) from sqlite_master"), schema) << what;
       EXPECT_EQ(camera.query("select count(*) from UserAccount where UserID in "
                              "('admin', 'anonymous')"),
@@ -125,12 +121,8 @@ TEST(Injection, PathsAndHeadersAdmitNothing) {
   };
   for (const char* path : paths) {
     for (const char* method : {"GET", "DELETE"}) {
-      Request r;
-      r.method = method;
-      r.uri = path;
-      r.env = {{"QUERY_STRING", "MODE=%n%s&PAN=%s"}};
-      ProcessResult answer = camera.request(r);
-      expect_well_framed(answer, std::string(method) + " " + path);
+      expect_well_framed(camera.send(method, path, "", "MODE=%n%s&PAN=%s"),
+                         std::string(method) + " " + path);
       EXPECT_EQ(camera.query("select count(*) from FTPServer"), "1") << path;
       EXPECT_EQ(camera.query("select count(*) from UserAccount"), "4") << path;
     }

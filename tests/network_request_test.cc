@@ -101,11 +101,7 @@ class NetworkTest : public ::testing::Test {
   }
   ProcessResult send(const std::string& method, const std::string& uri,
                      const std::string& body) {
-    Request r;
-    r.method = method;
-    r.uri = uri;
-    r.body = body;
-    return camera_.request(r);
+    return camera_.send(method, uri, body);
   }
 
   Camera camera_;

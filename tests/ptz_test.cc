@@ -60,16 +60,6 @@ TEST(PtzFrames, QueryScanKeepsTheCamerasForm) {
   EXPECT_EQ(value.size(), 127u);  // cut, never overrun
 }
 
-ProcessResult send(Camera& camera, const char* method, const std::string& uri,
-                   const std::string& body = "", const std::string& query = "") {
-  Request r;
-  r.method = method;
-  r.uri = uri;
-  r.body = body;
-  if (!query.empty()) r.env = {{"QUERY_STRING", query}};
-  return camera.request(r);
-}
-
 const char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n";
 
 std::string channel(const char* id, const char* enabled) {
@@ -111,12 +101,12 @@ TEST(PtzChannel, DocumentsAndSwitchingControl) {
   };
   for (const Case& c : cases) {
     Camera one("update PTZControl set Enable=5;");
-    EXPECT_EQ(send(one, "PUT", c.uri, c.body).out, status_answer(c.uri, c.answer)) << c.body;
+    EXPECT_EQ(one.send("PUT", c.uri, c.body).out, status_answer(c.uri, c.answer)) << c.body;
     EXPECT_EQ(one.query("select Enable from PTZControl"), c.stored) << c.body;
     EXPECT_EQ(one.sim().commands().size(), c.answer == 1 ? 1u : 0u);
   }
   for (const char* method : {"POST", "DELETE"}) {
-    EXPECT_EQ(send(camera, method, "/PSIA/PTZ/channels").out,
+    EXPECT_EQ(camera.send(method, "/PSIA/PTZ/channels").out,
               status_answer("/PSIA/PTZ/channels", 1));
   }
 }
@@ -137,19 +127,19 @@ TEST(PtzPreset, ListReadRenameCreateDeleteRecall) {
   EXPECT_EQ(camera.get(base + "/2").out, document_answer(kDeclaration + preset(2, "Parking")));
   EXPECT_EQ(camera.get(base + "/9").out, status_answer(base + "/9", 3));
 
-  EXPECT_EQ(send(camera, "PUT", base + "/2", "<PTZPreset><id>2</id><presetName>Gate's"
+  EXPECT_EQ(camera.send("PUT", base + "/2", "<PTZPreset><id>2</id><presetName>Gate's"
                                              "</presetName></PTZPreset>").out,
             status_answer(base + "/2", 1));
-  EXPECT_EQ(send(camera, "PUT", base + "/2", "<PTZPreset><id>5</id></PTZPreset>").out,
+  EXPECT_EQ(camera.send("PUT", base + "/2", "<PTZPreset><id>5</id></PTZPreset>").out,
             status_answer(base + "/2", 3));
   EXPECT_EQ(camera.query("select PresetAlias from Preset where Sequence=2"), "Gate's");
 
-  EXPECT_EQ(send(camera, "POST", base, "<PTZPreset><presetName>Any</presetName></PTZPreset>").out,
+  EXPECT_EQ(camera.send("POST", base, "<PTZPreset><presetName>Any</presetName></PTZPreset>").out,
             status_answer(base, 1));
-  EXPECT_EQ(send(camera, "POST", base, "<PTZPreset><id>1</id></PTZPreset>").out,
+  EXPECT_EQ(camera.send("POST", base, "<PTZPreset><id>1</id></PTZPreset>").out,
             status_answer(base, 3));
-  EXPECT_EQ(send(camera, "PUT", base + "/3/goto").out, status_answer(base + "/3/goto", 2));
-  EXPECT_EQ(send(camera, "DELETE", base + "/8").out, status_answer(base + "/8", 1));
+  EXPECT_EQ(camera.send("PUT", base + "/3/goto").out, status_answer(base + "/3/goto", 2));
+  EXPECT_EQ(camera.send("DELETE", base + "/8").out, status_answer(base + "/8", 1));
   std::vector<SimCommand> sent = camera.sim().commands();
   ASSERT_EQ(sent.size(), 3u);
   const int expected[][2] = {{52, -1}, {53, 3}, {54, 8}};
@@ -160,12 +150,12 @@ TEST(PtzPreset, ListReadRenameCreateDeleteRecall) {
   }
   EXPECT_EQ(camera.query("select PresetAlias||Sequence from Preset where Sequence=-1"), "Any-1");
 
-  EXPECT_EQ(send(camera, "PUT", base,
+  EXPECT_EQ(camera.send("PUT", base,
                  "<PTZPresetList><PTZPreset><id>1</id><presetName>A</presetName></PTZPreset>"
                  "<PTZPreset><id>2</id></PTZPreset></PTZPresetList>").out,
             status_answer(base, 1));
   EXPECT_EQ(camera.query("select group_concat(PresetAlias) from Preset"), "A,A,Any");
-  EXPECT_EQ(send(camera, "DELETE", base).out, status_answer(base, 1));
+  EXPECT_EQ(camera.send("DELETE", base).out, status_answer(base, 1));
   EXPECT_EQ(camera.get(base).out, status_answer(base, 3));  // an empty list
 }
 
@@ -198,7 +188,7 @@ TEST(PtzMotion, ContinuousMovesAndHome) {
   for (const Case& c : cases) {
     Camera camera;
     const char uri[] = "/PSIA/PTZ/channels/0/continuous";
-    EXPECT_EQ(send(camera, "PUT", uri, c.body, c.query).out,
+    EXPECT_EQ(camera.send("PUT", uri, c.body, c.query).out,
               status_answer(uri, c.sent.empty() ? 3 : 1))
         << c.body;
     std::vector<SimCommand> sent = camera.sim().commands();
@@ -208,13 +198,13 @@ TEST(PtzMotion, ContinuousMovesAndHome) {
     }
   }
   Camera camera;
-  EXPECT_EQ(send(camera, "PUT", "/PSIA/PTZ/channels/0/homePosition").out,
+  EXPECT_EQ(camera.send("PUT", "/PSIA/PTZ/channels/0/homePosition").out,
             status_answer("/PSIA/PTZ/channels/0/homePosition", 1));
   EXPECT_EQ(pairs(camera.sim().commands().at(0)),
             std::vector<std::string>({"HOME", "HOME", "", "", "", "", "", "", "", ""}));
   for (const char* word : {"momentary", "relative", "digital"}) {
     std::string uri = std::string("/PSIA/PTZ/channels/0/") + word;
-    EXPECT_EQ(send(camera, "PUT", uri).out, status_answer(uri, 4));
+    EXPECT_EQ(camera.send("PUT", uri).out, status_answer(uri, 4));
   }
 }
 
@@ -237,7 +227,7 @@ TEST(PtzMotion, AbsolutePositionsBecomeFrames) {
   for (const Case& c : cases) {
     Camera camera;
     const char uri[] = "/PSIA/PTZ/channels/0/absolute";
-    EXPECT_EQ(send(camera, "PUT", uri, c.body).out, status_answer(uri, c.answer)) << c.body;
+    EXPECT_EQ(camera.send("PUT", uri, c.body).out, status_answer(uri, c.answer)) << c.body;
     std::vector<std::string> frames;
     for (const SimCommand& s : camera.sim().commands()) frames.push_back(s.text_at(4, 1024));
     EXPECT_EQ(frames, c.frames) << c.body;

@@ -160,10 +160,16 @@ ProcessResult Camera::get(const std::string& uri) {
 }
 
 ProcessResult Camera::put(const std::string& uri, const std::string& body) {
+  return send("PUT", uri, body);
+}
+
+ProcessResult Camera::send(const std::string& method, const std::string& uri,
+                           const std::string& body, const std::string& query) {
   Request r;
-  r.method = "PUT";
+  r.method = method;
   r.uri = uri;
   r.body = body;
+  if (!query.empty()) r.env = {{"QUERY_STRING", query}};
   return request(r);
 }
 

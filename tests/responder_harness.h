@@ -52,6 +52,9 @@ class Camera {
   ProcessResult request(const Request& request);
   ProcessResult get(const std::string& uri);
   ProcessResult put(const std::string& uri, const std::string& body);
+  // Any method, with an optional body and QUERY_STRING.
+  ProcessResult send(const std::string& method, const std::string& uri,
+                     const std::string& body = "", const std::string& query = "");
 
   const std::string& root() const { return root_; }
   std::string database_path() const;

@@ -209,12 +209,11 @@ TEST(StreamingUpdate, ListAndPostWriteBothStreams) {
   EXPECT_EQ(sent[1].int_at(4), 1);
 
   Camera posted;
-  Request r;
-  r.method = "POST";
-  r.uri = list;
-  r.body = "<StreamingChannel><enabled>false</enabled><id>2</id>"
-           "<Video><maxFrameRate>500</maxFrameRate></Video></StreamingChannel>";
-  EXPECT_EQ(posted.request(r).out, status_answer(list, 1));
+  EXPECT_EQ(posted.send("POST", list,
+                        "<StreamingChannel><enabled>false</enabled><id>2</id>"
+                        "<Video><maxFrameRate>500</maxFrameRate></Video></StreamingChannel>")
+                .out,
+            status_answer(list, 1));
   EXPECT_EQ(stream_row(posted, 0), "0,1,0,1,2048,2,15,30");
   EXPECT_EQ(stream_row(posted, 1), "1,1,0,1,2048,2,5,15");
   EXPECT_EQ(posted.sim().commands().at(0).int_at(4), 0);  // the slave was in force last
@@ -232,21 +231,14 @@ TEST(StreamingUpdate, ListAndPostWriteBothStreams) {
   };
   for (const Refusal& f : refused) {
     Camera untouched;
-    Request q;
-    q.method = f.method;
-    q.uri = f.uri;
-    q.body = f.body;
-    EXPECT_EQ(untouched.request(q).out, status_answer(f.uri, 3)) << f.body;
+    EXPECT_EQ(untouched.send(f.method, f.uri, f.body).out, status_answer(f.uri, 3)) << f.body;
     EXPECT_EQ(stream_row(untouched, 1), "1,1,2,1,1024,3,15,15");
     EXPECT_TRUE(untouched.sim().commands().empty());
   }
 
   for (const char* uri : {list, "/PSIA/Streaming/channels/1"}) {
     Camera kept;
-    Request d;
-    d.method = "DELETE";
-    d.uri = uri;
-    EXPECT_EQ(kept.request(d).out, status_answer(uri, 1));
+    EXPECT_EQ(kept.send("DELETE", uri).out, status_answer(uri, 1));
     EXPECT_EQ(stream_row(kept, 0), "1,0,0,0,4096,3,25,30");
   }
 }

@@ -191,11 +191,7 @@ TEST(Ntp, ChangesStoreTheSelectedField) {
   };
   for (const Case& c : cases) {
     Camera camera;
-    Request r;
-    r.method = c.method;
-    r.uri = c.uri;
-    r.body = c.body;
-    EXPECT_EQ(camera.request(r).out, status_answer(c.uri, c.answer)) << c.body;
+    EXPECT_EQ(camera.send(c.method, c.uri, c.body).out, status_answer(c.uri, c.answer)) << c.body;
     EXPECT_EQ(camera.query("select NTPServerName from DateTime"), c.stored) << c.body;
     EXPECT_TRUE(camera.sim().commands().empty());
   }

@@ -9,15 +9,6 @@ namespace {
 
 const char kUsers[] = "/PSIA/Security/AAA/users";
 
-ProcessResult send(Camera& camera, const char* method, const std::string& uri,
-                   const std::string& body = "") {
-  Request r;
-  r.method = method;
-  r.uri = uri;
-  r.body = body;
-  return camera.request(r);
-}
-
 std::string names(Camera& camera) {
   return camera.query("select group_concat(UserID || ':' || Password || ':' || Authority, ' ') "
                       "from UserAccount");
@@ -53,7 +44,7 @@ TEST(Users, ListAndSingleAccountDocuments) {
 
 TEST(Users, AddingAccounts) {
   Camera camera("delete from UserAccount where UserID in ('operator', 'guest');");
-  EXPECT_EQ(send(camera, "POST", kUsers,
+  EXPECT_EQ(camera.send("POST", kUsers,
                  "<User><userName>carol</userName><password>c1</password>"
                  "<userName>o'brien</userName><password>p%n</password></User>").out,
             status_answer(kUsers, 1));
@@ -61,7 +52,7 @@ TEST(Users, AddingAccounts) {
   EXPECT_EQ(camera.sim().commands().size(), 1u);
   EXPECT_EQ(camera.sim().commands()[0].code, 94);
   // An existing name is refused; the new level-2 account cannot log in.
-  EXPECT_EQ(send(camera, "POST", kUsers,
+  EXPECT_EQ(camera.send("POST", kUsers,
                  "<User><userName>carol</userName><password>x</password></User>").out,
             status_answer(kUsers, 3));
   Request as_carol;
@@ -69,31 +60,31 @@ TEST(Users, AddingAccounts) {
   as_carol.authorization = basic_authorization("carol", "c1");
   EXPECT_EQ(camera.request(as_carol).out.rfind("Status: 401", 0), 0u);
   // Incomplete pairs and empty bodies end without an answer.
-  EXPECT_EQ(send(camera, "POST", kUsers, "<User><userName>x</userName></User>").out, "");
-  EXPECT_EQ(send(camera, "POST", kUsers, "<User/>").out, "");
-  EXPECT_EQ(send(camera, "POST", kUsers, "<UserList/>").out, status_answer(kUsers, 3));
+  EXPECT_EQ(camera.send("POST", kUsers, "<User><userName>x</userName></User>").out, "");
+  EXPECT_EQ(camera.send("POST", kUsers, "<User/>").out, "");
+  EXPECT_EQ(camera.send("POST", kUsers, "<UserList/>").out, status_answer(kUsers, 3));
   EXPECT_EQ(camera.sim().commands().size(), 1u);
 }
 
 TEST(Users, ChangingPasswords) {
   Camera camera;
   std::string admin = std::string(kUsers) + "/admin";
-  EXPECT_EQ(send(camera, "PUT", admin, "<User><password>one</password><password>two</password>"
+  EXPECT_EQ(camera.send("PUT", admin, "<User><password>one</password><password>two</password>"
                                        "</User>").out,
             status_answer(admin, 1));
   EXPECT_EQ(camera.query("select Password from UserAccount where UserID='admin'"), "two");
   camera.exec("update UserAccount set Password='admin' where UserID='admin'");
   std::string anonymous = std::string(kUsers) + "/Anonymous";
-  EXPECT_EQ(send(camera, "PUT", anonymous, "<User><password>x</password></User>").out, "");
+  EXPECT_EQ(camera.send("PUT", anonymous, "<User><password>x</password></User>").out, "");
   EXPECT_EQ(camera.query("select Password from UserAccount where UserID='anonymous'"), "");
 
-  EXPECT_EQ(send(camera, "PUT", kUsers,
+  EXPECT_EQ(camera.send("PUT", kUsers,
                  "<UserList><User><userName>guest</userName><password>g2</password></User>"
                  "<User><userName>anonymous</userName><password>a</password></User>"
                  "<User><userName>operator</userName></User></UserList>").out,
             status_answer(kUsers, 1));
   EXPECT_EQ(names(camera), "admin:admin:0 anonymous::3 operator:operator:1 guest:g2:2");
-  EXPECT_EQ(send(camera, "PUT", kUsers, "<UserList><User><userName>anonymous</userName>"
+  EXPECT_EQ(camera.send("PUT", kUsers, "<UserList><User><userName>anonymous</userName>"
                                         "<password>a</password></User></UserList>").out,
             "");
 }
@@ -101,12 +92,12 @@ TEST(Users, ChangingPasswords) {
 TEST(Users, DeletingAccounts) {
   Camera camera;
   for (const char* builtin : {"admin", "ANONYMOUS"}) {
-    EXPECT_EQ(send(camera, "DELETE", std::string(kUsers) + "/" + builtin).out, "");
+    EXPECT_EQ(camera.send("DELETE", std::string(kUsers) + "/" + builtin).out, "");
   }
   std::string guest = std::string(kUsers) + "/guest";
-  EXPECT_EQ(send(camera, "DELETE", guest).out, status_answer(guest, 1));
+  EXPECT_EQ(camera.send("DELETE", guest).out, status_answer(guest, 1));
   EXPECT_EQ(names(camera), "admin:admin:0 anonymous::3 operator:operator:1");
-  EXPECT_EQ(send(camera, "DELETE", kUsers).out, status_answer(kUsers, 1));
+  EXPECT_EQ(camera.send("DELETE", kUsers).out, status_answer(kUsers, 1));
   EXPECT_EQ(names(camera), "admin:admin:0 anonymous::3");
   EXPECT_EQ(camera.sim().commands().size(), 2u);
 }

@@ -109,6 +109,12 @@ int read_xml_request(XmlDocument& doc, const char* root_name,
   return 0;
 }
 
+bool accept_xml_request(XmlDocument& doc, const char* root_name, int wrong_root_code) {
+  int failure = read_xml_request(doc, root_name, wrong_root_code);
+  if (failure != 0) write_response_status(failure);
+  return failure == 0;
+}
+
 bool xml_name_is(const xmlNode* node, const char* name) {
   return node != nullptr && node->type == XML_ELEMENT_NODE && named(node, name);
 }

@@ -2,8 +2,7 @@
 //
 // The common pattern of every PUT/POST handler:
 //   XmlDocument doc;
-//   int failure = read_xml_request(doc, "DeviceInfo", kStatusDeviceError);
-//   if (failure) { write_response_status(failure); return; }
+//   if (!accept_xml_request(doc, "DeviceInfo", kStatusDeviceError)) return;
 //   for (xmlNode* child : xml_children(doc.root())) {
 //     if (xml_name_is(child, "deviceName")) xml_copy_text(child, name);
 //   }
@@ -41,6 +40,11 @@ class XmlDocument {
 // `wrong_root_code` when there is no root or it has another name.
 int read_xml_request(XmlDocument& doc, const char* root_name,
                      int wrong_root_code);
+
+// read_xml_request that answers a failure itself (write_response_status
+// with its code) and returns false, so a handler can simply return.
+bool accept_xml_request(XmlDocument& doc, const char* root_name,
+                        int wrong_root_code);
 
 // The child nodes of an element, in document order (text nodes included).
 class XmlChildren {

@@ -21,11 +21,7 @@ void get_event() {
 // it; only a schedule that cannot be stored is reported.
 void put_event() {
   XmlDocument body;
-  int failure = read_xml_request(body, "EventNotification", kStatusDeviceError);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (!accept_xml_request(body, "EventNotification", kStatusDeviceError)) return;
   bool stored = true;
   for (xmlNode* part : xml_children(body.root())) {
     if (xml_name_is(part, "EventTriggerList")) {

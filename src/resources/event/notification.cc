@@ -151,12 +151,8 @@ void for_each_destination(const xmlNode* list, const destination_kind& kind,
 // PUT of a list, or of one destination (the body's id names the row).
 void put_destinations(const destination_kind& kind, bool list) {
   XmlDocument body;
-  int failure = read_xml_request(body, list ? kind.list_element : kind.element,
-                                 kStatusDeviceError);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (!accept_xml_request(body, list ? kind.list_element : kind.element,
+                                 kStatusDeviceError)) return;
   if (list)
     for_each_destination(body.root(), kind, update_destination);
   else
@@ -173,11 +169,7 @@ void post_destinations(const destination_kind& kind) {
     return;
   }
   XmlDocument body;
-  int failure = read_xml_request(body, kind.list_element, kStatusDeviceError);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (!accept_xml_request(body, kind.list_element, kStatusDeviceError)) return;
   for_each_destination(body.root(), kind, insert_destination);
   write_response_status(kStatusOk);
 }
@@ -219,11 +211,7 @@ void get_event_notification() {
 // each list does; the fixed upload and media formats cannot be changed.
 void put_event_notification() {
   XmlDocument body;
-  int failure = read_xml_request(body, "EventNotificationMethods", kStatusDeviceError);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (!accept_xml_request(body, "EventNotificationMethods", kStatusDeviceError)) return;
   apply_notification_methods(body.root());
   write_response_status(kStatusOk);
 }

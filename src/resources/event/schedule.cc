@@ -128,10 +128,6 @@ void get_event_schedule() {
 
 void put_event_schedule() {
   XmlDocument body;
-  int failure = read_xml_request(body, "EventSchedule", kStatusDeviceError);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (!accept_xml_request(body, "EventSchedule", kStatusDeviceError)) return;
   write_response_status(apply_schedule(body.root()) ? kStatusOk : kStatusDeviceError);
 }

@@ -202,13 +202,6 @@ void apply_trigger_to(const xmlNode* trigger, const char* trigger_id) {
   if (is_alarm_input(trigger_id)) store_trigger(interval, ids);
 }
 
-// Reads a body whose root must be `root`; answers 3 itself when not.
-bool read_event_body(XmlDocument& body, const char* root) {
-  int failure = read_xml_request(body, root, kStatusDeviceError);
-  if (failure != 0) write_response_status(failure);
-  return failure == 0;
-}
-
 }  // namespace
 
 bool camera_has_trigger() { return db_query_int(0, "select max_sensor from Spec") != 0; }
@@ -241,7 +234,7 @@ void get_event_trigger_list() {
 
 void put_event_trigger_list() {
   XmlDocument body;
-  if (!read_event_body(body, "EventTriggerList")) return;
+  if (!accept_xml_request(body, "EventTriggerList", kStatusDeviceError)) return;
   for (xmlNode* trigger : xml_children(body.root()))
     if (xml_name_is(trigger, "EventTrigger")) apply_trigger(trigger);
   write_response_status(kStatusOk);
@@ -272,7 +265,7 @@ void get_event_trigger(const char* trigger_id) {
 
 void put_event_trigger(const char* trigger_id) {
   XmlDocument body;
-  if (!read_event_body(body, "EventTrigger")) return;
+  if (!accept_xml_request(body, "EventTrigger", kStatusDeviceError)) return;
   apply_trigger_to(body.root(), trigger_id);
   write_response_status(kStatusOk);
 }
@@ -302,7 +295,7 @@ void get_trigger_notifications(const char* trigger_id) {
 
 void put_trigger_notifications(const char* trigger_id) {
   XmlDocument body;
-  if (!read_event_body(body, "EventTriggerNotificationList")) return;
+  if (!accept_xml_request(body, "EventTriggerNotificationList", kStatusDeviceError)) return;
   notification_ids ids = read_notification_list(body.root());
   if (is_alarm_input(trigger_id)) store_notifications(ids);
   write_response_status(kStatusOk);
@@ -311,7 +304,7 @@ void put_trigger_notifications(const char* trigger_id) {
 // Adding a notification replaces the one the trigger had.
 void post_trigger_notification(const char* trigger_id) {
   XmlDocument body;
-  if (!read_event_body(body, "EventTriggerNotification")) return;
+  if (!accept_xml_request(body, "EventTriggerNotification", kStatusDeviceError)) return;
   int seconds = 5;
   notification_request r = read_notification_element(body.root(), &seconds);
   notification_ids ids = select_notification(r, seconds);
@@ -323,18 +316,26 @@ void delete_trigger_notifications(const char* trigger_id) {
   delete_event_trigger_notifications(trigger_id);
 }
 
-void get_trigger_notification(const char* trigger_id, const char* notification_id) {
+// The trigger's notification named `name`, or null.
+static const notification* find_notification(const char* trigger_id, const char* name,
+                                             notification (&found)[3]) {
   int interval = 0;
   notification_ids ids;
-  notification found[3];
   int n = is_alarm_input(trigger_id) && read_event_row(&interval, &ids)
               ? read_notifications(ids, found)
               : 0;
-  for (int i = 0; i < n; ++i) {
-    if (std::strcmp(found[i].name, notification_id) != 0) continue;
+  for (int i = 0; i < n; ++i)
+    if (std::strcmp(found[i].name, name) == 0) return &found[i];
+  return nullptr;
+}
+
+void get_trigger_notification(const char* trigger_id, const char* notification_id) {
+  notification found[3];
+  const notification* n = find_notification(trigger_id, notification_id, found);
+  if (n != nullptr) {
     TextBuffer doc;
     doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
-    append_notification(doc, found[i]);
+    append_notification(doc, *n);
     answer_document(doc, content_type::xml);
     return;
   }
@@ -345,7 +346,7 @@ void get_trigger_notification(const char* trigger_id, const char* notification_i
 // the body gives its method (and a relay's interval).
 void put_trigger_notification(const char* trigger_id, const char* notification_id) {
   XmlDocument body;
-  if (!read_event_body(body, "EventTriggerNotification")) return;
+  if (!accept_xml_request(body, "EventTriggerNotification", kStatusDeviceError)) return;
   int seconds = 5;
   notification_request r = read_notification_element(body.root(), &seconds);
   std::snprintf(r.name, sizeof r.name, "%s", notification_id);
@@ -356,13 +357,7 @@ void put_trigger_notification(const char* trigger_id, const char* notification_i
 
 // Removes the notification when it is the one the trigger has.
 void delete_trigger_notification(const char* trigger_id, const char* notification_id) {
-  int interval = 0;
-  notification_ids ids;
   notification found[3];
-  int n = is_alarm_input(trigger_id) && read_event_row(&interval, &ids)
-              ? read_notifications(ids, found)
-              : 0;
-  for (int i = 0; i < n; ++i)
-    if (std::strcmp(found[i].name, notification_id) == 0) clear_notifications();
+  if (find_notification(trigger_id, notification_id, found) != nullptr) clear_notifications();
   write_response_status(kStatusOk);
 }

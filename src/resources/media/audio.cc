@@ -38,11 +38,7 @@ void get_audio_channels() {
 
 void put_audio_channel() {
   XmlDocument body;
-  int failure = read_xml_request(body, "AudioChannel", kStatusDeviceError);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (!accept_xml_request(body, "AudioChannel", kStatusDeviceError)) return;
   // Audio is switched on only by an explicit "true"; anything else, or no
   // enabled element at all, switches it off.
   int enable = 0;

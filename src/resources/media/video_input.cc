@@ -76,11 +76,7 @@ void get_video_input_channel() {
 // clients send the id of the row they mean.
 void put_video_input_channel() {
   XmlDocument body;
-  int failure = read_xml_request(body, "VideoInputChannel", kStatusDeviceError);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (!accept_xml_request(body, "VideoInputChannel", kStatusDeviceError)) return;
   int id = -1, brightness = 0, contrast = 0, hue = 0;
   for (xmlNode* child : xml_children(body.root())) {
     if (xml_name_is(child, "id")) {

@@ -203,11 +203,7 @@ void get_ip_address() {
 
 void put_ip_address() {
   XmlDocument doc;
-  int failure = read_xml_request(doc, "IPAddress", kStatusInvalidXmlFormat);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (!accept_xml_request(doc, "IPAddress", kStatusInvalidXmlFormat)) return;
   write_response_status(update_network(doc.root()));
 }
 
@@ -239,11 +235,7 @@ void get_network_interface() {
 
 void put_network_interface() {
   XmlDocument doc;
-  int failure = read_xml_request(doc, "NetworkInterface", kStatusInvalidXmlFormat);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (!accept_xml_request(doc, "NetworkInterface", kStatusInvalidXmlFormat)) return;
   // The settings are those of the IPAddress child; the id, when given,
   // must name the camera's one interface.
   const xmlNode* settings = nullptr;

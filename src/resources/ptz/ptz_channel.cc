@@ -76,11 +76,7 @@ void get_ptz_channel(int channel) {
 
 void put_ptz_channel(int /*channel*/) {
   XmlDocument body;
-  int failure = read_xml_request(body, "PTZChannel", kStatusInvalidXmlFormat);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (!accept_xml_request(body, "PTZChannel", kStatusInvalidXmlFormat)) return;
   channel_update u;
   read_channel(body.root(), &u);
   apply(false, u.enable);
@@ -89,11 +85,7 @@ void put_ptz_channel(int /*channel*/) {
 // The list may only name channel 0 on video input 0.
 void put_ptz_channel_list() {
   XmlDocument body;
-  int failure = read_xml_request(body, "PTZChannelList", kStatusInvalidXmlFormat);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (!accept_xml_request(body, "PTZChannelList", kStatusInvalidXmlFormat)) return;
   channel_update u;
   for (xmlNode* channel : xml_children(body.root()))
     if (xml_name_is(channel, "PTZChannel")) read_channel(channel, &u);

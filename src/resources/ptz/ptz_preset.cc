@@ -76,11 +76,7 @@ void get_ptz_preset(int n) {
 // Renames preset n; the body must name the same preset.
 void put_ptz_preset(int n) {
   XmlDocument body;
-  int failure = read_xml_request(body, "PTZPreset", kStatusInvalidXmlFormat);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (!accept_xml_request(body, "PTZPreset", kStatusInvalidXmlFormat)) return;
   int id = -1;
   char name[128] = "";
   read_preset(body.root(), &id, name);
@@ -94,11 +90,7 @@ void put_ptz_preset(int n) {
 
 void put_ptz_preset_list() {
   XmlDocument body;
-  int failure = read_xml_request(body, "PTZPresetList", kStatusInvalidXmlFormat);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (!accept_xml_request(body, "PTZPresetList", kStatusInvalidXmlFormat)) return;
   int id = -1;
   char name[128] = "";
   for (xmlNode* preset : xml_children(body.root())) {
@@ -112,11 +104,7 @@ void put_ptz_preset_list() {
 // Stores the current position as a new preset; its number must be free.
 void post_ptz_preset() {
   XmlDocument body;
-  int failure = read_xml_request(body, "PTZPreset", kStatusInvalidXmlFormat);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (!accept_xml_request(body, "PTZPreset", kStatusInvalidXmlFormat)) return;
   int id = -1;
   char name[128] = "";
   read_preset(body.root(), &id, name);

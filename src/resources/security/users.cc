@@ -104,11 +104,7 @@ void get_user(const char* path) {
 // Adds every complete userName/password pair of the body, in order.
 void post_user() {
   XmlDocument body;
-  int failure = read_xml_request(body, "User", kStatusDeviceError);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (!accept_xml_request(body, "User", kStatusDeviceError)) return;
   credentials_text c;
   bool added = false;
   for (xmlNode* child : xml_children(body.root())) {
@@ -127,11 +123,7 @@ void post_user() {
 
 void put_user(const char* path) {
   XmlDocument body;
-  int failure = read_xml_request(body, "User", kStatusDeviceError);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (!accept_xml_request(body, "User", kStatusDeviceError)) return;
   credentials_text c;
   for (xmlNode* child : xml_children(body.root()))
     if (xml_name_is(child, "password")) xml_copy_text(child, c.password);
@@ -146,11 +138,7 @@ void put_user(const char* path) {
 
 void put_users() {
   XmlDocument body;
-  int failure = read_xml_request(body, "UserList", kStatusDeviceError);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (!accept_xml_request(body, "UserList", kStatusDeviceError)) return;
   bool changed = false;
   for (xmlNode* user : xml_children(body.root())) {
     if (!xml_name_is(user, "User")) continue;

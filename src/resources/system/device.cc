@@ -10,12 +10,12 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <sys/time.h>
 
 #include "io/host_probes.h"
 #include "io/response.h"
 #include "io/stream.h"
 #include "io/xml_input.h"
+#include "resources/system/clock.h"
 #include "resources/system/system.h"
 #include "store/database.h"
 #include "util/request_context.h"
@@ -135,11 +135,7 @@ void get_device_info() {
 
 void put_device_info() {
   XmlDocument body;
-  int failure = read_xml_request(body, "DeviceInfo", kStatusDeviceError);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (!accept_xml_request(body, "DeviceInfo", kStatusDeviceError)) return;
   char name[32] = "";
   for (xmlNode* child : xml_children(body.root()))
     if (xml_name_is(child, "deviceName")) xml_copy_text(child, name);
@@ -148,12 +144,7 @@ void put_device_info() {
 }
 
 void get_device_status() {
-  tzset();
-  timeval now;
-  gettimeofday(&now, nullptr);
-  time_t seconds = now.tv_sec;
-  struct tm local;
-  localtime_r(&seconds, &local);
+  struct tm local = camera_local_time();
 
   double up = 0, idle = 0;
   FILE* f = std::fopen(host_path("/proc/uptime").c_str(), "r");

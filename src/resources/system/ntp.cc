@@ -68,11 +68,7 @@ void read_server_element(const xmlNode* server, ntp_update* u) {
 
 void store_ntp_server(bool list) {
   XmlDocument body;
-  int failure = read_xml_request(body, list ? "NTPServerList" : "NTPServer", kStatusDeviceError);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (!accept_xml_request(body, list ? "NTPServerList" : "NTPServer", kStatusDeviceError)) return;
   ntp_update u;
   if (list) {
     for (xmlNode* server : xml_children(body.root()))

@@ -16,6 +16,7 @@
 #include "io/request_body.h"
 #include "io/response.h"
 #include "io/xml_input.h"
+#include "resources/system/clock.h"
 #include "resources/system/posix_time_zone.h"
 #include "resources/system/system.h"
 #include "resources/system/time_zone_table.h"
@@ -39,16 +40,6 @@ char g_tz_variable[sizeof "TZ=" + sizeof g_current_zone] = "TZ=";
 void apply_current_zone() {
   if (g_current_zone[0] != '\0') putenv(g_tz_variable);
   tzset();
-}
-
-struct tm local_now() {
-  apply_current_zone();
-  timeval now;
-  gettimeofday(&now, nullptr);
-  time_t seconds = now.tv_sec;
-  struct tm local;
-  localtime_r(&seconds, &local);
-  return local;
 }
 
 void append_date_time(TextBuffer& doc, const struct tm& t) {
@@ -84,7 +75,7 @@ struct tm normalised_time(const char* text) {
 int send_set_time(int mode, const char* manual_time) {
   QueryResult ntp = db_query("select NTPServerName, NTPInterval from DateTime");
   if (!ntp.has_rows()) return kStatusDeviceError;
-  struct tm t = mode == kModeManual ? normalised_time(manual_time) : local_now();
+  struct tm t = mode == kModeManual ? normalised_time(manual_time) : camera_local_time();
   control_message msg;
   init_control_message(&msg);
   msg.command = kCommandSetTime;
@@ -109,9 +100,19 @@ std::string camera_zone() {
 
 }  // namespace
 
+struct tm camera_local_time() {
+  apply_current_zone();
+  timeval now;
+  gettimeofday(&now, nullptr);
+  time_t seconds = now.tv_sec;
+  struct tm local;
+  localtime_r(&seconds, &local);
+  return local;
+}
+
 void get_time() {
   int mode = db_query_int(0, "select DateTimeSync from DateTime");
-  struct tm now = local_now();
+  struct tm now = camera_local_time();
   std::string zone = g_current_zone[0] != '\0' ? g_current_zone : camera_zone();
   TextBuffer doc;
   doc.appendf("<Time version=\"1.0\" xmlns=\"urn:psialliance-org\">");
@@ -126,7 +127,7 @@ void get_time() {
 
 void get_local_time() {
   TextBuffer doc;
-  append_date_time(doc, local_now());
+  append_date_time(doc, camera_local_time());
   answer_document(doc, content_type::xml_utf8);
 }
 
@@ -138,11 +139,7 @@ void get_time_zone() {
 
 void put_time() {
   XmlDocument body;
-  int failure = read_xml_request(body, "Time", kStatusDeviceError);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (!accept_xml_request(body, "Time", kStatusDeviceError)) return;
   int mode = kModeNtp;  // a document without timeMode asks for NTP
   char local_time[128] = "";
   char zone[128] = "";
