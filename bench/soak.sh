@@ -21,7 +21,7 @@ exec scripts/demo.sh --build-dir build --port auto --run '
 set -euo pipefail
 db=$PSIA_DEMO_ROOT/usr/local/korvia/kkorvia.db
 auth="Authorization: Basic YWRtaW46YWRtaW4="
-responder_pid() { pgrep -x -n psia-responder || echo none; }
+responder_pid() { pgrep -P "$(cat "$PSIA_DEMO_RUN/lighttpd.pid")" -x psia-responder || echo none; }
 rss_kb() { awk "/^VmRSS/ {print \$2}" /proc/$1/status; }
 
 # The first 1,000 requests: the process has reached its working size.

@@ -6,7 +6,11 @@ source bench/endpoints.sh
 base=$PSIA_BASE_URL
 head -c 845 /dev/zero | tr '\0' x > "$PSIA_DEMO_RUN/htdocs/static.xml"
 auth="Authorization: Basic YWRtaW46YWRtaW4="
-rss_kb() { awk '/^VmRSS/ {print $2}' "/proc/$(pgrep -x -n psia-responder)/status"; }
+rss_kb() {
+  local pid
+  pid=$(pgrep -P "$(cat "$PSIA_DEMO_RUN/lighttpd.pid")" -x psia-responder)
+  awk '/^VmRSS/ {print $2}' "/proc/$pid/status"
+}
 
 for _ in $(seq 1000); do curl -s -o /dev/null -H "$auth" "$base/PSIA/index"; done
 rss_1000=$(rss_kb)

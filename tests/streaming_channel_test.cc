@@ -68,6 +68,9 @@ TEST(StreamingChannel, DocumentsFollowTheStoredValues) {
        "where VideoStreamID=0;",
        "/PSIA/Streaming/channels/master-0",
        {"<keyFrameInterval>699<", "<videoQualityControlType>VBR<", "<fixedQuality>50<"}},
+      {"update VideoStream set Framerate=30000000 where VideoStreamID=0;",
+       "/PSIA/Streaming/channels/1",
+       {"<maxFrameRate>-1294967296<"}},  // wraps as the camera's 32 bits do
       {"update VideoStream set Framerate=0 where VideoStreamID=0;",
        "/PSIA/Streaming/channels/10",
        {"<id>1</id>", "<keyFrameInterval>2147483647<"}},

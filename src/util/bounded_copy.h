@@ -5,6 +5,7 @@
 #define PSIA_UTIL_BOUNDED_COPY_H
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 inline void copy_bounded(char* field, size_t size, const char* text) {
@@ -25,5 +26,12 @@ inline void copy_bounded(char (&field)[N], const char* text) {
 // how every number in a path, a body or a database cell is read. Saturates
 // instead of overflowing.
 int parse_int(const char* text);
+
+// value * factor as the camera's 32-bit arithmetic gives it (wrapping),
+// without the undefined overflow of int: for values read from the database
+// and shown scaled (frames, milliseconds).
+inline int times_wrapped(int value, int factor) {
+  return static_cast<int>(static_cast<uint32_t>(static_cast<int64_t>(value) * factor));
+}
 
 #endif  // PSIA_UTIL_BOUNDED_COPY_H

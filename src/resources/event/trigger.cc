@@ -13,6 +13,7 @@
 #include "resources/event/event.h"
 #include "resources/event/event_parts.h"
 #include "store/database.h"
+#include "util/bounded_copy.h"
 
 namespace {
 
@@ -48,7 +49,7 @@ int read_notifications(const notification_ids& ids, notification out[3]) {
       std::snprintf(out[n].name, sizeof out[n].name, "%s", relay.text(0, 0));
       out[n].method = "IO";
       out[n].relay_id = ids.relay;
-      out[n++].duration_ms = relay.integer(0, 1, 0) * 1000;
+      out[n++].duration_ms = times_wrapped(relay.integer(0, 1, 0), 1000);
     }
   }
   if (ids.ftp >= 0 && db_query_text(out[n].name, sizeof out[n].name,

@@ -15,6 +15,7 @@
 #include "io/response.h"
 #include "resources/media/media.h"
 #include "store/database.h"
+#include "util/bounded_copy.h"
 #include "util/request_context.h"
 
 namespace {
@@ -365,7 +366,7 @@ void append_channel(TextBuffer& doc, const channel_view& view, const video_strea
     append_number(doc, l.fixed_quality, fixed_quality(v.quality));
     append_line(doc, l.vbr_caps);
   }
-  append_number(doc, l.frame_rate, v.frame_rate * 100);
+  append_number(doc, l.frame_rate, times_wrapped(v.frame_rate, 100));
   append_number(doc, l.key_frame_interval, key_frame_interval(v.gop_size, v.frame_rate));
   append_line(doc, l.video_close);
   append_line(doc, "        <Audio>");

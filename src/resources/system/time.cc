@@ -48,9 +48,11 @@ void append_date_time(TextBuffer& doc, const struct tm& t) {
 }
 
 // A field of a "YYYY-MM-DDThh:mm:ss" text, read by position; 0 when the
-// text is too short to hold it.
+// text is too short to hold it. A field beyond any calendar is cut to
+// +-100000 so the date arithmetic on it cannot overflow.
 int field_at(const char* text, size_t position) {
-  return std::strlen(text) > position ? parse_int(text + position) : 0;
+  int v = std::strlen(text) > position ? parse_int(text + position) : 0;
+  return v > 100000 ? 100000 : v < -100000 ? -100000 : v;
 }
 
 // A manual time as the client wrote it, with out-of-range fields rolled
