@@ -18,6 +18,7 @@
 #include "resources/system/clock.h"
 #include "resources/system/system.h"
 #include "store/database.h"
+#include "util/bounded_copy.h"
 #include "util/request_context.h"
 
 namespace {
@@ -31,8 +32,8 @@ const size_t kSerialNumberSize = 32;
 // Published as the camera maker's contact in every DeviceInfo document.
 const char kSystemContact[] = "http://www.aldex.com";
 
-// The factory-default database, opened once to store a new identifier. It
-// stays open: the camera's configuration tools expect it so.
+// The factory-default database, opened once to store a new identifier and
+// then left open for the life of the process.
 sqlite3* g_factory_db = nullptr;
 
 // Reads the serial number written at the factory. `serial` holds at least
@@ -74,17 +75,22 @@ void make_device_id(char id[40]) {
                 b[14], b[15]);
 }
 
-// The device identifier, made and stored on first use. Storing it in the
-// factory-default database closes the main connection: from then on this
-// process's statements fail, and the camera restarts the responder.
+// The device identifier, made and stored on first use. Once it is in the
+// factory-default database too (so a factory reset keeps it), the main
+// connection is closed: every later statement of this process fails, the
+// rest of this document shows its fallbacks, and later callers are refused
+// until the responder is started again. A factory-default database that
+// cannot be opened (it is never created here) leaves the main connection
+// open and the identifier in the main database only.
 void read_device_id(char id[40]) {
-  if (!db_query_text(id, 40, "select uuid from System")) std::snprintf(id, 40, "%s", kNoDeviceId);
+  // An empty uuid is no identifier either: a client must never be shown one.
+  if (!db_query_text(id, 40, "select uuid from System") || id[0] == '\0')
+    copy_bounded(id, 40, kNoDeviceId);
   if (std::strncmp(id, kNoDeviceId, 16) != 0) return;
   make_device_id(id);
   db_exec("update system set uuid='%q'", id);
-  if (g_factory_db != nullptr ||
-      sqlite3_open(host_path(kFactoryDatabasePath).c_str(), &g_factory_db) != SQLITE_OK)
-    return;
+  if (g_factory_db == nullptr) g_factory_db = db_open(host_path(kFactoryDatabasePath).c_str());
+  if (g_factory_db == nullptr) return;
   char* statement = sqlite3_mprintf("update system set uuid='%q'", id);
   sqlite3_exec(g_factory_db, statement, nullptr, nullptr, nullptr);
   sqlite3_free(statement);
