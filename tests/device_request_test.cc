@@ -232,11 +232,16 @@ TEST(Maintenance, ConfigurationDownload) {
   EXPECT_EQ(empty.get("/PSIA/System/configurationData").out,
             "Content-Type: application/octet-stream\nContent-length: 0\n\n");
 
+  // A refused reply, a missing file, and names that are no file at all.
   const char uri[] = "/PSIA/System/configurationData";
-  Camera missing("", {"--reply-text", "11=0:missing.cfg"});
-  EXPECT_EQ(missing.get(uri).out, status_answer(uri, 3));
-  Camera refused("", {"--status", "11=2"});
-  EXPECT_EQ(refused.get(uri).out, status_answer(uri, 3));
+  const std::vector<std::string> failures[] = {{"--status", "11=2"},
+                                               {"--reply-text", "11=0:missing.cfg"},
+                                               {"--reply-text", "11=0:"},
+                                               {"--reply-text", "11=0:."}};
+  for (const std::vector<std::string>& sim_args : failures) {
+    Camera failing("", sim_args);
+    EXPECT_EQ(failing.get(uri).out, status_answer(uri, 3)) << sim_args[1];
+  }
 }
 
 }  // namespace

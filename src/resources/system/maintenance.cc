@@ -3,6 +3,7 @@
 // configuration file are the control daemon's work; uploads are stored in
 // the web server's transfer directory for the daemon to find.
 #include <strings.h>
+#include <sys/stat.h>
 
 #include <cstdio>
 #include <algorithm>
@@ -95,6 +96,14 @@ void get_configuration_data() {
                 static_cast<int>(sizeof path - sizeof kTransferDirectory), name);
   FILE* f = std::fopen(host_path(path).c_str(), "rb");
   if (f == nullptr) {
+    write_response_status(kStatusDeviceError);
+    return;
+  }
+  // An empty name opens the transfer directory itself: only a regular file
+  // has a size worth announcing.
+  struct stat info;
+  if (fstat(fileno(f), &info) != 0 || !S_ISREG(info.st_mode)) {
+    std::fclose(f);
     write_response_status(kStatusDeviceError);
     return;
   }
