@@ -1,5 +1,6 @@
--- wrk script of the soak run: a mix of reads, a change answered by the
--- control daemon, an unknown path and a wrong password, in turn. Every
+-- wrk script of the soak run: a mix of reads, an unknown path and a wrong
+-- password in turn, and every 200th request a change answered by the
+-- control daemon (which waits for its reply's 100 ms poll). Every
 -- answer is classified (a document, a ResponseStatus code, or an HTTP
 -- status) and checked: its Content-Length must equal the bytes received.
 local admin = "Basic YWRtaW46YWRtaW4="
@@ -8,11 +9,11 @@ local mix = {
   {"GET", "/PSIA/index", admin},
   {"GET", "/PSIA/System/deviceInfo", admin},
   {"GET", "/PSIA/Streaming/channels", admin},
-  {"PUT", "/PSIA/System/time/timeZone", admin, "JST-9"},
   {"GET", "/PSIA/System/time", admin},
   {"GET", "/PSIA/Nothing/here", admin},
   {"GET", "/PSIA/index", wrong},
 }
+local change = {"PUT", "/PSIA/System/time/timeZone", admin, "JST-9"}
 
 local threads = {}
 function setup(thread) table.insert(threads, thread) end
@@ -24,8 +25,8 @@ function init(args)
 end
 
 function request()
-  turn = turn % #mix + 1
-  local r = mix[turn]
+  turn = turn + 1
+  local r = turn % 200 == 0 and change or mix[turn % #mix + 1]
   return wrk.format(r[1], r[2], {Authorization = r[3]}, r[4])
 end
 

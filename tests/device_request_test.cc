@@ -80,7 +80,7 @@ TEST(DeviceInfo, FallbacksWhenSourcesAreMissing) {
 }
 
 TEST(DeviceInfo, IdentifierIsMadeOnceAndStoredInBothDatabases) {
-  for (const char* stored : {"aaaaaaaaaaaaaaaa", "aaaaaaaaaaaaaaaaXYZ"}) {
+  for (const char* stored : {"aaaaaaaaaaaaaaaa", "aaaaaaaaaaaaaaaaXYZ", ""}) {
     Camera camera(std::string("update System set uuid='") + stored + "';");
     std::string first = camera.get("/PSIA/System/deviceInfo").out;
     std::smatch id;
@@ -99,6 +99,16 @@ TEST(DeviceInfo, IdentifierIsMadeOnceAndStoredInBothDatabases) {
     EXPECT_NE(second.find("<deviceID>" + std::string(id[1]) + "</deviceID>"), std::string::npos);
     EXPECT_NE(second.find("<model>KTA3050</model>"), std::string::npos);
   }
+}
+
+TEST(DeviceInfo, NoFactoryDatabaseKeepsTheConnectionAndCreatesNone) {
+  Camera camera("update System set uuid='aaaaaaaaaaaaaaaa';");
+  std::string factory = camera.root() + "/usr/local/korvia/conf/default.db";
+  ASSERT_EQ(unlink(factory.c_str()), 0);
+  std::string out = camera.get("/PSIA/System/deviceInfo").out;
+  EXPECT_NE(out.find("<model>KTA3050</model>"), std::string::npos);  // still connected
+  EXPECT_NE(access(factory.c_str(), F_OK), 0);
+  EXPECT_NE(camera.query("select uuid from System"), "aaaaaaaaaaaaaaaa");
 }
 
 TEST(DeviceInfo, PutStoresTheDeviceName) {
