@@ -26,6 +26,26 @@ struct element {
   const char* close;
 };
 
+// The bit rate or quality elements, the same in the channel document and
+// the list, with attributes in the capabilities.
+struct quality_layout {
+  const char* cbr;
+  element bit_rate;
+  const char* vbr;
+  element fixed_quality;
+  const char* vbr_caps;
+};
+
+// The Audio element's children, likewise.
+struct audio_layout {
+  element enabled;
+  const char* input;
+  element compression;
+  element bit_rate;
+  const char* sampling;
+  const char* resolution;
+};
+
 struct channel_layout {
   element id;
   element name;
@@ -47,26 +67,49 @@ struct channel_layout {
   const char* width_open;
   const char* width_open_160;  // for the 160-pixel models
   element height;
-  const char* cbr;
-  element bit_rate;
-  const char* vbr;
-  element fixed_quality;
-  const char* vbr_caps;
+  const quality_layout* quality;
   element frame_rate;
   element key_frame_interval;
   const char* video_close;
-  element audio_enabled;
-  const char* audio_input;
-  element audio_compression;
-  element audio_bit_rate;
-  const char* audio_sampling;
-  const char* audio_resolution;
+  const audio_layout* audio;
   const char* channel_close;
 };
 
 const char kWidthClose[] = "</videoResolutionWidth>";
 const char kVbrCaps[] =
     "            <vbrUpperCap>10240</vbrUpperCap>            <vbrLowerCap>1024</vbrLowerCap>";
+
+const quality_layout kPlainQuality = {
+    "            <videoQualityControlType>CBR</videoQualityControlType>",
+    {"            <constantBitRate>", "</constantBitRate>"},
+    "            <videoQualityControlType>VBR</videoQualityControlType>",
+    {"            <fixedQuality>", "</fixedQuality>"},
+    kVbrCaps,
+};
+const quality_layout kCapabilitiesQuality = {
+    "            <videoQualityControlType opt=\"CBR,VBR\">CBR</videoQualityControlType>",
+    {"            <constantBitRate min=\"64\" max=\"10240\" dynamic=\"true\">", "</constantBitRate>"},
+    "            <videoQualityControlType opt=\"CBR,VBR\">VBR</videoQualityControlType>",
+    {"            <fixedQuality min=\"0\" max=\"100\" default=\"50\">", "</fixedQuality>"},
+    kVbrCaps,
+};
+const audio_layout kPlainAudio = {
+    {"            <enabled>", "</enabled>"},
+    "            <audioInputChannelID>1</audioInputChannelID>",
+    {"            <audioCompressionType>", "</audioCompressionType>"},
+    {"            <audioBitRate>", "</audioBitRate>"},
+    "            <audioSamplingRate>8</audioSamplingRate>",
+    "            <audioResolution>8</audioResolution>",
+};
+const audio_layout kCapabilitiesAudio = {
+    {"            <enabled opt=\"true,false\">", "</enabled>"},
+    "            <audioInputChannelID min=\"1\" max=\"1\">1</audioInputChannelID>",
+    {"            <audioCompressionType opt=\"G.711ulaw,G.711alaw,G.726\" default=\"G.711ulaw\">",
+     "</audioCompressionType>"},
+    {"            <audioBitRate opt=\"24,32,64\">", "</audioBitRate>"},
+    "            <audioSamplingRate opt=\"8\">8</audioSamplingRate>",
+    "            <audioResolution opt=\"8\">8</audioResolution>",
+};
 
 const channel_layout kChannelLayout = {
     {"    <id>", "</id>"},
@@ -89,20 +132,11 @@ const channel_layout kChannelLayout = {
     "        <videoResolutionWidth>",
     "            <videoResolutionWidth>",
     {"        <videoResolutionHeight>", "</videoResolutionHeight>"},
-    "            <videoQualityControlType>CBR</videoQualityControlType>",
-    {"            <constantBitRate>", "</constantBitRate>"},
-    "            <videoQualityControlType>VBR</videoQualityControlType>",
-    {"            <fixedQuality>", "</fixedQuality>"},
-    kVbrCaps,
+    &kPlainQuality,
     {"        <maxFrameRate>", "</maxFrameRate>"},
     {"            <keyFrameInterval>", "</keyFrameInterval>"},
     "    </Video>",
-    {"            <enabled>", "</enabled>"},
-    "            <audioInputChannelID>1</audioInputChannelID>",
-    {"            <audioCompressionType>", "</audioCompressionType>"},
-    {"            <audioBitRate>", "</audioBitRate>"},
-    "            <audioSamplingRate>8</audioSamplingRate>",
-    "            <audioResolution>8</audioResolution>",
+    &kPlainAudio,
     "</StreamingChannel>",
 };
 
@@ -127,20 +161,11 @@ const channel_layout kListEntryLayout = {
     "            <videoResolutionWidth>",
     "            <videoResolutionWidth>",
     {"            <videoResolutionHeight>", "</videoResolutionHeight>"},
-    "            <videoQualityControlType>CBR</videoQualityControlType>",
-    {"            <constantBitRate>", "</constantBitRate>"},
-    "            <videoQualityControlType>VBR</videoQualityControlType>",
-    {"            <fixedQuality>", "</fixedQuality>"},
-    kVbrCaps,
+    &kPlainQuality,
     {"            <maxFrameRate>", "</maxFrameRate>"},
     {"            <keyFrameInterval>", "</keyFrameInterval>"},
     "        </Video>",
-    {"            <enabled>", "</enabled>"},
-    "            <audioInputChannelID>1</audioInputChannelID>",
-    {"            <audioCompressionType>", "</audioCompressionType>"},
-    {"            <audioBitRate>", "</audioBitRate>"},
-    "            <audioSamplingRate>8</audioSamplingRate>",
-    "            <audioResolution>8</audioResolution>",
+    &kPlainAudio,
     "    </StreamingChannel>",
 };
 
@@ -165,21 +190,11 @@ const channel_layout kCapabilitiesLayout = {
     "        <videoResolutionWidth min=\"176\" max=\"704\">",
     "        <videoResolutionWidth min=\"160\" max=\"704\">",
     {"        <videoResolutionHeight min=\"144\" max=\"576\">", "</videoResolutionHeight>"},
-    "            <videoQualityControlType opt=\"CBR,VBR\">CBR</videoQualityControlType>",
-    {"            <constantBitRate min=\"64\" max=\"10240\" dynamic=\"true\">", "</constantBitRate>"},
-    "            <videoQualityControlType opt=\"CBR,VBR\">VBR</videoQualityControlType>",
-    {"            <fixedQuality min=\"0\" max=\"100\" default=\"50\">", "</fixedQuality>"},
-    kVbrCaps,
+    &kCapabilitiesQuality,
     {"        <maxFrameRate min=\"100\" max=\"3000\" default=\"1500\">", "</maxFrameRate>"},
     {"<keyFrameInterval min=\"0\" max=\"10000\">", "</keyFrameInterval>"},
     "    </Video>",
-    {"            <enabled opt=\"true,false\">", "</enabled>"},
-    "            <audioInputChannelID min=\"1\" max=\"1\">1</audioInputChannelID>",
-    {"            <audioCompressionType opt=\"G.711ulaw,G.711alaw,G.726\" default=\"G.711ulaw\">",
-     "</audioCompressionType>"},
-    {"            <audioBitRate opt=\"24,32,64\">", "</audioBitRate>"},
-    "            <audioSamplingRate opt=\"8\">8</audioSamplingRate>",
-    "            <audioResolution opt=\"8\">8</audioResolution>",
+    &kCapabilitiesAudio,
     "</StreamingChannel>",
 };
 
@@ -358,24 +373,26 @@ void append_channel(TextBuffer& doc, const channel_view& view, const video_strea
     doc.appendf("%s%d%s", open, width, kWidthClose);
     append_number(doc, l.height, resolution_height(v.resolution, view.fifty_hz));
   }
+  const quality_layout& q = *l.quality;
   if (v.quality_type == 0) {
-    append_line(doc, l.cbr);
-    append_number(doc, l.bit_rate, v.bit_rate);
+    append_line(doc, q.cbr);
+    append_number(doc, q.bit_rate, v.bit_rate);
   } else {
-    append_line(doc, l.vbr);
-    append_number(doc, l.fixed_quality, fixed_quality(v.quality));
-    append_line(doc, l.vbr_caps);
+    append_line(doc, q.vbr);
+    append_number(doc, q.fixed_quality, fixed_quality(v.quality));
+    append_line(doc, q.vbr_caps);
   }
   append_number(doc, l.frame_rate, times_wrapped(v.frame_rate, 100));
   append_number(doc, l.key_frame_interval, key_frame_interval(v.gop_size, v.frame_rate));
   append_line(doc, l.video_close);
   append_line(doc, "        <Audio>");
-  append_text(doc, l.audio_enabled, s.audio_enabled ? "true" : "false");
-  append_line(doc, l.audio_input);
-  append_text(doc, l.audio_compression, audio_compression(s.audio_codec));
-  append_number(doc, l.audio_bit_rate, audio_bit_rate(s.audio_codec));
-  append_line(doc, l.audio_sampling);
-  append_line(doc, l.audio_resolution);
+  const audio_layout& a = *l.audio;
+  append_text(doc, a.enabled, s.audio_enabled ? "true" : "false");
+  append_line(doc, a.input);
+  append_text(doc, a.compression, audio_compression(s.audio_codec));
+  append_number(doc, a.bit_rate, audio_bit_rate(s.audio_codec));
+  append_line(doc, a.sampling);
+  append_line(doc, a.resolution);
   append_line(doc, "        </Audio>");
   append_line(doc, l.channel_close);
 }
