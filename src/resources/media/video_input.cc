@@ -33,42 +33,44 @@ void append_channel_elements(TextBuffer& doc, const video_input_levels& v, int i
   doc.appendf("%*s<hueLevel>%d</hueLevel>", indent, "", v.hue);
 }
 
+// Answers the channel's elements inside `depth` wrapping elements, each
+// opened on the way in and closed on the way out; the elements sit four
+// spaces deeper than the innermost wrapper.
+void answer_video_document(const char* const opens[], const char* const closes[], int depth) {
+  video_input_levels levels = read_video_input_levels();
+  TextBuffer doc;
+  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
+  for (int i = 0; i < depth; ++i) doc.appendf("%s", opens[i]);
+  append_channel_elements(doc, levels, 4 * depth);
+  for (int i = depth - 1; i >= 0; --i) doc.appendf("%s", closes[i]);
+  answer_document(doc, content_type::xml);
+}
+
 }  // namespace
 
 void get_video_inputs() {
-  video_input_levels levels = read_video_input_levels();
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
-  doc.appendf("<VideoInput version=\"1.0\" xmlns=\"urn:psialliance-org\">");
-  doc.appendf("    <VideoInputChannelList version=\"1.0\">");
-  doc.appendf("        <VideoInputChannel version=\"1.0\">");
-  append_channel_elements(doc, levels, 12);
-  doc.appendf("        </VideoInputChannel>");
-  doc.appendf("    </VideoInputChannelList>");
-  doc.appendf("</VideoInput>");
-  answer_document(doc, content_type::xml);
+  static const char* const kOpens[] = {
+      "<VideoInput version=\"1.0\" xmlns=\"urn:psialliance-org\">",
+      "    <VideoInputChannelList version=\"1.0\">",
+      "        <VideoInputChannel version=\"1.0\">"};
+  static const char* const kCloses[] = {"</VideoInput>", "    </VideoInputChannelList>",
+                                        "        </VideoInputChannel>"};
+  answer_video_document(kOpens, kCloses, 3);
 }
 
 void get_video_input_channels() {
-  video_input_levels levels = read_video_input_levels();
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
-  doc.appendf("<VideoInputChannelList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
-  doc.appendf("    <VideoInputChannel version=\"1.0\">");
-  append_channel_elements(doc, levels, 8);
-  doc.appendf("    </VideoInputChannel>");
-  doc.appendf("</VideoInputChannelList>");
-  answer_document(doc, content_type::xml);
+  static const char* const kOpens[] = {
+      "<VideoInputChannelList version=\"1.0\" xmlns=\"urn:psialliance-org\">",
+      "    <VideoInputChannel version=\"1.0\">"};
+  static const char* const kCloses[] = {"</VideoInputChannelList>", "    </VideoInputChannel>"};
+  answer_video_document(kOpens, kCloses, 2);
 }
 
 void get_video_input_channel() {
-  video_input_levels levels = read_video_input_levels();
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
-  doc.appendf("<VideoInputChannel version=\"1.0\" xmlns=\"urn:psialliance-org\">");
-  append_channel_elements(doc, levels, 4);
-  doc.appendf("</VideoInputChannel>");
-  answer_document(doc, content_type::xml);
+  static const char* const kOpens[] = {
+      "<VideoInputChannel version=\"1.0\" xmlns=\"urn:psialliance-org\">"};
+  static const char* const kCloses[] = {"</VideoInputChannel>"};
+  answer_video_document(kOpens, kCloses, 1);
 }
 
 // The body's id is the row key as it stands (a body without one updates
