@@ -23,6 +23,8 @@ TEST(Time, TimeDocumentReportsModeClockAndZone) {
       {"", "NTP", "CET-1CEST,M3.5.0,M10.5.0/3"},  // Europe/Berlin's zone file
       {"update DateTime set DateTimeSync=1, TimeZone='CST-0';", "manual", "CST-0"},
       {"update DateTime set TimeZone='No/Such_Zone';", "NTP", "GMT0"},
+      {"update DateTime set TimeZone='../../../etc/passwd';", "NTP", "GMT0"},
+      {"update DateTime set TimeZone='Europe';", "NTP", "GMT0"},  // a directory
       {"delete from DateTime;", "manual", "GMT0"},
   };
   for (const Case& c : cases) {
@@ -81,7 +83,9 @@ TEST(Time, PutTimeChecksTheZoneAndDefaultsToNtp) {
   ASSERT_EQ(camera.sim().commands().size(), 1u);
   EXPECT_EQ(camera.sim().commands()[0].int_at(0), 2);       // NTP
   EXPECT_GE(camera.sim().commands()[0].int_at(136), 2025);  // the current time, not the body's
-  for (const char* body : {"<Time><timeZone>EST</timeZone></Time>", "<Clock/>", "<Time>"}) {
+  const std::string too_long = "<Time><timeZone>EST5EDT" + std::string(60, 'X') + "</timeZone></Time>";
+  for (const std::string& body : {std::string("<Time><timeZone>EST</timeZone></Time>"),
+                                  std::string("<Clock/>"), std::string("<Time>"), too_long}) {
     EXPECT_EQ(camera.put(uri, body).out, status_answer(uri, 3)) << body;
   }
   EXPECT_EQ(camera.sim().commands().size(), 1u);

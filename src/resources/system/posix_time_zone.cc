@@ -1,5 +1,7 @@
 #include "resources/system/posix_time_zone.h"
 
+#include <sys/stat.h>
+
 #include <cctype>
 #include <cstdio>
 #include <cstring>
@@ -172,8 +174,16 @@ bool read_posix_time_zone(std::string* zone) {
     *zone = "CST-0";
     return true;
   }
+  // The name comes from the database: it may not climb out of the zoneinfo
+  // directory, and only a regular file of zone-file size is read.
+  if (std::strstr(path, "..") != nullptr) return false;
   FILE* f = std::fopen(host_path(path).c_str(), "rb");
   if (f == nullptr) return false;
+  struct stat info;
+  if (fstat(fileno(f), &info) != 0 || !S_ISREG(info.st_mode) || info.st_size > (1 << 20)) {
+    std::fclose(f);
+    return false;
+  }
   std::string contents;
   bool ok = std::fseek(f, 0, SEEK_END) == 0;
   long size = ok ? std::ftell(f) : -1;

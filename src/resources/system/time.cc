@@ -154,7 +154,8 @@ void put_time() {
       xml_copy_text(child, zone);
     }
   }
-  if (validate_posix_time_zone(zone) < 0) {
+  // A zone too long to keep whole is refused: cut, it could name another.
+  if (std::strlen(zone) >= sizeof g_current_zone || validate_posix_time_zone(zone) < 0) {
     write_response_status(kStatusDeviceError);
     return;
   }
