@@ -44,21 +44,6 @@ TEST(ControlChannel, ReplyStatusBecomesTheAnswer) {
   }
 }
 
-TEST(ControlChannel, ASlowDaemonIsWaitedForAndASilentOneGivesTwo) {
-  Exchange exchange({"--delay", "8=1500", "--silent", "41"});
-  EXPECT_EQ(send_control_command(kCommandReboot), 1);
-
-  control_message msg;
-  init_control_message(&msg);
-  msg.command = kCommandNetworkApply;
-  control_put_int(&msg, 0, 1234);
-  send_control_message(&msg);
-  EXPECT_EQ(msg.status, 2);
-  // Nothing of the request survives a missing reply.
-  EXPECT_EQ(msg.command, 0);
-  EXPECT_EQ(control_get_int(&msg, 0), 0);
-}
-
 TEST(ControlChannel, AReplyThatComesTooLateAnswersTheNextExchange) {
   // Replies are matched by process id only: a late reply waits in the
   // queue and is taken by the next exchange of the same process.
@@ -146,15 +131,6 @@ TEST(ControlChannel, StartUpWaitsForTheDaemonsQueues) {
   EXPECT_GE(queue, 0);
   EXPECT_GE(waited, std::chrono::seconds(1));
   msgctl(queue, IPC_RMID, nullptr);
-}
-
-TEST(ControlChannel, LongCommandsWaitLonger) {
-  struct Case {
-    int32_t command;
-    int attempts;
-  } cases[] = {{9, 1801}, {10, 1801}, {11, 1801}, {12, 1801}, {32, 1801},
-               {33, 301},  {8, 51},    {65, 51},   {13, 51},   {0, 51}};
-  for (const Case& c : cases) EXPECT_EQ(control_reply_attempts(c.command), c.attempts) << c.command;
 }
 
 }  // namespace

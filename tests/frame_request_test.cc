@@ -122,40 +122,6 @@ TEST_F(FrameTest, CatalogueDocumentsCarryTheirBranchHeaders) {
   }
 }
 
-TEST_F(FrameTest, DescriptionsAndRecursiveIndex) {
-  std::string description = camera_.get("/PSIA/description").out;
-  const std::string not_supported =
-      "<QueryStringParameterList /><inboundData>none</inboundData>"
-      "<returnResult>none</returnResult><function>not supported</function>"
-      "<notes>not supported</notes>";
-  EXPECT_NE(description.find(
-                "<name>index</name><version>1.0</version><type>resource</type><get>"
-                "<QueryStringParameterList /><inboundData>none</inboundData>"
-                "<returnResult>ResourceList</returnResult>"
-                "<function>enumerate 1st level children</function>"
-                "<notes>non-recursive</notes></get><put>" + not_supported + "</put><post>" +
-                not_supported + "</post><delete>" + not_supported +
-                "</delete></ResourceDescription>"),
-            std::string::npos);
-
-  std::string ptz = camera_.get("/PSIA/PTZ/channels/description").out;
-  EXPECT_NE(ptz.find("<name>channels</name>"), std::string::npos);
-  EXPECT_NE(ptz.find("<put><QueryStringParameterList /><inboundData>ResourceList</inboundData>"
-                     "<returnResult>ResponseStatus</returnResult>"
-                     "<function>Access the list of PTZ channels</function>"
-                     "<notes>non-recursive</notes></put>"),
-            std::string::npos);
-
-  std::string tree = camera_.get("/PSIA/indexr").out;
-  EXPECT_NE(tree.find("<name>Streaming</name><version>1.0</version><type>service</type>"
-                      "<ResourceList version=\"1.0\">" +
-                      entry("index", "resource") + entry("description", "resource") +
-                      entry("status", "resource") + entry("channels", "resource") +
-                      "</ResourceList></Resource></ResourceList>"),
-            std::string::npos);
-  EXPECT_NE(tree.find("<name>AAA</name>"), std::string::npos);
-}
-
 TEST_F(FrameTest, BodiesThatCannotBeReadAnswerDeviceError) {
   // The schedule update stands for every handler that reads a body.
   struct Case {

@@ -157,8 +157,3 @@ TEST_F(HostProbeTest, InterfaceIoctls) {
                           "\nUnable to read subnet mask!\nUnable to read MAC address!\n");
 }
 
-TEST(FormatIpv4, PrintsTheBytesInNetworkOrder) {
-  EXPECT_EQ(dotted(htonl(0xC0A80114)), "192.168.1.20");
-  EXPECT_EQ(dotted(kProbeFailed), "255.255.255.255");
-  EXPECT_EQ(dotted(0), "0.0.0.0");
-}

@@ -227,14 +227,6 @@ TEST_F(NetworkTest, DynamicUpdateStoresOnlyTheMode) {
   EXPECT_EQ(command_codes(), (std::vector<int>{41}));
 }
 
-TEST_F(NetworkTest, InterfaceUpdateRunsOnGet) {
-  const std::string good = "<NetworkInterface><id>ETH0</id><IPAddress>" +
-                           static_settings("") + "</IPAddress></NetworkInterface>";
-  EXPECT_EQ(send("GET", kInterfaceUri, good).out, status_answer(kInterfaceUri, 1));
-  EXPECT_EQ(row(), "0 10.9.8.7 255.255.0.0 10.9.0.1 10.9.0.53 8.8.8.8");
-  EXPECT_EQ(command_codes(), (std::vector<int>{41, 42}));
-}
-
 TEST_F(NetworkTest, RefusedUpdatesChangeNothing) {
   struct Case {
     const char* method;  // the interface's update answers GET
@@ -268,12 +260,6 @@ TEST_F(NetworkTest, RefusedUpdatesChangeNothing) {
   EXPECT_TRUE(camera_.sim().commands().empty());
 }
 
-TEST_F(NetworkTest, DiscoveryUpdateIsAcceptedAndIgnored) {
-  EXPECT_EQ(camera_.put(kDiscoveryUri, "<Discovery/>").out, status_answer(kDiscoveryUri, 1));
-  EXPECT_TRUE(camera_.sim().commands().empty());
-}
-
-// The daemon's answers decide the status: a failing first step stops there.
 TEST(NetworkDaemonTest, RepliesAreAnsweredAsTheyCome) {
   struct Case {
     std::vector<std::string> sim_args;

@@ -102,50 +102,6 @@ TEST_F(BodyTest, FileModeStoresTheBodyWholeOrNotAtAll) {
   rmdir(dir);
 }
 
-TEST_F(BodyTest, XmlRequestsAnswerTheRightCodes) {
-  struct Case {
-    std::string body;
-    int expected;
-  } cases[] = {
-      {"<Time><timeMode>NTP</timeMode></Time>", 0},
-      {"<time/>", 0},                          // root compared without case
-      {"<Other/>", 5},                         // the handler's wrong-root code
-      {"<Time><unclosed></Time>", 3},          // not well-formed
-      {"", 3},                                 // no body
-      {"<?xml version=\"1.0\"?><!DOCTYPE Time [<!ENTITY a \"aaaa\">]><Time>&a;</Time>", 3},
-      {"<!DOCTYPE Time SYSTEM \"file:///etc/passwd\"><Time/>", 3},
-  };
-  for (const Case& c : cases) {
-    feed(c.body, std::to_string(c.body.size()).c_str());
-    XmlDocument doc;
-    EXPECT_EQ(read_xml_request(doc, "Time", 5), c.expected) << c.body;
-  }
-}
-
-TEST_F(BodyTest, ElementTextsAreCutToTheirFields) {
-  std::string name(40, 'n');
-  std::string body = "<User><userName>" + name + "</userName><userName>second</userName>"
-                     "<junk>1</junk><port>8080x</port><none>abc</none></User>";
-  feed(body, std::to_string(body.size()).c_str());
-  XmlDocument doc;
-  ASSERT_EQ(read_xml_request(doc, "User", 3), 0);
-  char field[32] = "";
-  int port = 0, none = -1, names = 0;
-  for (xmlNode* child : xml_children(doc.root())) {
-    if (xml_name_is(child, "USERNAME")) {
-      if (names++ == 0) {
-        xml_copy_text(child, field);
-        EXPECT_EQ(std::string(field), name.substr(0, 31));
-      }
-    }
-    if (xml_name_is(child, "port")) port = xml_int_text(child);
-    if (xml_name_is(child, "none")) none = xml_int_text(child);
-  }
-  EXPECT_EQ(names, 2);
-  EXPECT_EQ(port, 8080);
-  EXPECT_EQ(none, 0);
-}
-
 TEST(Ipv4Text, ReadsDottedQuadsInBothByteOrders) {
   struct Case {
     const char* text;
