@@ -95,7 +95,6 @@ TEST(EventTrigger, UpdatesStoreOneNotification) {
        "</EventTrigger></EventTriggerList>",
        "7,-1,-1,-1 relay 5"},
       {"DELETE", one, "", "10,-1,-1,-1 relay 5"},
-      {"DELETE", "/PSIA/Custom/Event/triggers", "", "10,-1,-1,-1 relay 5"},
       {"PUT", one + "/notifications", list(item("ftp-archive", "FTP")), "10,-1,1,-1 relay 5"},
       {"POST", one + "/notifications", item("Relay-0", "IO"), "10,0,-1,-1 relay 5"},
       {"PUT", one + "/notifications/ftp-archive", item("other", "FTP"), "10,-1,1,-1 relay 5"},

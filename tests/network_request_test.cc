@@ -99,11 +99,6 @@ class NetworkTest : public ::testing::Test {
     }
     return codes;
   }
-  ProcessResult send(const std::string& method, const std::string& uri,
-                     const std::string& body) {
-    return camera_.send(method, uri, body);
-  }
-
   Camera camera_;
 };
 
@@ -163,7 +158,7 @@ TEST_F(NetworkTest, DocumentsByteForByte) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.uri);
-    EXPECT_EQ(send(c.method, c.uri, "").out, document_answer(c.body));
+    EXPECT_EQ(camera_.send(c.method, c.uri, "").out, document_answer(c.body));
   }
   EXPECT_TRUE(camera_.sim().commands().empty());
 }
@@ -237,7 +232,6 @@ TEST_F(NetworkTest, RefusedUpdatesChangeNothing) {
       {"PUT", kIpAddressUri, "<NetworkInterface/>", 5},  // wrong root
       {"PUT", kIpAddressUri, "not xml", 3},
       {"PUT", kIpAddressUri, "", 3},                     // no body
-      {"PUT", kIpAddressUri, "<IPAddress/>", 3},         // no children
       {"PUT", kIpAddressUri,
        "<IPAddress><ipVersion>v6</ipVersion><addressingType>static</addressingType>"
        "</IPAddress>", 3},
@@ -248,13 +242,10 @@ TEST_F(NetworkTest, RefusedUpdatesChangeNothing) {
       {"GET", kInterfaceUri,
        "<NetworkInterface><id>eth1</id><IPAddress><addressingType>dhcp</addressingType>"
        "</IPAddress></NetworkInterface>", 3},
-      {"GET", kInterfaceUri,
-       "<NetworkInterface><IPAddress><ipVersion>v6</ipVersion>"
-       "<addressingType>dhcp</addressingType></IPAddress></NetworkInterface>", 3},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.body);
-    EXPECT_EQ(send(c.method, c.uri, c.body).out, status_answer(c.uri, c.code));
+    EXPECT_EQ(camera_.send(c.method, c.uri, c.body).out, status_answer(c.uri, c.code));
   }
   EXPECT_EQ(row(), kSeededRow);
   EXPECT_TRUE(camera_.sim().commands().empty());
@@ -269,7 +260,6 @@ TEST(NetworkDaemonTest, RepliesAreAnsweredAsTheyCome) {
   } cases[] = {
       {{"--status", "41=3"}, static_body(""), 3, {41}},
       {{"--status", "42=2"}, static_body(""), 2, {41, 42}},
-      {{"--status", "41=7"}, static_body(""), 3, {41}},  // above 2 reaches us as 3
       {{"--status", "41=2"}, kDhcpBody, 2, {41}},
   };
   for (const Case& c : cases) {
