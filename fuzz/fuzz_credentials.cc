@@ -5,6 +5,8 @@
 #include "frame/authentication.h"
 #include "util/base64.h"
 
+using namespace psia;
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string text(reinterpret_cast<const char*>(data), size);
   unsigned char decoded[128];

@@ -7,41 +7,12 @@
 
 #include <cstdio>
 #include <cstring>
+#include <memory>
 
+#include "frame/request_loop.h"
 #include "frame/startup.h"
-#include "io/stream.h"
-#include "store/database.h"
-#include "util/request_context.h"
 
 namespace {
-
-std::string g_root;
-std::string g_output;
-const std::string* g_input = nullptr;
-size_t g_input_at = 0;
-
-void capture_write(const void* data, size_t size) {
-  g_output.append(static_cast<const char*>(data), size);
-}
-
-size_t feed_read(void* data, size_t size) {
-  if (g_input == nullptr || g_input_at >= g_input->size()) return 0;
-  size_t n = std::min(size, g_input->size() - g_input_at);
-  std::memcpy(data, g_input->data() + g_input_at, n);
-  g_input_at += n;
-  return n;
-}
-
-void drop_error(const char*, size_t) {}
-
-const stream_hooks kFuzzStreams = {capture_write, feed_read, drop_error};
-
-void set_or_clear(const char* name, const std::string& value, bool present) {
-  if (present)
-    setenv(name, value.c_str(), 1);
-  else
-    unsetenv(name);
-}
 
 // Every answer that starts with a Content-Length header must carry exactly
 // that many bytes after its header block.
@@ -61,59 +32,67 @@ void check_answer(const std::string& out) {
   }
 }
 
-}  // namespace
+struct FuzzCamera {
+  std::string root;
+  psia::SystemClock clock;
+  std::unique_ptr<psia::request_context> ctx;
+};
 
-void fuzz_start_up() {
-  static bool started = false;
-  if (started) return;
-  started = true;
-  char root[] = "/tmp/psia-fuzz-XXXXXX";
-  if (mkdtemp(root) == nullptr) abort();
-  g_root = root;
-  atexit([] {
-    std::string remove = "rm -rf " + g_root;
-    if (system(remove.c_str()) != 0) std::fprintf(stderr, "could not remove %s\n", g_root.c_str());
-  });
-  std::string make = std::string("/bin/bash " PSIA_SOURCE_DIR "/scripts/make-root.sh ") + root;
-  if (system(make.c_str()) != 0) abort();
+FuzzCamera& camera() {
+  static FuzzCamera* made = [] {
+    auto* c = new FuzzCamera;
+    char root[] = "/tmp/psia-fuzz-XXXXXX";
+    if (mkdtemp(root) == nullptr) abort();
+    c->root = root;
+    atexit([] {
+      std::string remove = "rm -rf " + camera().root;
+      if (system(remove.c_str()) != 0) std::fprintf(stderr, "could not remove the camera root\n");
+    });
+    std::string make = std::string("/bin/bash " PSIA_SOURCE_DIR "/scripts/make-root.sh ") + root;
+    if (system(make.c_str()) != 0) abort();
 
-  // Queues of this process's own that nobody serves: start-up attaches and
-  // drains them, then the ids are dropped so that every exchange fails at
-  // once with status 2 instead of waiting for a reply.
-  int key = 0x5c000000 + (getpid() & 0xffff) * 2;
-  setenv("PSIA_ROOT", root, 1);
-  setenv("PSIA_REQUEST_QUEUE_KEY", std::to_string(key).c_str(), 1);
-  setenv("PSIA_REPLY_QUEUE_KEY", std::to_string(key + 1).c_str(), 1);
-  request_context& ctx = context();
-  load_settings_from_environment(ctx);
-  int request_queue = msgget(key, IPC_CREAT | 0666);
-  int reply_queue = msgget(key + 1, IPC_CREAT | 0666);
-  if (request_queue < 0 || reply_queue < 0 || !start_up(ctx)) abort();
-  msgctl(request_queue, IPC_RMID, nullptr);
-  msgctl(reply_queue, IPC_RMID, nullptr);
-  ctx.request_queue_id = -1;
-  ctx.reply_queue_id = -1;
-  set_stream_hooks(&kFuzzStreams);
+    // Queues of this process's own that nobody serves: start-up attaches and
+    // drains them, then they are removed so that every exchange fails at
+    // once with status 2 instead of waiting for a reply.
+    psia::Settings settings;
+    settings.root = root;
+    settings.request_queue_key = 0x5c000000 + (getpid() & 0xffff) * 2;
+    settings.reply_queue_key = settings.request_queue_key + 1;
+    settings.host_name = "fuzz-camera";
+    int request_queue = msgget(settings.request_queue_key, IPC_CREAT | 0666);
+    int reply_queue = msgget(settings.reply_queue_key, IPC_CREAT | 0666);
+    c->ctx = std::make_unique<psia::request_context>(settings, c->clock);
+    c->ctx->log.set_stream(nullptr);
+    c->ctx->log.set_syslog(nullptr);
+    if (request_queue < 0 || reply_queue < 0 || !psia::start_up(*c->ctx)) abort();
+    msgctl(request_queue, IPC_RMID, nullptr);
+    msgctl(reply_queue, IPC_RMID, nullptr);
+    return c;
+  }();
+  return *made;
 }
 
+}  // namespace
+
+void fuzz_start_up() { camera(); }
+
 void fuzz_serve(const FuzzRequest& r) {
-  fuzz_start_up();
-  request_context& ctx = context();
+  FuzzCamera& c = camera();
   // The device identifier closes the connection once it is made; reopen it
   // so the rest of the run still reaches the store.
-  if (ctx.db == nullptr) ctx.db = db_open(host_path("/usr/local/korvia/kkorvia.db").c_str());
-
-  setenv("REQUEST_METHOD", r.method.c_str(), 1);
-  setenv("REQUEST_URI", r.uri.c_str(), 1);
-  set_or_clear("QUERY_STRING", r.query, !r.query.empty());
-  set_or_clear("HTTP_AUTHORIZATION", r.authorization, !r.authorization.empty());
-  set_or_clear("CONTENT_LENGTH", std::to_string(r.body.size()), r.content_length);
-  g_output.clear();
-  g_input = &r.body;
-  g_input_at = 0;
-  serve_request();
-  g_input = nullptr;
-  check_answer(g_output);
+  if (!c.ctx->store.is_open())
+    c.ctx->store.open(c.ctx->settings.host_path("/usr/local/korvia/kkorvia.db"), &c.clock);
+  std::string content_length = std::to_string(r.body.size());
+  psia::RequestParams params;
+  params.method = r.method.c_str();
+  params.uri = r.uri.c_str();
+  params.query = r.query.empty() ? nullptr : r.query.c_str();
+  params.authorization = r.authorization.empty() ? nullptr : r.authorization.c_str();
+  params.content_length = r.content_length ? content_length.c_str() : nullptr;
+  psia::StringInput in(r.body);
+  psia::StringOutput out;
+  psia::serve_request(*c.ctx, params, in, out);
+  check_answer(out.text);
 }
 
 FuzzRequest fuzz_request_from_bytes(const uint8_t* data, size_t size) {

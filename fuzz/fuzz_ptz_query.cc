@@ -5,6 +5,8 @@
 
 #include "resources/ptz/ptz_motion.h"
 
+using namespace psia;
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string query(reinterpret_cast<const char*>(data), size);
   const char* const keys[] = {"PAN", "TILT", "ZOOM", "AZIMUTH", "ELEVATION", "ABSOLUTEZOOM"};

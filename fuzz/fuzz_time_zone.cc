@@ -4,6 +4,8 @@
 
 #include "resources/system/posix_time_zone.h"
 
+using namespace psia;
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string text(reinterpret_cast<const char*>(data), size);
   int code = validate_posix_time_zone(text.c_str());

@@ -2,33 +2,26 @@
 // camera's control daemon. A handler that changed the configuration tells
 // the daemon, waits for its reply, and usually answers with its status.
 //
-//   control_message msg;
-//   init_control_message(&msg);
-//   msg.command = kCommandSetTimeZone;
-//   control_put_text(&msg, 0, 48, zone);
-//   send_control_message(&msg);
-//   write_response_status(msg.status);
+//   control_message msg(kCommandSetTimeZone);
+//   msg.put_text(SetTimeZonePayload::kZone, SetTimeZonePayload::kZoneWidth, zone);
+//   return Answer::status(req.control().send_control_message(msg));
+//
+// The message layouts below are the daemon's wire format; the handlers, the
+// simulator and the tests all use these names.
 #ifndef PSIA_CONTROL_CONTROL_MESSAGE_H
 #define PSIA_CONTROL_CONTROL_MESSAGE_H
 
 #include <cstddef>
 #include <cstdint>
 
+namespace psia {
+
+class Clock;
+class Log;
+
 constexpr size_t kControlPayloadSize = 1120;
 // What msgsnd and msgrcv are told: the message without its type word.
 constexpr size_t kControlMessageSize = 1128;
-
-// The message frame. The type word is a C long, as msgsnd wants it: 4 bytes
-// on the camera (1132 bytes in all), 8 on a 64-bit build host. Payload
-// offsets are counted from the start of `payload` and hold on both.
-struct control_message {
-  long mtype;       // the responder's process id: replies are matched by it
-  int32_t command;  // command code
-  int32_t status;   // 0 as sent; the daemon's status after the exchange
-  unsigned char payload[kControlPayloadSize];
-};
-static_assert(sizeof(control_message) == sizeof(long) + kControlMessageSize,
-              "control_message must have no padding");
 
 // Command codes this responder sends.
 enum control_command : int32_t {
@@ -53,35 +46,105 @@ enum control_command : int32_t {
   kCommandUsers = 94,
 };
 
-// How many 100 ms polls a command waits for its reply: 1801 (about three
-// minutes) for firmware, reset and configuration work, 301 for code 33,
-// 51 (about five seconds) for everything else.
-int control_reply_attempts(int32_t command);
+// Payload offsets, counted from the start of the payload (message byte 12).
+// Most commands that carry data lead with a word that is always 0.
+constexpr size_t kLeadingWord = 0;
+
+struct VideoInputPayload {  // command 2
+  static constexpr size_t kChannel = 0;
+};
+struct VideoStreamPayload {             // command 4
+  static constexpr size_t kMaster = 4;  // 1 for the master stream
+};
+struct SetTimePayload {               // command 6
+  static constexpr size_t kMode = 0;  // 2 NTP, 0 manual
+  static constexpr size_t kNtpServer = 4, kNtpServerWidth = 128;
+  static constexpr size_t kInterval = 132;
+  static constexpr size_t kYear = 136, kMonth = 140, kDay = 144;
+  static constexpr size_t kHour = 148, kMinute = 152, kSecond = 156;
+};
+struct SetTimeZonePayload {  // command 7
+  static constexpr size_t kZone = 0, kZoneWidth = 48;
+};
+struct ConfigurationFilePayload {  // command 11, the reply
+  static constexpr size_t kFileName = 0;
+};
+struct PtzKeyValuePayload {  // command 50: five name/value pairs
+  static constexpr size_t kPairs = 5, kTextWidth = 48;
+  static constexpr size_t name(size_t pair) { return 4 + 2 * kTextWidth * pair; }
+  static constexpr size_t value(size_t pair) { return name(pair) + kTextWidth; }
+};
+struct PtzPresetPayload {  // commands 52, 53, 54
+  static constexpr size_t kPreset = 4;
+};
+struct PtzFramePayload {  // command 63: the frame as upper-case hex text
+  static constexpr size_t kFrame = 4, kFrameWidth = 1024;
+};
+struct PtzPositionPayload {  // command 65, the reply: the camera's frame
+  static constexpr size_t kFrameType = 7;
+  static constexpr unsigned char kPositionFrame = 0xA1;
+  // Raw 16-bit values, high byte first.
+  static constexpr size_t kAzimuth = 9, kElevation = 11, kZoom = 13;
+};
+
+// The message frame. The type word is a C long, as msgsnd wants it: 4 bytes
+// on the camera (1132 bytes in all), 8 on a 64-bit build host. Payload
+// offsets hold on both.
+struct control_message {
+  long mtype;       // the responder's process id: replies are matched by it
+  int32_t command;  // command code
+  int32_t status;   // 0 as sent; the daemon's status after the exchange
+  unsigned char payload[kControlPayloadSize];
+
+  // A cleared message for `command` from this process.
+  explicit control_message(int32_t command_code = 0);
+
+  // Payload fields, bounded to the payload and to their width; a text is
+  // cut to width - 1 characters and zero-filled behind.
+  void put_int(size_t offset, int32_t value);
+  void put_text(size_t offset, size_t width, const char* text);
+  int32_t get_int(size_t offset) const;
+};
+static_assert(sizeof(control_message) == sizeof(long) + kControlMessageSize,
+              "control_message must have no padding");
 
 // Clears the whole message and sets its type to the process id, which it
 // returns.
 long init_control_message(control_message* msg);
 
-// Sends the message and waits for the reply. Afterwards the message holds
-// the reply, its status mapped: above 2 becomes 3; no reply, or a failed
-// send, leaves zeros with status 2.
-void send_control_message(control_message* msg);
+// How long a command waits for its reply: about three minutes for
+// firmware, reset and configuration work (9, 10, 11, 12, 32), half a minute
+// for 33, five seconds for everything else.
+int64_t control_reply_wait_us(int32_t command);
 
-// The usual exchange of a command without payload: sends it, waits, and
-// returns the reply's status (2 when the daemon did not answer).
-int send_control_command(int32_t command);
+class ControlChannel {
+ public:
+  ControlChannel(Clock& clock, Log& log) : clock_(clock), log_(log) {}
 
-// Removes whatever waits on a queue (stale replies of an earlier run).
-void drain_control_queue(int queue_id);
+  // Obtains both queues (never creates them), trying once a second until
+  // the daemon has made them, and drains each of stale messages.
+  void attach(int request_key, int reply_key);
 
-// Obtains a queue of the control daemon (never creates it), trying once a
-// second until it exists; then drains it.
-int attach_control_queue(int key);
+  // Sends the message and waits for the reply. Afterwards the message holds
+  // the reply with its status mapped (above 2 becomes 3), or zeros with
+  // status 2 when the daemon did not answer in time or the send failed.
+  // Returns the status.
+  int send_control_message(control_message& msg);
+  // The usual exchange of a command without payload.
+  int send_command(int32_t command);
 
-// Payload fields, bounded to the payload and to their width.
-void control_put_int(control_message* msg, size_t offset, int32_t value);
-void control_put_text(control_message* msg, size_t offset, size_t width,
-                      const char* text);
-int32_t control_get_int(const control_message* msg, size_t offset);
+  // Removes whatever waits on a queue (stale replies of an earlier run).
+  static void drain_control_queue(int queue_id);
+
+ private:
+  int attach_queue(int key);
+
+  Clock& clock_;
+  Log& log_;
+  int request_queue_ = -1;
+  int reply_queue_ = -1;
+};
+
+}  // namespace psia
 
 #endif  // PSIA_CONTROL_CONTROL_MESSAGE_H

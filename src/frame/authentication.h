@@ -2,7 +2,9 @@
 #ifndef PSIA_FRAME_AUTHENTICATION_H
 #define PSIA_FRAME_AUTHENTICATION_H
 
-#include <cstddef>
+#include "io/request.h"
+
+namespace psia {
 
 // Access levels stored with each account; routing compares them.
 constexpr int kLevelAdministrator = 0;
@@ -16,13 +18,27 @@ struct credentials {
 // first ':' and the password what follows the last; each further ':' also
 // cuts the user name at the length the password had reached, as the
 // camera's other services split them. Both fields are cut to 31 characters.
-void split_credentials(const unsigned char* decoded, int count,
-                       credentials* out);
+void split_credentials(const unsigned char* decoded, int count, credentials* out);
 
-// Checks the request's Authorization header. Returns the caller's access
-// level (0) when admitted; otherwise writes the 401 answer and returns -1
-// (no credentials), -2 (wrong password or a level other than 0) or -3
-// (unknown user, or the query failed).
-int authenticate_request();
+// Why a caller was refused; the reason decides nothing on the wire (every
+// refusal is the same 401) but goes into the audit trail.
+enum class Refusal {
+  none,            // admitted
+  no_credentials,  // no Authorization header, or one too short to hold any
+  rejected,        // wrong password, or an account of a level other than 0
+  unknown_user,    // no such account, or the query failed
+};
+
+struct authentication {
+  Refusal refusal = Refusal::none;
+  int level = kLevelAdministrator;  // when admitted
+  credentials who = {};             // as the client sent them
+};
+
+// Checks the request's Authorization header. Only level-0 accounts are
+// admitted: accounts of other levels are refused as the camera always has.
+authentication authenticate_request(Request& req);
+
+}  // namespace psia
 
 #endif  // PSIA_FRAME_AUTHENTICATION_H

@@ -2,21 +2,71 @@
 // resource tree. One single-threaded FastCGI process behind the camera's web
 // server (or, unchanged, a plain CGI program): it starts up once and then
 // serves requests strictly one after another.
+//
+// This is the only file that sees libfcgi's stdio layer; its printf is
+// libfcgi's own formatter, so nothing here formats through it: every answer
+// reaches the streams as bytes.
 #include <fcgi_stdio.h>
+#include <syslog.h>
+#include <unistd.h>
 
+#include <cstdlib>
+
+#include "frame/request_loop.h"
 #include "frame/startup.h"
-#include "store/database.h"
-#include "util/request_context.h"
+
+namespace {
+
+class FcgiOutput final : public psia::Output {
+ public:
+  void write(const void* data, size_t size) override {
+    // FCGI_fwrite takes a non-const pointer but does not write through it.
+    if (size > 0) FCGI_fwrite(const_cast<void*>(data), 1, size, FCGI_stdout);
+  }
+};
+
+class FcgiInput final : public psia::Input {
+ public:
+  size_t read(void* data, size_t size) override {
+    return size > 0 ? FCGI_fread(data, 1, size, FCGI_stdin) : 0;
+  }
+};
+
+// Before the first accept libfcgi has not bound its error stream to
+// anything and would drop the text: start-up failures go straight to
+// descriptor 2, which the web server (or the shell) logs.
+void write_error(const char* text, size_t size) {
+  if (FCGI_stderr->stdio_stream == nullptr && FCGI_stderr->fcgx_stream == nullptr) {
+    ssize_t ignored = ::write(2, text, size);
+    (void)ignored;
+    return;
+  }
+  FCGI_fwrite(const_cast<char*>(text), 1, size, FCGI_stderr);
+}
+
+}  // namespace
 
 int main() {
-  request_context& ctx = context();
-  // Read before the first accept: FastCGI replaces the environment with each
-  // request's parameters.
-  load_settings_from_environment(ctx);
-  if (!start_up(ctx)) return -1;
+  openlog("psia-responder", LOG_PID, LOG_DAEMON);
+  psia::SystemClock clock;
+  // Settings are read before the first accept: FastCGI replaces the
+  // environment with each request's parameters.
+  psia::request_context ctx(psia::load_settings(), clock);
+  ctx.log.set_stream(write_error);
+  if (!psia::start_up(ctx)) return -1;
 
-  while (FCGI_Accept() >= 0) serve_request();
-
-  db_close_main();
+  FcgiOutput out;
+  FcgiInput in;
+  while (FCGI_Accept() >= 0) {
+    psia::RequestParams params;
+    params.uri = getenv("REQUEST_URI");
+    params.method = getenv("REQUEST_METHOD");
+    params.query = getenv("QUERY_STRING");
+    params.content_length = getenv("CONTENT_LENGTH");
+    params.authorization = getenv("HTTP_AUTHORIZATION");
+    params.remote_addr = getenv("REMOTE_ADDR");
+    psia::serve_request(ctx, params, in, out);
+  }
+  ctx.store.close();
   return 0;
 }

@@ -3,15 +3,16 @@
 #ifndef PSIA_FRAME_STARTUP_H
 #define PSIA_FRAME_STARTUP_H
 
-#include "util/request_context.h"
+#include "io/request_context.h"
+
+namespace psia {
 
 // Opens the configuration database, reads the device facts (PTZ support and
-// model family), attaches to the control daemon's queues (waiting for them
-// as long as it takes) and builds the time zone table. Returns false when
-// the database cannot be opened: the responder cannot serve without it.
+// model family), and attaches to the control daemon's queues (waiting for
+// them as long as it takes). Returns false when the database cannot be
+// opened: the responder cannot serve without it.
 bool start_up(request_context& ctx);
 
-// Serves one accepted request: authentication, then routing.
-void serve_request();
+}  // namespace psia
 
 #endif  // PSIA_FRAME_STARTUP_H

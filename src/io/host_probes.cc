@@ -1,7 +1,7 @@
 #include "io/host_probes.h"
 
-#include <net/if.h>
 #include <arpa/inet.h>
+#include <net/if.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -11,14 +11,18 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 
 #include "io/request_body.h"
-#include "io/stream.h"
 #include "util/bounded_copy.h"
-#include "util/request_context.h"
+#include "util/file.h"
+#include "util/log.h"
+
+namespace psia {
 
 namespace {
+
+// Host files are small; anything larger is not the file the probe expects.
+constexpr size_t kHostFileLimit = 1 << 20;
 
 // An interface request for `interface_name` (cut to the kernel's limit of
 // IFNAMSIZ - 1 characters) asking about IPv4.
@@ -30,33 +34,19 @@ struct ifreq interface_request(const char* interface_name) {
   return request;
 }
 
+// Asks the kernel about the interface. Returns 0 when it answered, -1 when
+// no socket could be had, or the kernel's error number.
+int ask_interface(unsigned long request_code, struct ifreq* request) {
+  UniqueFd fd(socket(AF_INET, SOCK_DGRAM, 0));
+  if (!fd.valid()) return -1;
+  return ioctl(fd.get(), request_code, request) == 0 ? 0 : errno;
+}
+
 // The IPv4 address the kernel put into the request's address field.
 uint32_t answered_address(const struct ifreq& request) {
   struct sockaddr_in address;
   std::memcpy(&address, &request.ifr_addr, sizeof address);
   return address.sin_addr.s_addr;
-}
-
-// One of the two address ioctls. When the kernel refuses, the address probe
-// names the system's error text; the mask probe only says what failed.
-uint32_t probe_address(const char* interface_name, unsigned long request_code,
-                       bool with_error_text) {
-  int fd = socket(AF_INET, SOCK_DGRAM, 0);
-  if (fd < 0) {
-    stream_error("Socket Open Fail!\n");
-    return kProbeFailed;
-  }
-  struct ifreq request = interface_request(interface_name);
-  if (ioctl(fd, request_code, &request) < 0) {
-    if (with_error_text)
-      stream_error("Unable to read IP address!, err: %s\n", std::strerror(errno));
-    else
-      stream_error("Unable to read subnet mask!\n");
-    close(fd);
-    return kProbeFailed;
-  }
-  close(fd);
-  return answered_address(request);
 }
 
 // Reads one hexadecimal number of a routing table line, as "%lx" would.
@@ -70,101 +60,87 @@ bool read_hex(const char** cursor, unsigned long* value) {
 
 }  // namespace
 
-uint32_t read_ip_address(const char* interface_name) {
-  return probe_address(interface_name, SIOCGIFADDR, true);
-}
-
-uint32_t read_subnet_mask(const char* interface_name) {
-  return probe_address(interface_name, SIOCGIFNETMASK, false);
-}
-
-int read_mac_address(const char* interface_name, unsigned char mac[6]) {
-  int fd = socket(AF_INET, SOCK_DGRAM, 0);
-  if (fd < 0) {
-    stream_error("Failed to open socket!\n");
-    return -1;
-  }
+uint32_t read_ip_address(Log& log, const char* interface_name) {
   struct ifreq request = interface_request(interface_name);
-  if (ioctl(fd, SIOCGIFHWADDR, &request) < 0) {
-    stream_error("Unable to read MAC address!\n");
-    // Closed here too: a long-lived responder cannot afford to lose a
-    // descriptor on every request that asks about a missing interface.
-    close(fd);
-    return -1;
-  }
-  close(fd);
+  int error = ask_interface(SIOCGIFADDR, &request);
+  if (error < 0) log.diagnostic("Socket Open Fail!\n");
+  if (error > 0) log.diagnostic("Unable to read IP address!, err: %s\n", std::strerror(error));
+  return error == 0 ? answered_address(request) : kProbeFailed;
+}
+
+uint32_t read_subnet_mask(Log& log, const char* interface_name) {
+  struct ifreq request = interface_request(interface_name);
+  int error = ask_interface(SIOCGIFNETMASK, &request);
+  if (error < 0) log.diagnostic("Socket Open Fail!\n");
+  if (error > 0) log.diagnostic("Unable to read subnet mask!\n");
+  return error == 0 ? answered_address(request) : kProbeFailed;
+}
+
+int read_mac_address(Log& log, const char* interface_name, unsigned char mac[6]) {
+  struct ifreq request = interface_request(interface_name);
+  int error = ask_interface(SIOCGIFHWADDR, &request);
+  if (error < 0) log.diagnostic("Failed to open socket!\n");
+  if (error > 0) log.diagnostic("Unable to read MAC address!\n");
+  if (error != 0) return -1;
   std::memcpy(mac, request.ifr_hwaddr.sa_data, 6);
   return 0;
 }
 
-uint32_t read_default_gateway(const char* interface_name) {
-  std::string path = host_path("/proc/net/route");
-  FILE* file = std::fopen(path.c_str(), "r");
-  if (file == nullptr) {
-    stream_error("Do not support /proc file system?\n");
+uint32_t read_default_gateway(Log& log, const std::string& route_path, const char* interface_name) {
+  std::string table;
+  if (!read_regular_file(route_path, kHostFileLimit, &table)) {
+    log.diagnostic("Do not support /proc file system?\n");
     return kProbeFailed;
   }
   size_t name_length = std::strlen(interface_name);
+  LineReader lines(table);
   char line[256];
-  while (std::fgets(line, sizeof line, file) != nullptr) {
+  while (lines.next(line, sizeof line)) {
     // The header line ("Iface ...") never begins with an interface name.
     if (std::strncmp(line, interface_name, name_length) != 0) continue;
-
     // Destination and gateway are the first two fields after the name.
     const char* tab = std::strchr(line, '\t');
     const char* cursor = tab != nullptr ? tab + 1 : nullptr;
     unsigned long destination = 0;
     unsigned long gateway = 0;
-    if (cursor == nullptr || !read_hex(&cursor, &destination) ||
-        !read_hex(&cursor, &gateway)) {
-      stream_error("Unable to read routing table!\n");
-      std::fclose(file);
+    if (cursor == nullptr || !read_hex(&cursor, &destination) || !read_hex(&cursor, &gateway)) {
+      log.diagnostic("Unable to read routing table!\n");
       return kProbeFailed;
     }
-    if (gateway != 0) {
-      std::fclose(file);
-      return static_cast<uint32_t>(gateway);
-    }
+    if (gateway != 0) return static_cast<uint32_t>(gateway);
   }
-  std::fclose(file);
   return kProbeFailed;
 }
 
-int read_name_servers(char primary[kIpv4TextSize],
+int read_name_servers(const std::string& resolv_path, char primary[kIpv4TextSize],
                       char secondary[kIpv4TextSize]) {
   primary[0] = '\0';
   secondary[0] = '\0';
-  std::string path = host_path("/etc/resolv.conf");
-  FILE* file = std::fopen(path.c_str(), "r");
-  if (file == nullptr) return -1;
-
+  std::string resolver;
+  if (!read_regular_file(resolv_path, kHostFileLimit, &resolver)) return -1;
   static const char kKeyword[] = "nameserver";
   const size_t keyword_length = sizeof kKeyword - 1;
   int found = 0;
+  LineReader lines(resolver);
   char line[64];
-  while (std::fgets(line, sizeof line, file) != nullptr) {
+  while (lines.next(line, sizeof line)) {
     if (std::strncmp(line, kKeyword, keyword_length) != 0) continue;
     // The address starts after the keyword and one separator; a line that
     // ends there, or holds a host name, ends the scan.
     uint32_t address = 0;
     if (std::strlen(line) <= keyword_length + 1 ||
-        !parse_ipv4_text(line + keyword_length + 1, &address, 0)) {
-      std::fclose(file);
+        !parse_ipv4_text(line + keyword_length + 1, &address, 0))
       return -1;
-    }
     format_ipv4(htonl(address), found == 0 ? primary : secondary);
-    if (++found == 2) {
-      std::fclose(file);
-      return 0;
-    }
+    if (++found == 2) return 0;
   }
-  std::fclose(file);
   return -1;
 }
 
 void format_ipv4(uint32_t address, char text[kIpv4TextSize]) {
   unsigned char bytes[4];
   std::memcpy(bytes, &address, sizeof bytes);
-  std::snprintf(text, kIpv4TextSize, "%d.%d.%d.%d", bytes[0], bytes[1],
-                bytes[2], bytes[3]);
+  std::snprintf(text, kIpv4TextSize, "%d.%d.%d.%d", bytes[0], bytes[1], bytes[2], bytes[3]);
 }
+
+}  // namespace psia

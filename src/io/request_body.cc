@@ -3,19 +3,28 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <string>
-#include <vector>
+#include <new>
 
 #include "io/stream.h"
 
+namespace psia {
+
 namespace {
 
-std::vector<char> g_body;  // body bytes and their NUL
-size_t g_body_length = 0;
+// Reads until `size` bytes are in or the body ends; returns the count.
+size_t read_fully(Input& in, char* data, size_t size) {
+  size_t got = 0;
+  while (got < size) {
+    size_t chunk = in.read(data + got, size - got);
+    if (chunk == 0) break;
+    got += chunk;
+  }
+  return got;
+}
 
-// CONTENT_LENGTH as a number: -1 when absent or not a plain decimal number.
-long long content_length() {
-  const char* text = request_env("CONTENT_LENGTH");
+}  // namespace
+
+long long parse_content_length(const char* text) {
   if (text == nullptr) return -1;
   errno = 0;
   char* end = nullptr;
@@ -24,85 +33,49 @@ long long content_length() {
   return n;
 }
 
-int read_into_memory() {
-  release_request_body();
-  long long n = content_length();
-  if (n <= 0 || n > kMaxMemoryBody) return -1;
-  std::vector<char> body;
+bool RequestBody::read(Input& in, const char* content_length) {
+  clear();
+  long long n = parse_content_length(content_length);
+  if (n <= 0 || n > kMaxMemoryBody) return false;
+  auto wanted = static_cast<size_t>(n);
   try {
-    body.assign(static_cast<size_t>(n) + 1, '\0');
+    bytes_.assign(wanted + 1, '\0');
   } catch (const std::bad_alloc&) {
-    return -1;
+    clear();
+    return false;
   }
-  size_t wanted = static_cast<size_t>(n);
-  size_t got = 0;
-  while (got < wanted) {
-    size_t chunk = stream_read(body.data() + got, wanted - got);
-    if (chunk == 0) break;
-    got += chunk;
+  if (read_fully(in, bytes_.data(), wanted) != wanted) {
+    clear();
+    return false;
   }
-  if (got != wanted) return -1;
-  g_body.swap(body);
-  g_body_length = wanted;
-  return 0;
+  size_ = wanted;
+  return true;
 }
 
-// The upload is written beside its final name and moved into place only
-// when it was stored whole, so a failed upload never leaves a truncated file
-// where the control daemon looks for a complete one. A body that ends
-// before its announced length is such a failure: a cut firmware image must
-// never be taken for a whole one.
-int read_into_file(const char* path) {
-  long long n = content_length();
-  if (n <= 0) return -1;
-  std::string partial = std::string(path) + ".part";
+void RequestBody::clear() {
+  // A settings document's storage is kept for the next one; a large body's
+  // is given back.
+  if (bytes_.capacity() > 16 * 1024) std::vector<char>().swap(bytes_);
+  bytes_.clear();
+  size_ = 0;
+}
+
+bool store_request_body(Input& in, const char* content_length, const std::string& path) {
+  long long n = parse_content_length(content_length);
+  if (n <= 0) return false;
+  std::string partial = path + ".part";
   FILE* file = std::fopen(partial.c_str(), "wb");
-  if (file == nullptr) return -1;
+  if (file == nullptr) return false;
+  bool stored = true;
   char piece[1024];
-  while (n > 0) {
+  while (stored && n > 0) {
     size_t want = n < 1024 ? static_cast<size_t>(n) : sizeof piece;
     n -= static_cast<long long>(want);
-    size_t got = 0;
-    while (got < want) {
-      size_t chunk = stream_read(piece + got, want - got);
-      if (chunk == 0) break;
-      got += chunk;
-    }
-    if (got < want) {
-      std::fclose(file);
-      std::remove(partial.c_str());
-      return -1;
-    }
-    if (std::fwrite(piece, want, 1, file) != 1) {
-      std::fclose(file);
-      std::remove(partial.c_str());
-      return -2;
-    }
+    stored = read_fully(in, piece, want) == want && std::fwrite(piece, want, 1, file) == 1;
   }
-  if (std::fclose(file) != 0) {
-    std::remove(partial.c_str());
-    return -3;
-  }
-  if (std::rename(partial.c_str(), path) != 0) {
-    std::remove(partial.c_str());
-    return -2;
-  }
-  return 0;
-}
-
-}  // namespace
-
-int read_request_body(const char* path) {
-  return path == nullptr ? read_into_memory() : read_into_file(path);
-}
-
-const char* request_body() { return g_body.empty() ? "" : g_body.data(); }
-
-size_t request_body_length() { return g_body_length; }
-
-void release_request_body() {
-  std::vector<char>().swap(g_body);
-  g_body_length = 0;
+  stored = std::fclose(file) == 0 && stored && std::rename(partial.c_str(), path.c_str()) == 0;
+  if (!stored) std::remove(partial.c_str());
+  return stored;
 }
 
 int parse_ipv4_text(const char* text, uint32_t* out, int network_order) {
@@ -122,3 +95,5 @@ int parse_ipv4_text(const char* text, uint32_t* out, int network_order) {
                        : part[3] | part[2] << 8 | part[1] << 16 | part[0] << 24;
   return 1;
 }
+
+}  // namespace psia

@@ -5,29 +5,51 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
+#include <vector>
+
+namespace psia {
+
+class Input;
 
 // Largest body read into memory. Settings documents are a few kilobytes; a
 // larger CONTENT_LENGTH is refused before anything is allocated.
 constexpr long long kMaxMemoryBody = 1024 * 1024;
 
-// With a null path: reads CONTENT_LENGTH bytes into the request body buffer
-// (replacing the previous request's) and NUL-terminates them. With a path:
-// writes the body into that file. Returns 0 on success; -1 when the body
-// cannot be had (CONTENT_LENGTH absent, 0, too large, or more than arrives)
-// or the file cannot be opened; -2 when writing the file fails; -3 when
-// closing it fails.
-int read_request_body(const char* path);
+// CONTENT_LENGTH as a number: -1 when absent or not a plain decimal number.
+long long parse_content_length(const char* text);
 
-// The body read by the last successful memory-mode read ("" when none).
-const char* request_body();
-size_t request_body_length();
-// Releases the body buffer (the loop calls it between requests).
-void release_request_body();
+// The body of the request in hand, kept by the request context so that its
+// storage is reused from request to request.
+class RequestBody {
+ public:
+  // Reads `content_length` bytes and NUL-terminates them. False (and
+  // empty) when the length is absent, 0 or too large, or fewer bytes
+  // arrive.
+  bool read(Input& in, const char* content_length);
+  // The text read ("" when none), up to its first NUL as a C string reads it.
+  const char* text() const { return bytes_.empty() ? "" : bytes_.data(); }
+  size_t size() const { return size_; }
+  void clear();
+
+ private:
+  std::vector<char> bytes_;  // the body and its NUL
+  size_t size_ = 0;
+};
+
+// Streams the body into the file at `path`. The upload is written beside
+// its final name and moved into place only when it was stored whole: a
+// failed upload never leaves a truncated file where the control daemon
+// looks for a complete one. False on any failure, a body shorter than its
+// CONTENT_LENGTH included.
+bool store_request_body(Input& in, const char* content_length, const std::string& path);
 
 // Reads a dotted quad. With network_order the first number is the lowest
 // byte (the memory order a socket address wants on a little-endian camera),
 // otherwise the highest. Returns 1 and stores the value, or 0 when the text
 // does not start with four numbers. Numbers are not range-checked.
 int parse_ipv4_text(const char* text, uint32_t* out, int network_order);
+
+}  // namespace psia
 
 #endif  // PSIA_IO_REQUEST_BODY_H

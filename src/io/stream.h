@@ -1,34 +1,48 @@
-// The byte streams of the current request. Under FastCGI (and as a plain CGI
-// program) they are libfcgi's stdio streams; tests and fuzzers swap in memory
-// streams. All output leaves the process as bytes: no text of a request or
-// of the database is ever handed to a printf-style formatter as its format.
+// The byte streams of the request in hand. Under FastCGI (and as a plain
+// CGI program) they are libfcgi's; tests and fuzzers use strings. All
+// output leaves the process as bytes: no text of a request or of the
+// database is ever handed to a printf-style formatter as its format.
 #ifndef PSIA_IO_STREAM_H
 #define PSIA_IO_STREAM_H
 
 #include <cstddef>
+#include <string>
 
-#include "util/text_buffer.h"  // PSIA_PRINTF
+namespace psia {
 
-struct stream_hooks {
-  void (*write)(const void* data, size_t size);
-  size_t (*read)(void* data, size_t size);  // bytes actually read
-  void (*error)(const char* text, size_t size);
+class Output {
+ public:
+  virtual ~Output() = default;
+  virtual void write(const void* data, size_t size) = 0;
+  void write_text(const char* text);
 };
 
-// Replaces the streams; null restores libfcgi's.
-void set_stream_hooks(const stream_hooks* hooks);
+class Input {
+ public:
+  virtual ~Input() = default;
+  // Reads up to `size` bytes; 0 at the end of the body.
+  virtual size_t read(void* data, size_t size) = 0;
+};
 
-void stream_write(const void* data, size_t size);
-void stream_write_text(const char* text);
-// Formats into a bounded local buffer (cut at 1 KiB) and writes the bytes.
-void stream_printf(const char* format, ...) PSIA_PRINTF(1, 2);
-// Reads up to `size` bytes of the request body; returns the count read.
-size_t stream_read(void* data, size_t size);
-// One diagnostic line on the error stream (the web server's error log).
-void stream_error(const char* format, ...) PSIA_PRINTF(1, 2);
+// Streams over strings, for the tests and the fuzz targets.
+class StringOutput final : public Output {
+ public:
+  void write(const void* data, size_t size) override {
+    text.append(static_cast<const char*>(data), size);
+  }
+  std::string text;
+};
 
-// A parameter of the current request (REQUEST_URI, CONTENT_LENGTH, ...),
-// or null when the request does not carry it.
-const char* request_env(const char* name);
+class StringInput final : public Input {
+ public:
+  explicit StringInput(const std::string& text) : text_(text) {}
+  size_t read(void* data, size_t size) override;
+
+ private:
+  const std::string& text_;
+  size_t at_ = 0;
+};
+
+}  // namespace psia
 
 #endif  // PSIA_IO_STREAM_H

@@ -1,58 +1,78 @@
 // XML input: parsing request bodies and walking their elements.
 //
-// The common pattern of every PUT/POST handler:
-//   XmlDocument doc;
-//   if (!accept_xml_request(doc, "DeviceInfo", kStatusDeviceError)) return;
-//   for (xmlNode* child : xml_children(doc.root())) {
-//     if (xml_name_is(child, "deviceName")) xml_copy_text(child, name);
-//   }
+// The common pattern of every PUT and POST handler:
+//   XmlBody body(req, "DeviceInfo", kStatusDeviceError);
+//   if (!body.ok()) return body.failure();
+//   for (XmlNode child : body.root().children())
+//     if (child.is("deviceName")) child.copy_text(name);
 #ifndef PSIA_IO_XML_INPUT_H
 #define PSIA_IO_XML_INPUT_H
 
-#include <libxml/parser.h>
 #include <libxml/tree.h>
 
 #include <cstddef>
 
-// Owner of one parsed document.
-class XmlDocument {
- public:
-  XmlDocument() = default;
-  XmlDocument(const XmlDocument&) = delete;
-  XmlDocument& operator=(const XmlDocument&) = delete;
-  ~XmlDocument() { reset(nullptr); }
+#include "io/answer.h"
 
-  // Parses `size` bytes. Documents with a DTD are refused: no request body
-  // needs one, and refusing them shuts out entity expansion attacks and
-  // external fetches together. Returns false when the text is not accepted.
-  bool parse(const char* text, size_t size);
-  xmlDoc* get() const { return doc_; }
-  xmlNode* root() const;
-  void reset(xmlDoc* doc);
+namespace psia {
+
+class Log;
+class Request;
+
+// libxml2, loaded when the first document arrives rather than at start-up:
+// with its ICU dependency it is most of what loading the responder costs,
+// and a camera mostly answers GETs (under CGI every request is a new
+// process). A load that fails is tried again with the next document.
+class XmlLibrary {
+ public:
+  // Loads the library if it is not loaded; false when it cannot be.
+  bool load(Log& log);
+  xmlDoc* read_memory(const char* text, int size) const;
+  void free_doc(xmlDoc* doc) const;
 
  private:
-  xmlDoc* doc_ = nullptr;
+  decltype(&::xmlReadMemory) read_memory_ = nullptr;
+  decltype(&::xmlFreeDoc) free_doc_ = nullptr;
 };
 
-// Reads the request body and parses it. Returns 0 when the document's root
-// element is `root_name` (compared without regard to case), otherwise the
-// status code to answer: 3 when the body cannot be read or parsed,
-// `wrong_root_code` when there is no root or it has another name.
-int read_xml_request(XmlDocument& doc, const char* root_name,
-                     int wrong_root_code);
+// One element or other node of a parsed document (null: none).
+class XmlNode {
+ public:
+  class Children;
+  explicit XmlNode(const xmlNode* node = nullptr) : node_(node) {}
+  explicit operator bool() const { return node_ != nullptr; }
 
-// read_xml_request that answers a failure itself (write_response_status
-// with its code) and returns false, so a handler can simply return.
-bool accept_xml_request(XmlDocument& doc, const char* root_name,
-                        int wrong_root_code);
+  // True for an element named `name`, compared without regard to case.
+  bool is(const char* name) const;
+  // The child nodes in document order, text nodes included.
+  Children children() const;
+  XmlNode first_child() const { return XmlNode(node_ != nullptr ? node_->children : nullptr); }
+  bool has_children() const { return node_ != nullptr && node_->children != nullptr; }
 
-// The child nodes of an element, in document order (text nodes included).
-class XmlChildren {
+  // Copies the element's text into a fixed field, keeping at most size - 1
+  // characters.
+  void copy_text(char* field, size_t size) const;
+  template <size_t N>
+  void copy_text(char (&field)[N]) const {
+    copy_text(field, N);
+  }
+  // The text read through a 128-byte field: as a base-10 integer (leading
+  // digits, 0 when none), as a double, or compared with `word` without
+  // regard to case.
+  int int_text() const;
+  double double_text() const;
+  bool text_is(const char* word) const;
+
+ private:
+  const xmlNode* node_;
+};
+
+class XmlNode::Children {
  public:
   class iterator {
    public:
-    explicit iterator(xmlNode* node) : node_(node) {}
-    xmlNode* operator*() const { return node_; }
+    explicit iterator(const xmlNode* node) : node_(node) {}
+    XmlNode operator*() const { return XmlNode(node_); }
     iterator& operator++() {
       node_ = node_->next;
       return *this;
@@ -60,49 +80,46 @@ class XmlChildren {
     bool operator!=(const iterator& other) const { return node_ != other.node_; }
 
    private:
-    xmlNode* node_;
+    const xmlNode* node_;
   };
-  explicit XmlChildren(const xmlNode* parent)
-      : first_(parent != nullptr ? parent->children : nullptr) {}
+  explicit Children(const xmlNode* first) : first_(first) {}
   iterator begin() const { return iterator(first_); }
   iterator end() const { return iterator(nullptr); }
 
  private:
-  xmlNode* first_;
+  const xmlNode* first_;
 };
 
-inline XmlChildren xml_children(const xmlNode* parent) {
-  return XmlChildren(parent);
+inline XmlNode::Children XmlNode::children() const {
+  return Children(node_ != nullptr ? node_->children : nullptr);
 }
 
-// True for an element named `name`, compared without regard to case.
-bool xml_name_is(const xmlNode* node, const char* name);
-// True when an element has at least one child node.
-bool xml_has_children(const xmlNode* node);
+// The request body of a PUT or POST, read, parsed and its root checked.
+class XmlBody {
+ public:
+  // The root must be `root_name` (compared without regard to case). A body
+  // that cannot be read or parsed fails with 3, a missing or other root
+  // with `wrong_root_code`. Documents with a DTD are refused: no request
+  // body needs one, and refusing them shuts out entity expansion and
+  // external fetches together.
+  XmlBody(Request& req, const char* root_name, int wrong_root_code);
+  ~XmlBody() { release(); }
+  XmlBody(const XmlBody&) = delete;
+  XmlBody& operator=(const XmlBody&) = delete;
 
-// Copies the element's text (entities substituted) into a fixed field,
-// keeping at most size - 1 characters.
-void xml_copy_text(const xmlNode* node, char* field, size_t size);
-template <size_t N>
-void xml_copy_text(const xmlNode* node, char (&field)[N]) {
-  xml_copy_text(node, field, N);
-}
-// The element's text read as a base-10 integer through a 128-byte field
-// (leading digits, 0 when none).
-int xml_int_text(const xmlNode* node);
-// The element's text read as a double through a 128-byte field.
-double xml_double_text(const xmlNode* node);
-// True when the element's text equals `word` without regard to case.
-bool xml_text_is(const xmlNode* node, const char* word);
+  bool ok() const { return failure_ == 0; }
+  int failure_code() const { return failure_; }
+  Answer failure() const { return Answer::status(failure_); }
+  XmlNode root() const;
+  // Frees the document (before the database work of a handler).
+  void release();
 
-// Tree lookups (case-sensitive names); their diagnostics go to the error
-// stream.
-xmlNode* xml_find_child(const xmlNode* element, const char* name);
-xmlNode* xml_check_root(xmlDoc* doc, const char* name);
-xmlNode* xml_find_path(xmlDoc* doc, const char* root, const char* name1,
-                       const char* name2 = nullptr, const char* name3 = nullptr,
-                       const char* name4 = nullptr, const char* name5 = nullptr);
-// Parses a file; the caller owns the result (hand it to an XmlDocument).
-xmlDoc* xml_parse_file(const char* path);
+ private:
+  const XmlLibrary& library_;
+  xmlDoc* doc_ = nullptr;
+  int failure_ = 0;
+};
+
+}  // namespace psia
 
 #endif  // PSIA_IO_XML_INPUT_H

@@ -1,27 +1,25 @@
 // The configuration store: the camera's SQLite database, shared with its
-// other processes, reached through the one connection opened at start-up.
+// other processes, reached through one connection kept for the life of the
+// process.
 //
 // Statement texts are built with SQLite's own formatter: numbers with %d,
 // and request texts with '%q', which doubles any quote inside them, so no
 // text from a request can change a statement.
-//   QueryResult row = db_query("select uuid from System");
+//   QueryResult row = store.query("select uuid from System");
 //   if (row.has_rows()) use(row.text(0, 0));
-//   db_exec("update Network set DDNSHostname='%q'", name);
+//   store.exec("update Network set DDNSHostname='%q'", name);
 #ifndef PSIA_STORE_DATABASE_H
 #define PSIA_STORE_DATABASE_H
 
-#include <sqlite3.h>
-
 #include <cstdarg>
 #include <cstddef>
+#include <string>
 
-// Opens the database at `path` (which must exist: the schema belongs to the
-// camera's firmware) and installs the busy handler. Null on failure.
-sqlite3* db_open(const char* path);
+struct sqlite3;
 
-// Back-off on a locked database: after the n-th busy call (n from 0) it
-// sleeps (n + 1) x 50 ms; after the sixth it gives up (about 1.05 s in all).
-int db_busy_handler(void* unused, int count);
+namespace psia {
+
+class Clock;
 
 // The result table of one query: text cells, row-major, header row first.
 class QueryResult {
@@ -39,7 +37,6 @@ class QueryResult {
   // handler counts as success.
   bool has_rows() const { return ok_ && rows_ > 0; }
   int rows() const { return ok_ ? rows_ : 0; }
-  int columns() const { return ok_ ? columns_ : 0; }
   // The cell of data row `row`, column `column` (both from 0); null when it
   // does not exist or holds NULL.
   const char* text(int row, int column) const;
@@ -48,31 +45,53 @@ class QueryResult {
   int integer(int row, int column, int fallback) const;
 
  private:
-  friend QueryResult db_vquery(const char* format, va_list args);
+  friend class Store;
   char** table_ = nullptr;
   int rows_ = 0;
   int columns_ = 0;
   bool ok_ = false;
 };
 
-// Runs a query built from `format`. A closed or missing connection, or a
-// statement that fails, gives a result that is not ok().
-QueryResult db_query(const char* format, ...);
-QueryResult db_vquery(const char* format, va_list args);
-// Runs a change (update, insert, delete); true when it succeeded.
-bool db_exec(const char* format, ...);
+class Store {
+ public:
+  Store() = default;
+  ~Store() { close(); }
+  Store(const Store&) = delete;
+  Store& operator=(const Store&) = delete;
 
-// The first cell of a one-value query as an integer, or `fallback` when the
-// query fails or returns no row.
-int db_query_int(int fallback, const char* format, ...);
+  // Opens the database at `path`, which must exist: the schema belongs to
+  // the camera's firmware. Installs the busy handler, whose back-off sleeps
+  // on `clock`. False (and closed) when the file is not a usable database.
+  bool open(const std::string& path, Clock* clock);
+  // Every later statement fails cleanly.
+  void close();
+  bool is_open() const { return db_ != nullptr; }
 
-// Copies the first cell of a one-value query into a fixed field (cut to
-// size - 1 characters). False, leaving the field untouched, when the query
-// fails, returns no row, or the cell is NULL.
-bool db_query_text(char* field, size_t size, const char* format, ...);
+  // A query; a closed store or a failing statement gives a result that is
+  // not ok().
+  QueryResult query(const char* format, ...);
+  // A change (update, insert, delete); true when it succeeded.
+  bool exec(const char* format, ...);
+  // The first cell of a one-value query as an integer, or `fallback` when
+  // the query fails or returns no row.
+  int query_int(int fallback, const char* format, ...);
+  // Copies the first cell of a one-value query into a fixed field (cut to
+  // size - 1 characters). False, leaving the field untouched, when the
+  // query fails, returns no row, or the cell is NULL.
+  bool query_text(char* field, size_t size, const char* format, ...);
 
-// Closes the main connection. Every later statement of the process fails
-// cleanly.
-void db_close_main();
+  // Back-off on a locked database: after the n-th busy call (n from 0) it
+  // sleeps (n + 1) x 50 ms; after the sixth it gives up (about 1.05 s in
+  // all).
+  static int db_busy_handler(void* store, int count);
+
+ private:
+  QueryResult vquery(const char* format, va_list args);
+
+  sqlite3* db_ = nullptr;
+  Clock* clock_ = nullptr;
+};
+
+}  // namespace psia
 
 #endif  // PSIA_STORE_DATABASE_H

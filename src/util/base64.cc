@@ -1,16 +1,16 @@
 #include "util/base64.h"
 
+namespace psia {
+
 namespace {
 
 struct DecodeTable {
   signed char value[256];
   constexpr DecodeTable() : value() {
     for (int i = 0; i < 256; ++i) value[i] = -1;
-    const char* alphabet =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    const char* alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     for (int i = 0; i < 64; ++i)
-      value[static_cast<unsigned char>(alphabet[i])] =
-          static_cast<signed char>(i);
+      value[static_cast<unsigned char>(alphabet[i])] = static_cast<signed char>(i);
   }
 };
 
@@ -25,8 +25,7 @@ int base64_decode(const char* text, unsigned char* out, int capacity) {
   auto emit = [&](int byte) {
     if (written < capacity) out[written++] = static_cast<unsigned char>(byte);
   };
-  for (const unsigned char* p = reinterpret_cast<const unsigned char*>(text);
-       *p != '\0'; ++p) {
+  for (const unsigned char* p = reinterpret_cast<const unsigned char*>(text); *p != '\0'; ++p) {
     int current = kTable.value[*p];
     if (current < 0) continue;
     switch (phase) {
@@ -40,3 +39,5 @@ int base64_decode(const char* text, unsigned char* out, int capacity) {
   }
   return written;
 }
+
+}  // namespace psia

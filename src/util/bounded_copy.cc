@@ -3,6 +3,8 @@
 #include <climits>
 #include <cstdlib>
 
+namespace psia {
+
 int parse_int(const char* text) {
   if (text == nullptr) return 0;
   long value = std::strtol(text, nullptr, 10);
@@ -10,3 +12,5 @@ int parse_int(const char* text) {
   if (value < INT_MIN) return INT_MIN;
   return static_cast<int>(value);
 }
+
+}  // namespace psia

@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <cstring>
 
+namespace psia {
+
 inline void copy_bounded(char* field, size_t size, const char* text) {
   if (size == 0) return;
   if (text == nullptr) text = "";
@@ -33,5 +35,7 @@ int parse_int(const char* text);
 inline int times_wrapped(int value, int factor) {
   return static_cast<int>(static_cast<uint32_t>(static_cast<int64_t>(value) * factor));
 }
+
+}  // namespace psia
 
 #endif  // PSIA_UTIL_BOUNDED_COPY_H

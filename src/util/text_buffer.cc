@@ -4,76 +4,85 @@
 #include <cstdlib>
 #include <cstring>
 
-text_buffer* text_buffer_create() {
-  auto* buffer = static_cast<text_buffer*>(std::malloc(sizeof(text_buffer)));
-  if (buffer == nullptr) return nullptr;
-  // The spare byte behind the capacity holds the NUL of a text that exactly
-  // fills the room.
-  buffer->data = static_cast<char*>(std::malloc(kTextBufferStep + 1));
-  if (buffer->data == nullptr) {
-    std::free(buffer);
-    return nullptr;
+namespace psia {
+
+text_buffer::text_buffer()
+    : data_(static_cast<char*>(std::malloc(kStep + 1))), length_(0), capacity_(0) {
+  if (data_ == nullptr) return;
+  data_[0] = '\0';
+  capacity_ = kStep;
+}
+
+text_buffer::~text_buffer() { std::free(data_); }
+
+text_buffer::text_buffer(text_buffer&& other) noexcept
+    : data_(other.data_), length_(other.length_), capacity_(other.capacity_) {
+  other.data_ = nullptr;
+  other.length_ = other.capacity_ = 0;
+}
+
+text_buffer& text_buffer::operator=(text_buffer&& other) noexcept {
+  if (this != &other) {
+    std::free(data_);
+    data_ = other.data_;
+    length_ = other.length_;
+    capacity_ = other.capacity_;
+    other.data_ = nullptr;
+    other.length_ = other.capacity_ = 0;
   }
-  buffer->data[0] = '\0';
-  buffer->length = 0;
-  buffer->capacity = kTextBufferStep;
-  return buffer;
+  return *this;
 }
 
-void text_buffer_free(text_buffer* buffer) {
-  if (buffer == nullptr) return;
-  std::free(buffer->data);
-  std::free(buffer);
-}
-
-bool text_buffer_reserve(text_buffer* buffer) {
-  if (buffer->capacity > UINT32_MAX - 2 * kTextBufferStep) return false;
-  uint32_t grown = buffer->capacity + kTextBufferStep;
-  auto* data = static_cast<char*>(std::calloc(grown + 1, 1));
+bool text_buffer::reserve(size_t needed) {
+  if (data_ == nullptr) return false;
+  if (needed <= capacity_ - length_) return true;
+  size_t wanted = length_ + needed;
+  if (wanted > UINT32_MAX - 2 * kStep) return false;
+  auto grown = static_cast<uint32_t>((wanted + kStep - 1) / kStep * kStep);
+  auto* data = static_cast<char*>(std::realloc(data_, grown + 1));
   if (data == nullptr) return false;
-  std::memcpy(data, buffer->data, buffer->length + 1);
-  std::free(buffer->data);
-  buffer->data = data;
-  buffer->capacity = grown;
+  data_ = data;
+  capacity_ = grown;
   return true;
 }
 
-int text_buffer_vappendf(text_buffer* buffer, const char* format,
-                         va_list args) {
-  va_list measure;
-  va_copy(measure, args);
-  int needed = std::vsnprintf(nullptr, 0, format, measure);
-  va_end(measure);
-  if (needed <= 0) return 0;
-
-  auto n = static_cast<uint32_t>(needed);
-  while (n > buffer->capacity - buffer->length) {
-    if (!text_buffer_reserve(buffer)) break;
+void text_buffer::vappendf(const char* format, va_list args) {
+  if (data_ == nullptr) return;
+  va_list retry;
+  va_copy(retry, args);
+  size_t room = capacity_ - length_;
+  int needed = std::vsnprintf(data_ + length_, room + 1, format, args);
+  if (needed > 0 && static_cast<size_t>(needed) > room) {
+    // Did not fit: grow and format again (the first pass left a cut copy
+    // with its NUL inside the room).
+    if (reserve(static_cast<size_t>(needed))) {
+      room = capacity_ - length_;
+      std::vsnprintf(data_ + length_, room + 1, format, retry);
+    }
   }
-  uint32_t room = buffer->capacity - buffer->length;
-  uint32_t kept = n < room ? n : room;
-  // vsnprintf writes at most kept + 1 bytes: the text and its NUL, which the
-  // spare byte behind the capacity always has room for.
-  std::vsnprintf(buffer->data + buffer->length, kept + 1, format, args);
-  buffer->length += kept;
-  return static_cast<int>(kept);
+  va_end(retry);
+  if (needed <= 0) {
+    data_[length_] = '\0';
+    return;
+  }
+  length_ += static_cast<uint32_t>(static_cast<size_t>(needed) < room ? needed : room);
 }
 
-int text_buffer_appendf(text_buffer* buffer, const char* format, ...) {
+void text_buffer::appendf(const char* format, ...) {
   va_list args;
   va_start(args, format);
-  int written = text_buffer_vappendf(buffer, format, args);
+  vappendf(format, args);
   va_end(args);
-  return written;
 }
 
-int TextBuffer::appendf(const char* format, ...) {
-  // A buffer that could not be created swallows its appends; the handler's
-  // answer then reports the failure (see answer_document).
-  if (buffer_ == nullptr) return 0;
-  va_list args;
-  va_start(args, format);
-  int written = text_buffer_vappendf(buffer_, format, args);
-  va_end(args);
-  return written;
+void text_buffer::append(const char* text, size_t size) {
+  if (data_ == nullptr) return;
+  if (!reserve(size)) size = capacity_ - length_;
+  std::memcpy(data_ + length_, text, size);
+  length_ += static_cast<uint32_t>(size);
+  data_[length_] = '\0';
 }
+
+void text_buffer::append(const char* text) { append(text, std::strlen(text)); }
+
+}  // namespace psia

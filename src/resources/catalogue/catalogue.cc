@@ -1,18 +1,20 @@
 // The catalogue documents are fixed texts: each branch's index lists its
 // children, its description tells what GET and the other methods do, and
-// the root's indexr lists the tree recursively.
+// the root's indexr lists the tree recursively. Each is built the first
+// time it is asked for and kept for the life of the process.
 #include "resources/catalogue/catalogue.h"
 
 #include <cstddef>
+#include <string>
 
-#include "io/response.h"
+namespace psia {
 
 namespace {
 
 struct entry {
   const char* name;
-  bool service;              // a branch with children of its own
-  const entry* children;     // nested list in the recursive index
+  bool service;           // a branch with children of its own
+  const entry* children;  // nested list in the recursive index
   size_t child_count;
 };
 
@@ -36,42 +38,44 @@ const char kDescriptionRoot[] =
 
 enum class declaration { with_line_end, bare };
 
-void append_declaration(TextBuffer& doc, declaration decl) {
+void append_declaration(text_buffer& doc, declaration decl) {
   // The Network branch's documents have always gone out without the line
   // end behind the declaration.
   if (decl == declaration::bare)
-    doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>");
+    doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>");
   else
-    doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
+    doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
 }
 
-void append_entries(TextBuffer& doc, const entry* entries, size_t count,
-                    bool recursive) {
+void append_entries(text_buffer& doc, const entry* entries, size_t count, bool recursive) {
   for (size_t i = 0; i < count; ++i) {
     const entry& e = entries[i];
-    doc.appendf("<Resource version=\"1.0\">");
-    doc.appendf("<name>%s</name>", e.name);
-    doc.appendf("<version>1.0</version>");
-    doc.appendf(e.service ? "<type>service</type>" : "<type>resource</type>");
+    doc.append("<Resource version=\"1.0\">");
+    doc.append("<name>");
+    doc.append(e.name);
+    doc.append("</name>");
+    doc.append("<version>1.0</version>");
+    doc.append(e.service ? "<type>service</type>" : "<type>resource</type>");
     if (recursive && e.service) {
-      doc.appendf("<ResourceList version=\"1.0\">");
+      doc.append("<ResourceList version=\"1.0\">");
       append_entries(doc, e.children, e.child_count, true);
-      doc.appendf("</ResourceList>");
+      doc.append("</ResourceList>");
     }
-    doc.appendf("</Resource>");
+    doc.append("</Resource>");
   }
 }
 
+std::string text_of(const text_buffer& doc) { return std::string(doc.data(), doc.length()); }
+
 template <size_t N>
-void answer_index(const entry (&entries)[N], content_type type,
-                  declaration decl = declaration::with_line_end,
-                  bool recursive = false) {
-  TextBuffer doc;
+std::string index_document(const entry (&entries)[N], declaration decl = declaration::with_line_end,
+                           bool recursive = false) {
+  text_buffer doc;
   append_declaration(doc, decl);
-  doc.appendf("%s", kListRoot);
+  doc.append(kListRoot);
   append_entries(doc, entries, N, recursive);
-  doc.appendf("</ResourceList>");
-  answer_document(doc, type);
+  doc.append("</ResourceList>");
+  return text_of(doc);
 }
 
 // One method block of a description.
@@ -89,9 +93,9 @@ const method_block kNotSupported[] = {
     {"delete", "none", "none", "not supported", "not supported"},
 };
 
-void append_block(TextBuffer& doc, const method_block& b) {
+void append_block(text_buffer& doc, const method_block& b) {
   doc.appendf("<%s>", b.method);
-  doc.appendf("<QueryStringParameterList />");
+  doc.append("<QueryStringParameterList />");
   doc.appendf("<inboundData>%s</inboundData>", b.inbound);
   doc.appendf("<returnResult>%s</returnResult>", b.result);
   doc.appendf("<function>%s</function>", b.function);
@@ -101,46 +105,58 @@ void append_block(TextBuffer& doc, const method_block& b) {
 
 // A description: its name, its get block and its put block; post and delete
 // are never supported on a catalogue resource.
-void answer_description(const char* name, const method_block& get,
-                        const method_block& put, content_type type,
-                        declaration decl = declaration::with_line_end) {
-  TextBuffer doc;
+std::string description_document(const char* name, const method_block& get, const method_block& put,
+                                 declaration decl = declaration::with_line_end) {
+  text_buffer doc;
   append_declaration(doc, decl);
-  doc.appendf("%s", kDescriptionRoot);
+  doc.append(kDescriptionRoot);
   doc.appendf("<name>%s</name>", name);
-  doc.appendf("<version>1.0</version>");
-  doc.appendf("<type>resource</type>");
+  doc.append("<version>1.0</version>");
+  doc.append("<type>resource</type>");
   append_block(doc, get);
   append_block(doc, put);
   append_block(doc, kNotSupported[1]);
   append_block(doc, kNotSupported[2]);
-  doc.appendf("</ResourceDescription>");
-  answer_document(doc, type);
+  doc.append("</ResourceDescription>");
+  return text_of(doc);
 }
 
-const method_block kEnumerate = {"get", "none", "ResourceList",
-                                 "enumerate 1st level children", "non-recursive"};
+const method_block kEnumerate = {"get", "none", "ResourceList", "enumerate 1st level children",
+                                 "non-recursive"};
 
 // Every branch's description names itself "index": clients have always
 // seen it so.
-void answer_standard_description(content_type type,
-                                 declaration decl = declaration::with_line_end) {
-  answer_description("index", kEnumerate, kNotSupported[0], type, decl);
+std::string standard_description(declaration decl = declaration::with_line_end) {
+  return description_document("index", kEnumerate, kNotSupported[0], decl);
 }
 
 // The event family's documents go out through the same stream as every
 // other answer, with the same header bytes.
-constexpr content_type kXml = content_type::xml;
-constexpr content_type kEventXml = content_type::xml;
+constexpr ContentType kXml = ContentType::xml;
+constexpr ContentType kEventXml = ContentType::xml;
 
-const entry kRootIndex[] = {resource("index"), resource("indexr"), resource("description"),
+Answer constant(const std::string& doc, ContentType type) {
+  return Answer::constant_document(doc, type);
+}
+
+const entry kRootIndex[] = {resource("index"), resource("indexr"),  resource("description"),
                             service("System"), service("Security"), service("Streaming")};
-const entry kSystemIndex[] = {
-    resource("index"), resource("description"), resource("reboot"), resource("updateFirmware"),
-    resource("configurationData"), resource("factoryReset"), resource("deviceInfo"),
-    resource("status"), resource("time"), resource("localTime"), resource("timeZone"),
-    resource("ntpServers"), resource("ntpServers/ID"), service("Network"), service("Audio"),
-    service("Video")};
+const entry kSystemIndex[] = {resource("index"),
+                              resource("description"),
+                              resource("reboot"),
+                              resource("updateFirmware"),
+                              resource("configurationData"),
+                              resource("factoryReset"),
+                              resource("deviceInfo"),
+                              resource("status"),
+                              resource("time"),
+                              resource("localTime"),
+                              resource("timeZone"),
+                              resource("ntpServers"),
+                              resource("ntpServers/ID"),
+                              service("Network"),
+                              service("Audio"),
+                              service("Video")};
 const entry kNetworkIndex[] = {resource("index"), resource("description"), resource("interfaces")};
 const entry kAudioIndex[] = {resource("index"), resource("description"), resource("channels")};
 const entry kVideoIndex[] = {resource("index"), resource("description"), resource("inputs")};
@@ -155,46 +171,63 @@ const entry kEventIndex[] = {resource("index"), resource("description"), resourc
 const entry kPtzIndex[] = {resource("index"), resource("description"), resource("channels")};
 
 // The recursive index of the root.
-const entry kTreeSystem[] = {
-    resource("index"), resource("description"), resource("reboot"), resource("updateFirmware"),
-    resource("configurationData"), resource("factoryReset"), resource("deviceInfo"),
-    resource("status"), branch("Network", kNetworkIndex), branch("Video", kVideoIndex)};
+const entry kTreeSystem[] = {resource("index"),
+                             resource("description"),
+                             resource("reboot"),
+                             resource("updateFirmware"),
+                             resource("configurationData"),
+                             resource("factoryReset"),
+                             resource("deviceInfo"),
+                             resource("status"),
+                             branch("Network", kNetworkIndex),
+                             branch("Video", kVideoIndex)};
 const entry kTreeSecurity[] = {resource("index"), resource("description"),
                                branch("AAA", kAaaIndex)};
-const entry kTree[] = {resource("index"), resource("indexr"), resource("description"),
-                       branch("System", kTreeSystem), branch("Security", kTreeSecurity),
+const entry kTree[] = {resource("index"),
+                       resource("indexr"),
+                       resource("description"),
+                       branch("System", kTreeSystem),
+                       branch("Security", kTreeSecurity),
                        branch("Streaming", kStreamingIndex)};
 
 }  // namespace
 
-void get_psia_indexr() { answer_index(kTree, kXml, declaration::with_line_end, true); }
-void get_psia_index() { answer_index(kRootIndex, kXml); }
-void get_psia_description() { answer_standard_description(kXml); }
-void get_system_index() { answer_index(kSystemIndex, kXml); }
-void get_system_description() { answer_standard_description(kXml); }
-void get_network_index() { answer_index(kNetworkIndex, kXml, declaration::bare); }
-void get_network_description() { answer_standard_description(kXml, declaration::bare); }
-void get_audio_index() { answer_index(kAudioIndex, content_type::xml_utf8); }
-void get_audio_description() { answer_standard_description(content_type::xml_utf8); }
-void get_video_index() { answer_index(kVideoIndex, kXml); }
-void get_video_description() { answer_standard_description(kXml); }
-void get_security_index() { answer_index(kSecurityIndex, kXml); }
-void get_security_description() { answer_standard_description(kXml); }
-void get_aaa_index() { answer_index(kAaaIndex, kXml); }
-void get_aaa_description() { answer_standard_description(kXml); }
-void get_streaming_index() { answer_index(kStreamingIndex, kXml); }
-void get_streaming_description() { answer_standard_description(kXml); }
-void get_custom_index() { answer_index(kCustomIndex, kEventXml); }
-void get_custom_description() { answer_standard_description(kEventXml); }
-void get_event_index() { answer_index(kEventIndex, kEventXml); }
-void get_event_description() { answer_standard_description(kEventXml); }
-void get_ptz_index() { answer_index(kPtzIndex, kXml); }
-void get_ptz_description() { answer_standard_description(kXml); }
+// Each document is made on first use and kept (immutable) for the life of
+// the process: the catalogue never changes.
+#define PSIA_CONSTANT(handler, type, document)     \
+  Answer handler(Request&) {                       \
+    static const std::string kDocument = document; \
+    return constant(kDocument, type);              \
+  }
 
-void get_ptz_channels_description() {
-  static const method_block kGet = {"get", "none", "ResourceList",
-                                    "Access the list of PTZ channels", "non-recursive"};
-  static const method_block kPut = {"put", "ResourceList", "ResponseStatus",
-                                    "Access the list of PTZ channels", "non-recursive"};
-  answer_description("channels", kGet, kPut, kXml);
-}
+PSIA_CONSTANT(get_psia_indexr, kXml, index_document(kTree, declaration::with_line_end, true))
+PSIA_CONSTANT(get_psia_index, kXml, index_document(kRootIndex))
+PSIA_CONSTANT(get_psia_description, kXml, standard_description())
+PSIA_CONSTANT(get_system_index, kXml, index_document(kSystemIndex))
+PSIA_CONSTANT(get_system_description, kXml, standard_description())
+PSIA_CONSTANT(get_network_index, kXml, index_document(kNetworkIndex, declaration::bare))
+PSIA_CONSTANT(get_network_description, kXml, standard_description(declaration::bare))
+PSIA_CONSTANT(get_audio_index, ContentType::xml_utf8, index_document(kAudioIndex))
+PSIA_CONSTANT(get_audio_description, ContentType::xml_utf8, standard_description())
+PSIA_CONSTANT(get_video_index, kXml, index_document(kVideoIndex))
+PSIA_CONSTANT(get_video_description, kXml, standard_description())
+PSIA_CONSTANT(get_security_index, kXml, index_document(kSecurityIndex))
+PSIA_CONSTANT(get_security_description, kXml, standard_description())
+PSIA_CONSTANT(get_aaa_index, kXml, index_document(kAaaIndex))
+PSIA_CONSTANT(get_aaa_description, kXml, standard_description())
+PSIA_CONSTANT(get_streaming_index, kXml, index_document(kStreamingIndex))
+PSIA_CONSTANT(get_streaming_description, kXml, standard_description())
+PSIA_CONSTANT(get_custom_index, kEventXml, index_document(kCustomIndex))
+PSIA_CONSTANT(get_custom_description, kEventXml, standard_description())
+PSIA_CONSTANT(get_event_index, kEventXml, index_document(kEventIndex))
+PSIA_CONSTANT(get_event_description, kEventXml, standard_description())
+PSIA_CONSTANT(get_ptz_index, kXml, index_document(kPtzIndex))
+PSIA_CONSTANT(get_ptz_description, kXml, standard_description())
+PSIA_CONSTANT(get_ptz_channels_description, kXml,
+              description_document("channels",
+                                   {"get", "none", "ResourceList",
+                                    "Access the list of PTZ channels", "non-recursive"},
+                                   {"put", "ResourceList", "ResponseStatus",
+                                    "Access the list of PTZ channels", "non-recursive"}))
+
+}  // namespace psia

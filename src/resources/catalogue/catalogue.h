@@ -3,29 +3,36 @@
 #ifndef PSIA_RESOURCES_CATALOGUE_CATALOGUE_H
 #define PSIA_RESOURCES_CATALOGUE_CATALOGUE_H
 
-void get_psia_indexr();
-void get_psia_index();
-void get_psia_description();
-void get_system_index();
-void get_system_description();
-void get_network_index();
-void get_network_description();
-void get_audio_index();
-void get_audio_description();
-void get_video_index();
-void get_video_description();
-void get_security_index();
-void get_security_description();
-void get_aaa_index();
-void get_aaa_description();
-void get_streaming_index();
-void get_streaming_description();
-void get_custom_index();
-void get_custom_description();
-void get_event_index();
-void get_event_description();
-void get_ptz_index();
-void get_ptz_description();
-void get_ptz_channels_description();
+#include "io/answer.h"
+#include "io/request.h"
+
+namespace psia {
+
+Answer get_psia_indexr(Request& req);
+Answer get_psia_index(Request& req);
+Answer get_psia_description(Request& req);
+Answer get_system_index(Request& req);
+Answer get_system_description(Request& req);
+Answer get_network_index(Request& req);
+Answer get_network_description(Request& req);
+Answer get_audio_index(Request& req);
+Answer get_audio_description(Request& req);
+Answer get_video_index(Request& req);
+Answer get_video_description(Request& req);
+Answer get_security_index(Request& req);
+Answer get_security_description(Request& req);
+Answer get_aaa_index(Request& req);
+Answer get_aaa_description(Request& req);
+Answer get_streaming_index(Request& req);
+Answer get_streaming_description(Request& req);
+Answer get_custom_index(Request& req);
+Answer get_custom_description(Request& req);
+Answer get_event_index(Request& req);
+Answer get_event_description(Request& req);
+Answer get_ptz_index(Request& req);
+Answer get_ptz_description(Request& req);
+Answer get_ptz_channels_description(Request& req);
+
+}  // namespace psia
 
 #endif  // PSIA_RESOURCES_CATALOGUE_CATALOGUE_H

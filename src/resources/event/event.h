@@ -3,49 +3,56 @@
 #ifndef PSIA_RESOURCES_EVENT_EVENT_H
 #define PSIA_RESOURCES_EVENT_EVENT_H
 
+#include "io/answer.h"
+#include "io/request.h"
+
+namespace psia {
+
 // The whole event notification document.
-void get_event();
-void put_event();
+Answer get_event(Request& req);
+Answer put_event(Request& req);
 
 // Triggers.
-void get_event_trigger_list();
-void put_event_trigger_list();
-void post_trigger();
-void delete_triggers();
-void get_event_trigger(const char* trigger_id);
-void put_event_trigger(const char* trigger_id);
-void delete_event_trigger_notifications(const char* trigger_id);
+Answer get_event_trigger_list(Request& req);
+Answer put_event_trigger_list(Request& req);
+Answer post_trigger(Request& req);
+Answer delete_triggers(Request& req);
+Answer get_event_trigger(Request& req, const char* trigger_id);
+Answer put_event_trigger(Request& req, const char* trigger_id);
+Answer delete_event_trigger_notifications(Request& req, const char* trigger_id);
 
 // Per-trigger notification lists.
-void get_trigger_notifications(const char* trigger_id);
-void put_trigger_notifications(const char* trigger_id);
-void post_trigger_notification(const char* trigger_id);
-void delete_trigger_notifications(const char* trigger_id);
-void get_trigger_notification(const char* trigger_id, const char* notification_id);
-void put_trigger_notification(const char* trigger_id, const char* notification_id);
-void delete_trigger_notification(const char* trigger_id,
-                                 const char* notification_id);
+Answer get_trigger_notifications(Request& req, const char* trigger_id);
+Answer put_trigger_notifications(Request& req, const char* trigger_id);
+Answer post_trigger_notification(Request& req, const char* trigger_id);
+Answer delete_trigger_notifications(Request& req, const char* trigger_id);
+Answer get_trigger_notification(Request& req, const char* trigger_id, const char* notification_id);
+Answer put_trigger_notification(Request& req, const char* trigger_id, const char* notification_id);
+Answer delete_trigger_notification(Request& req, const char* trigger_id,
+                                   const char* notification_id);
 
 // Schedule.
-void get_event_schedule();
-void put_event_schedule();
+Answer get_event_schedule(Request& req);
+Answer put_event_schedule(Request& req);
 
 // Notification methods (the "one" handlers get the text after the prefix).
-void get_event_notification();
-void put_event_notification();
-void get_mailings();
-void put_mailings();
-void post_mailing();
-void delete_mailings();
-void get_mailing(const char* id);
-void put_mailing(const char* id);
-void delete_mailing(const char* id);
-void get_ftps();
-void put_ftps();
-void post_ftp();
-void delete_ftps();
-void get_ftp(const char* id);
-void put_ftp(const char* id);
-void delete_ftp(const char* id);
+Answer get_event_notification(Request& req);
+Answer put_event_notification(Request& req);
+Answer get_mailings(Request& req);
+Answer put_mailings(Request& req);
+Answer post_mailing(Request& req);
+Answer delete_mailings(Request& req);
+Answer get_mailing(Request& req, const char* id);
+Answer put_mailing(Request& req, const char* id);
+Answer delete_mailing(Request& req, const char* id);
+Answer get_ftps(Request& req);
+Answer put_ftps(Request& req);
+Answer post_ftp(Request& req);
+Answer delete_ftps(Request& req);
+Answer get_ftp(Request& req, const char* id);
+Answer put_ftp(Request& req, const char* id);
+Answer delete_ftp(Request& req, const char* id);
+
+}  // namespace psia
 
 #endif  // PSIA_RESOURCES_EVENT_EVENT_H

@@ -4,22 +4,26 @@
 #ifndef PSIA_RESOURCES_EVENT_EVENT_PARTS_H
 #define PSIA_RESOURCES_EVENT_EVENT_PARTS_H
 
-#include <libxml/tree.h>
-
+#include "io/request.h"
+#include "io/xml_input.h"
 #include "util/text_buffer.h"
 
+namespace psia {
+
 // False when the camera has no alarm input (no trigger to show).
-bool camera_has_trigger();
+bool camera_has_trigger(Request& req);
 
 // Elements without an XML declaration.
-void append_trigger_list(TextBuffer& doc);
-void append_schedule(TextBuffer& doc);
-void append_notification_methods(TextBuffer& doc);
+void append_trigger_list(Request& req, text_buffer& doc);
+void append_schedule(Request& req, text_buffer& doc);
+void append_notification_methods(Request& req, text_buffer& doc);
 
 // Apply one body element to the camera's one trigger, its schedule, or its
 // notification destinations. The schedule reports whether it was stored.
-void apply_trigger(const xmlNode* trigger);
-bool apply_schedule(const xmlNode* schedule);
-void apply_notification_methods(const xmlNode* methods);
+void apply_trigger(Request& req, XmlNode trigger);
+bool apply_schedule(Request& req, XmlNode schedule);
+void apply_notification_methods(Request& req, XmlNode methods);
+
+}  // namespace psia
 
 #endif  // PSIA_RESOURCES_EVENT_EVENT_PARTS_H

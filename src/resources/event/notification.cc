@@ -4,26 +4,24 @@
 // itself, so no command is sent.
 #include <cstdint>
 
-#include "io/request_body.h"
-#include "io/response.h"
-#include "io/xml_input.h"
 #include "resources/event/event.h"
 #include "resources/event/event_parts.h"
-#include "store/database.h"
+
+namespace psia {
 
 namespace {
 
 // What distinguishes the two kinds of destination.
 struct destination_kind {
-  const char* element;        // MailingNotification / FTPNotification
-  const char* list_element;   // ...List
-  const char* account;        // accountName / userName
+  const char* element;       // MailingNotification / FTPNotification
+  const char* list_element;  // ...List
+  const char* account;       // accountName / userName
   int default_port;
   bool mailing;
 };
 
-const destination_kind kMailing = {"MailingNotification", "MailingNotificationList",
-                                   "accountName", 25, true};
+const destination_kind kMailing = {"MailingNotification", "MailingNotificationList", "accountName",
+                                   25, true};
 const destination_kind kFtp = {"FTPNotification", "FTPNotificationList", "userName", 21, false};
 
 enum column { kName = 1, kAddress = 2, kUser = 3, kPassword = 4, kPort = 5, kPath = 6 };
@@ -33,18 +31,18 @@ const char* cell(const QueryResult& rows, int r, int c) {
   return text != nullptr ? text : "";
 }
 
-void append_destination(TextBuffer& doc, const destination_kind& kind, const QueryResult& rows,
+void append_destination(text_buffer& doc, const destination_kind& kind, const QueryResult& rows,
                         int r) {
   doc.appendf("<%s version=\"1.0\" xmlns=\"urn:psialliance-org\">", kind.element);
   doc.appendf("<id>%s</id>", cell(rows, r, kName));
-  if (kind.mailing) doc.appendf("<authenticationMode>SMTP</authenticationMode>");
+  if (kind.mailing) doc.append("<authenticationMode>SMTP</authenticationMode>");
   const char* address = cell(rows, r, kAddress);
   uint32_t ignored;
   if (parse_ipv4_text(address, &ignored, 0)) {
-    doc.appendf("<addressingFormatType>ipaddress</addressingFormatType>");
+    doc.append("<addressingFormatType>ipaddress</addressingFormatType>");
     doc.appendf("<ipAddress>%s</ipAddress>", address);
   } else {
-    doc.appendf("<addressingFormatType>hostname</addressingFormatType>");
+    doc.append("<addressingFormatType>hostname</addressingFormatType>");
     doc.appendf("<hostName>%s</hostName>", address);
   }
   doc.appendf("<portNo>%d</portNo>", rows.integer(r, kPort, 0));
@@ -54,32 +52,32 @@ void append_destination(TextBuffer& doc, const destination_kind& kind, const Que
   doc.appendf("</%s>", kind.element);
 }
 
-void append_destination_list(TextBuffer& doc, const destination_kind& kind) {
-  QueryResult rows = kind.mailing ? db_query("select * from SMTPServer")
-                                  : db_query("select * from FTPServer");
+void append_destination_list(Request& req, text_buffer& doc, const destination_kind& kind) {
+  QueryResult rows = kind.mailing ? req.db().query("select * from SMTPServer")
+                                  : req.db().query("select * from FTPServer");
   doc.appendf("<%s version=\"1.0\" xmlns=\"urn:psialliance-org\">", kind.list_element);
   for (int r = 0; r < rows.rows(); ++r) append_destination(doc, kind, rows, r);
   doc.appendf("</%s>", kind.list_element);
 }
 
-void answer_destination_list(const destination_kind& kind) {
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
-  append_destination_list(doc, kind);
-  answer_document(doc, content_type::xml);
+Answer answer_destination_list(Request& req, const destination_kind& kind) {
+  text_buffer doc;
+  doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
+  append_destination_list(req, doc, kind);
+  return Answer::document(std::move(doc), ContentType::xml);
 }
 
 // One destination, or its empty element when there is no such row.
-void answer_destination(const destination_kind& kind, const QueryResult& rows) {
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
+Answer answer_destination(const destination_kind& kind, const QueryResult& rows) {
+  text_buffer doc;
+  doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   if (rows.has_rows()) {
     append_destination(doc, kind, rows, 0);
   } else {
     doc.appendf("<%s version=\"1.0\" xmlns=\"urn:psialliance-org\"></%s>", kind.element,
                 kind.element);
   }
-  answer_document(doc, content_type::xml);
+  return Answer::document(std::move(doc), ContentType::xml);
 }
 
 // The fields of a destination element of a body.
@@ -92,22 +90,22 @@ struct destination {
   int port;
 };
 
-destination read_destination(const xmlNode* element, const destination_kind& kind) {
+destination read_destination(XmlNode element, const destination_kind& kind) {
   destination d;
   d.port = kind.default_port;
-  for (xmlNode* child : xml_children(element)) {
-    if (xml_name_is(child, "id")) {
-      xml_copy_text(child, d.id);
-    } else if (xml_name_is(child, "hostName") || xml_name_is(child, "ipAddress")) {
-      xml_copy_text(child, d.address);
-    } else if (xml_name_is(child, "portNo")) {
-      d.port = xml_int_text(child);
-    } else if (xml_name_is(child, kind.account)) {
-      xml_copy_text(child, d.user);
-    } else if (xml_name_is(child, "password")) {
-      xml_copy_text(child, d.password);
-    } else if (!kind.mailing && xml_name_is(child, "uploadPath")) {
-      xml_copy_text(child, d.path);
+  for (XmlNode child : element.children()) {
+    if (child.is("id")) {
+      child.copy_text(d.id);
+    } else if (child.is("hostName") || child.is("ipAddress")) {
+      child.copy_text(d.address);
+    } else if (child.is("portNo")) {
+      d.port = child.int_text();
+    } else if (child.is(kind.account)) {
+      child.copy_text(d.user);
+    } else if (child.is("password")) {
+      child.copy_text(d.password);
+    } else if (!kind.mailing && child.is("uploadPath")) {
+      child.copy_text(d.path);
     }
   }
   return d;
@@ -115,144 +113,148 @@ destination read_destination(const xmlNode* element, const destination_kind& kin
 
 // Updates the destination the element names (by its id). A statement that
 // fails is not reported: the destination may simply not exist.
-void update_destination(const xmlNode* element, const destination_kind& kind) {
+void update_destination(Request& req, XmlNode element, const destination_kind& kind) {
   destination d = read_destination(element, kind);
   if (kind.mailing) {
-    db_exec("update SMTPServer set ServerAddress='%q', UserID='%q', Password='%q', Port=%d "
-            "where ServerName='%q'",
-            d.address, d.user, d.password, d.port, d.id);
+    req.db().exec(
+        "update SMTPServer set ServerAddress='%q', UserID='%q', Password='%q', Port=%d "
+        "where ServerName='%q'",
+        d.address, d.user, d.password, d.port, d.id);
   } else {
-    db_exec("update FTPServer set ServerAddress='%q', UserID='%q', Password='%q', Port=%d, "
-            "Path='%q' where ServerName='%q'",
-            d.address, d.user, d.password, d.port, d.path, d.id);
+    req.db().exec(
+        "update FTPServer set ServerAddress='%q', UserID='%q', Password='%q', Port=%d, "
+        "Path='%q' where ServerName='%q'",
+        d.address, d.user, d.password, d.port, d.path, d.id);
   }
 }
 
 // The mailing insert keeps the camera's statement text, which lacks its
 // closing parenthesis: the database refuses it, and mail destinations are
 // only ever changed, never added, through this resource.
-void insert_destination(const xmlNode* element, const destination_kind& kind) {
+void insert_destination(Request& req, XmlNode element, const destination_kind& kind) {
   destination d = read_destination(element, kind);
   if (kind.mailing) {
-    db_exec("insert into SMTPServer values (NULL, '%q', '%q', '%q', '%q', %d, '', '%q', '', '', 0",
-            d.id, d.address, d.user, d.password, d.port, d.user);
+    req.db().exec(
+        "insert into SMTPServer values (NULL, '%q', '%q', '%q', '%q', %d, '', '%q', '', '', 0",
+        d.id, d.address, d.user, d.password, d.port, d.user);
   } else {
-    db_exec("insert into FTPServer values (NULL, '%q', '%q', '%q', '%q', %d, '%q')", d.id,
-            d.address, d.user, d.password, d.port, d.path);
+    req.db().exec("insert into FTPServer values (NULL, '%q', '%q', '%q', '%q', %d, '%q')", d.id,
+                  d.address, d.user, d.password, d.port, d.path);
   }
 }
 
-void for_each_destination(const xmlNode* list, const destination_kind& kind,
-                          void (*apply)(const xmlNode*, const destination_kind&)) {
-  for (xmlNode* element : xml_children(list))
-    if (xml_name_is(element, kind.element)) apply(element, kind);
+void for_each_destination(Request& req, XmlNode list, const destination_kind& kind,
+                          void (*apply)(Request&, XmlNode, const destination_kind&)) {
+  for (XmlNode element : list.children())
+    if (element.is(kind.element)) apply(req, element, kind);
 }
 
 // PUT of a list, or of one destination (the body's id names the row).
-void put_destinations(const destination_kind& kind, bool list) {
-  XmlDocument body;
-  if (!accept_xml_request(body, list ? kind.list_element : kind.element,
-                                 kStatusDeviceError)) return;
+Answer put_destinations(Request& req, const destination_kind& kind, bool list) {
+  XmlBody body(req, list ? kind.list_element : kind.element, kStatusDeviceError);
+  if (!body.ok()) return body.failure();
   if (list)
-    for_each_destination(body.root(), kind, update_destination);
+    for_each_destination(req, body.root(), kind, update_destination);
   else
-    update_destination(body.root(), kind);
-  write_response_status(kStatusOk);
+    update_destination(req, body.root(), kind);
+  return Answer::status(kStatusOk);
 }
 
 // At most three destinations of each kind.
-void post_destinations(const destination_kind& kind) {
-  int stored = kind.mailing ? db_query_int(0, "select count(*) from SMTPServer")
-                            : db_query_int(0, "select count(*) from FTPServer");
-  if (stored > 2) {
-    write_response_status(kStatusDeviceError);
-    return;
-  }
-  XmlDocument body;
-  if (!accept_xml_request(body, kind.list_element, kStatusDeviceError)) return;
-  for_each_destination(body.root(), kind, insert_destination);
-  write_response_status(kStatusOk);
+Answer post_destinations(Request& req, const destination_kind& kind) {
+  int stored = kind.mailing ? req.db().query_int(0, "select count(*) from SMTPServer")
+                            : req.db().query_int(0, "select count(*) from FTPServer");
+  if (stored > 2) return Answer::status(kStatusDeviceError);
+  XmlBody body(req, kind.list_element, kStatusDeviceError);
+  if (!body.ok()) return body.failure();
+  for_each_destination(req, body.root(), kind, insert_destination);
+  return Answer::status(kStatusOk);
 }
 
 }  // namespace
 
-void append_notification_methods(TextBuffer& doc) {
-  doc.appendf("<EventNotificationMethods version=\"1.0\" xmlns=\"urn:psialliance-org\">");
-  append_destination_list(doc, kMailing);
-  append_destination_list(doc, kFtp);
-  doc.appendf("<FTPFormat>");
-  doc.appendf("<uploadSnapShotEnabled>false</uploadSnapShotEnabled>");
-  doc.appendf("<uploadVideoClipEnabled>true</uploadVideoClipEnabled>");
-  doc.appendf("</FTPFormat>");
-  doc.appendf("<MediaFormat>");
-  doc.appendf("<snapShotImageType>JPEG</snapShotImageType>");
-  doc.appendf("<videoClipFormatType>264</videoClipFormatType>");
-  doc.appendf("</MediaFormat>");
-  doc.appendf("</EventNotificationMethods>");
+void append_notification_methods(Request& req, text_buffer& doc) {
+  doc.append("<EventNotificationMethods version=\"1.0\" xmlns=\"urn:psialliance-org\">");
+  append_destination_list(req, doc, kMailing);
+  append_destination_list(req, doc, kFtp);
+  doc.append("<FTPFormat>");
+  doc.append("<uploadSnapShotEnabled>false</uploadSnapShotEnabled>");
+  doc.append("<uploadVideoClipEnabled>true</uploadVideoClipEnabled>");
+  doc.append("</FTPFormat>");
+  doc.append("<MediaFormat>");
+  doc.append("<snapShotImageType>JPEG</snapShotImageType>");
+  doc.append("<videoClipFormatType>264</videoClipFormatType>");
+  doc.append("</MediaFormat>");
+  doc.append("</EventNotificationMethods>");
 }
 
-void apply_notification_methods(const xmlNode* methods) {
-  for (xmlNode* list : xml_children(methods)) {
-    if (xml_name_is(list, kMailing.list_element))
-      for_each_destination(list, kMailing, update_destination);
-    else if (xml_name_is(list, kFtp.list_element))
-      for_each_destination(list, kFtp, update_destination);
+void apply_notification_methods(Request& req, XmlNode methods) {
+  for (XmlNode list : methods.children()) {
+    if (list.is(kMailing.list_element))
+      for_each_destination(req, list, kMailing, update_destination);
+    else if (list.is(kFtp.list_element))
+      for_each_destination(req, list, kFtp, update_destination);
   }
 }
 
-void get_event_notification() {
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
-  append_notification_methods(doc);
-  answer_document(doc, content_type::xml);
+Answer get_event_notification(Request& req) {
+  text_buffer doc;
+  doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
+  append_notification_methods(req, doc);
+  return Answer::document(std::move(doc), ContentType::xml);
 }
 
 // The combined document changes the destinations it names, as the PUT of
 // each list does; the fixed upload and media formats cannot be changed.
-void put_event_notification() {
-  XmlDocument body;
-  if (!accept_xml_request(body, "EventNotificationMethods", kStatusDeviceError)) return;
-  apply_notification_methods(body.root());
-  write_response_status(kStatusOk);
+Answer put_event_notification(Request& req) {
+  XmlBody body(req, "EventNotificationMethods", kStatusDeviceError);
+  if (!body.ok()) return body.failure();
+  apply_notification_methods(req, body.root());
+  return Answer::status(kStatusOk);
 }
 
-void get_mailings() { answer_destination_list(kMailing); }
+Answer get_mailings(Request& req) { return answer_destination_list(req, kMailing); }
 
 // The camera describes its first mail server whatever the id asked for.
-void get_mailing(const char* /*id*/) {
-  answer_destination(kMailing, db_query("select * from SMTPServer"));
+Answer get_mailing(Request& req, const char* /*id*/) {
+  return answer_destination(kMailing, req.db().query("select * from SMTPServer"));
 }
 
-void put_mailings() { put_destinations(kMailing, true); }
-void put_mailing(const char* /*id*/) { put_destinations(kMailing, false); }
-void post_mailing() { post_destinations(kMailing); }
+Answer put_mailings(Request& req) { return put_destinations(req, kMailing, true); }
+Answer put_mailing(Request& req, const char* /*id*/) {
+  return put_destinations(req, kMailing, false);
+}
+Answer post_mailing(Request& req) { return post_destinations(req, kMailing); }
 
-void delete_mailing(const char* id) {
-  db_exec("delete from SMTPServer where ServerName='%q'", id);
-  write_response_status(kStatusOk);
+Answer delete_mailing(Request& req, const char* id) {
+  req.db().exec("delete from SMTPServer where ServerName='%q'", id);
+  return Answer::status(kStatusOk);
 }
 
-void delete_mailings() {
-  db_exec("delete from SMTPServer");
-  write_response_status(kStatusOk);
+Answer delete_mailings(Request& req) {
+  req.db().exec("delete from SMTPServer");
+  return Answer::status(kStatusOk);
 }
 
-void get_ftps() { answer_destination_list(kFtp); }
+Answer get_ftps(Request& req) { return answer_destination_list(req, kFtp); }
 
-void get_ftp(const char* id) {
-  answer_destination(kFtp, db_query("select * from FTPServer where ServerName='%q'", id));
+Answer get_ftp(Request& req, const char* id) {
+  return answer_destination(kFtp,
+                            req.db().query("select * from FTPServer where ServerName='%q'", id));
 }
 
-void put_ftps() { put_destinations(kFtp, true); }
-void put_ftp(const char* /*id*/) { put_destinations(kFtp, false); }
-void post_ftp() { post_destinations(kFtp); }
+Answer put_ftps(Request& req) { return put_destinations(req, kFtp, true); }
+Answer put_ftp(Request& req, const char* /*id*/) { return put_destinations(req, kFtp, false); }
+Answer post_ftp(Request& req) { return post_destinations(req, kFtp); }
 
-void delete_ftp(const char* id) {
-  db_exec("delete from FTPServer where ServerName='%q'", id);
-  write_response_status(kStatusOk);
+Answer delete_ftp(Request& req, const char* id) {
+  req.db().exec("delete from FTPServer where ServerName='%q'", id);
+  return Answer::status(kStatusOk);
 }
 
-void delete_ftps() {
-  db_exec("delete from FTPServer");
-  write_response_status(kStatusOk);
+Answer delete_ftps(Request& req) {
+  req.db().exec("delete from FTPServer");
+  return Answer::status(kStatusOk);
 }
+
+}  // namespace psia

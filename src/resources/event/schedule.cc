@@ -3,12 +3,11 @@
 // Saturday) and StartTime/EndTime (hours * 100 + minutes).
 #include <cstring>
 
-#include "io/response.h"
-#include "io/xml_input.h"
 #include "resources/event/event.h"
 #include "resources/event/event_parts.h"
-#include "store/database.h"
 #include "util/bounded_copy.h"
+
+namespace psia {
 
 namespace {
 
@@ -26,10 +25,10 @@ struct schedule_update {
 };
 
 // A TimeBlock naming a day outside 1..7 is ignored whole.
-bool names_a_real_day(const xmlNode* block) {
-  for (xmlNode* child : xml_children(block)) {
-    if (!xml_name_is(child, "dayOfWeek")) continue;
-    int d = xml_int_text(child);
+bool names_a_real_day(XmlNode block) {
+  for (XmlNode child : block.children()) {
+    if (!child.is("dayOfWeek")) continue;
+    int d = child.int_text();
     if (d < 1 || d > 7) return false;
   }
   return true;
@@ -38,22 +37,22 @@ bool names_a_real_day(const xmlNode* block) {
 // The camera keeps one armed day per change: each dayOfWeek replaces the
 // week. The end of a range is read from its minutes field, as the camera's
 // own pages write it.
-void read_time_block(const xmlNode* block, schedule_update* u) {
-  for (xmlNode* child : xml_children(block)) {
-    if (xml_name_is(child, "dayOfWeek")) {
-      int d = xml_int_text(child);
+void read_time_block(XmlNode block, schedule_update* u) {
+  for (XmlNode child : block.children()) {
+    if (child.is("dayOfWeek")) {
+      int d = child.int_text();
       u->day = d == 7 ? 0 : d;
       u->week = 1 << u->day;
-    } else if (xml_name_is(child, "bitString")) {
-      if (u->day > 0) xml_copy_text(child, u->bits[u->day]);
-    } else if (xml_name_is(child, "TimeRange") && u->day >= 0) {
-      for (xmlNode* range : xml_children(child)) {
+    } else if (child.is("bitString")) {
+      if (u->day > 0) child.copy_text(u->bits[u->day]);
+    } else if (child.is("TimeRange") && u->day >= 0) {
+      for (XmlNode range : child.children()) {
         char text[128];
-        if (xml_name_is(range, "beginTime")) {
-          xml_copy_text(range, text);
+        if (range.is("beginTime")) {
+          range.copy_text(text);
           u->begin[u->day] = parse_int(text);
-        } else if (xml_name_is(range, "endTime")) {
-          xml_copy_text(range, text);
+        } else if (range.is("endTime")) {
+          range.copy_text(text);
           u->end[u->day] = std::strlen(text) > 3 ? parse_int(text + 3) : 0;
         }
       }
@@ -76,33 +75,33 @@ void apply_hour_masks(schedule_update* u) {
 
 }  // namespace
 
-void append_schedule(TextBuffer& doc) {
-  QueryResult event = db_query("select * from Event where Trigger=0");
+void append_schedule(Request& req, text_buffer& doc) {
+  QueryResult event = req.db().query("select * from Event where Trigger=0");
   int week = event.integer(0, kWeekColumn, 0);
   int start = event.integer(0, kStartColumn, 0);
   int end = event.integer(0, kEndColumn, 0);
-  doc.appendf("<EventSchedule version=\"1.0\" xmlns=\"urn:psialliance-org\">");
-  doc.appendf("<TimeBlockList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
+  doc.append("<EventSchedule version=\"1.0\" xmlns=\"urn:psialliance-org\">");
+  doc.append("<TimeBlockList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   for (int d = 0; d < 7; ++d) {
     if ((week & (1 << d)) == 0) continue;
-    doc.appendf("<TimeBlock>");
+    doc.append("<TimeBlock>");
     doc.appendf("<dayOfWeek>%d</dayOfWeek>", d == 0 ? 7 : d);
-    doc.appendf("<TimeRange>");
+    doc.append("<TimeRange>");
     doc.appendf("<beginTime>%02d:%02d:%02d</beginTime>", start / 100, start % 100, 0);
     doc.appendf("<endTime>%02d:%02d:%02d</endTime>", end / 100, end % 100, 0);
-    doc.appendf("</TimeRange>");
-    doc.appendf("</TimeBlock>");
+    doc.append("</TimeRange>");
+    doc.append("</TimeBlock>");
   }
-  doc.appendf("</TimeBlockList>");
-  doc.appendf("</EventSchedule>");
+  doc.append("</TimeBlockList>");
+  doc.append("</EventSchedule>");
 }
 
-bool apply_schedule(const xmlNode* schedule) {
+bool apply_schedule(Request& req, XmlNode schedule) {
   schedule_update u;
-  for (xmlNode* list : xml_children(schedule)) {
-    if (!xml_name_is(list, "TimeBlockList")) continue;
-    for (xmlNode* block : xml_children(list))
-      if (xml_name_is(block, "TimeBlock") && names_a_real_day(block)) read_time_block(block, &u);
+  for (XmlNode list : schedule.children()) {
+    if (!list.is("TimeBlockList")) continue;
+    for (XmlNode block : list.children())
+      if (block.is("TimeBlock") && names_a_real_day(block)) read_time_block(block, &u);
   }
   apply_hour_masks(&u);
   int start = 24, end = 0;
@@ -115,19 +114,21 @@ bool apply_schedule(const xmlNode* schedule) {
     const int kLimit = 2147483647 / 100;
     return (hours > kLimit ? kLimit : hours < -kLimit ? -kLimit : hours) * 100;
   };
-  return db_exec("update Event set Week=%d, StartTime=%d, EndTime=%d where Trigger=0", u.week,
-                 hundreds(start), hundreds(end));
+  return req.db().exec("update Event set Week=%d, StartTime=%d, EndTime=%d where Trigger=0", u.week,
+                       hundreds(start), hundreds(end));
 }
 
-void get_event_schedule() {
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
-  append_schedule(doc);
-  answer_document(doc, content_type::xml);
+Answer get_event_schedule(Request& req) {
+  text_buffer doc;
+  doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
+  append_schedule(req, doc);
+  return Answer::document(std::move(doc), ContentType::xml);
 }
 
-void put_event_schedule() {
-  XmlDocument body;
-  if (!accept_xml_request(body, "EventSchedule", kStatusDeviceError)) return;
-  write_response_status(apply_schedule(body.root()) ? kStatusOk : kStatusDeviceError);
+Answer put_event_schedule(Request& req) {
+  XmlBody body(req, "EventSchedule", kStatusDeviceError);
+  if (!body.ok()) return body.failure();
+  return Answer::status(apply_schedule(req, body.root()) ? kStatusOk : kStatusDeviceError);
 }
+
+}  // namespace psia

@@ -1,54 +1,45 @@
 // The camera's one audio input channel (PSIA id 1, listen-only). The
 // documents report table Audio while the update writes AudioStream, the
 // row the streams use: the camera's firmware keeps the two apart.
-#include "control/control_message.h"
-#include "io/response.h"
 #include "io/xml_input.h"
 #include "resources/media/media.h"
-#include "store/database.h"
+
+namespace psia {
 
 namespace {
 
-void append_audio_channel(TextBuffer& doc) {
-  bool enabled = db_query_int(0, "select Enable from Audio where AudioID=0") != 0;
-  doc.appendf("<AudioChannel version=\"1.0\" xmlns=\"urn:psialliance-org\">");
-  doc.appendf("<id>1</id>");
-  doc.appendf("<enabled>%s</enabled>", enabled ? "true" : "false");
-  doc.appendf("<audioMode>listenonly</audioMode>");
-  doc.appendf("</AudioChannel>");
+Answer answer_audio(Request& req, bool list) {
+  bool enabled = req.db().query_int(0, "select Enable from Audio where AudioID=0") != 0;
+  text_buffer doc;
+  doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
+  if (list) doc.append("<AudioChannelList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
+  doc.append("<AudioChannel version=\"1.0\" xmlns=\"urn:psialliance-org\">");
+  doc.append("<id>1</id>");
+  doc.append(enabled ? "<enabled>true</enabled>" : "<enabled>false</enabled>");
+  doc.append("<audioMode>listenonly</audioMode>");
+  doc.append("</AudioChannel>");
+  if (list) doc.append("</AudioChannelList>");
+  return Answer::document(std::move(doc), ContentType::xml_utf8);
 }
 
 }  // namespace
 
-void get_audio_channel() {
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
-  append_audio_channel(doc);
-  answer_document(doc, content_type::xml_utf8);
-}
+Answer get_audio_channel(Request& req) { return answer_audio(req, false); }
 
-void get_audio_channels() {
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
-  doc.appendf("<AudioChannelList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
-  append_audio_channel(doc);
-  doc.appendf("</AudioChannelList>");
-  answer_document(doc, content_type::xml_utf8);
-}
+Answer get_audio_channels(Request& req) { return answer_audio(req, true); }
 
-void put_audio_channel() {
-  XmlDocument body;
-  if (!accept_xml_request(body, "AudioChannel", kStatusDeviceError)) return;
+Answer put_audio_channel(Request& req) {
+  XmlBody body(req, "AudioChannel", kStatusDeviceError);
+  if (!body.ok()) return body.failure();
   // Audio is switched on only by an explicit "true"; anything else, or no
   // enabled element at all, switches it off.
   int enable = 0;
-  for (xmlNode* child : xml_children(body.root())) {
-    if (xml_name_is(child, "enabled")) enable = xml_text_is(child, "true") ? 1 : 0;
-  }
-  body.reset(nullptr);
-  if (!db_exec("update AudioStream set Enable=%d where AudioStreamID=0", enable)) {
-    write_response_status(kStatusDeviceError);
-    return;
-  }
-  write_response_status(send_control_command(kCommandAudio));
+  for (XmlNode child : body.root().children())
+    if (child.is("enabled")) enable = child.text_is("true") ? 1 : 0;
+  body.release();
+  if (!req.db().exec("update AudioStream set Enable=%d where AudioStreamID=0", enable))
+    return Answer::status(kStatusDeviceError);
+  return Answer::status(req.control().send_command(kCommandAudio));
 }
+
+}  // namespace psia

@@ -3,29 +3,36 @@
 #ifndef PSIA_RESOURCES_MEDIA_MEDIA_H
 #define PSIA_RESOURCES_MEDIA_MEDIA_H
 
+#include "io/answer.h"
+#include "io/request.h"
+
+namespace psia {
+
 // Video input channel.
-void get_video_inputs();
-void get_video_input_channels();
-void get_video_input_channel();
-void put_video_input_channel();
+Answer get_video_inputs(Request& req);
+Answer get_video_input_channels(Request& req);
+Answer get_video_input_channel(Request& req);
+Answer put_video_input_channel(Request& req);
 
 // Audio channel.
-void get_audio_channel();
-void get_audio_channels();
-void put_audio_channel();
+Answer get_audio_channel(Request& req);
+Answer get_audio_channels(Request& req);
+Answer put_audio_channel(Request& req);
 
 // Streaming status.
-void get_streaming_status();
-void get_streaming_channel_status(const char* path);
+Answer get_streaming_status(Request& req);
+Answer get_streaming_channel_status(Request& req, const char* path);
 
 // Streaming channels.
-void get_streaming_channels();
-void get_streaming_channel(const char* path);
-void get_streaming_channel_capabilities(const char* path);
-void put_streaming_channel(const char* path);
-void put_streaming_channels();
-void post_streaming_channel();
-void delete_streaming_channel(const char* path);
-void delete_streaming_channels();
+Answer get_streaming_channels(Request& req);
+Answer get_streaming_channel(Request& req, const char* path);
+Answer get_streaming_channel_capabilities(Request& req, const char* path);
+Answer put_streaming_channel(Request& req, const char* path);
+Answer put_streaming_channels(Request& req);
+Answer post_streaming_channel(Request& req);
+Answer delete_streaming_channel(Request& req, const char* path);
+Answer delete_streaming_channels(Request& req);
+
+}  // namespace psia
 
 #endif  // PSIA_RESOURCES_MEDIA_MEDIA_H

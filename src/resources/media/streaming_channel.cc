@@ -12,11 +12,10 @@
 #include <cstdint>
 #include <cstring>
 
-#include "io/response.h"
 #include "resources/media/media.h"
-#include "store/database.h"
 #include "util/bounded_copy.h"
-#include "util/request_context.h"
+
+namespace psia {
 
 namespace {
 
@@ -88,7 +87,8 @@ const quality_layout kPlainQuality = {
 };
 const quality_layout kCapabilitiesQuality = {
     "            <videoQualityControlType opt=\"CBR,VBR\">CBR</videoQualityControlType>",
-    {"            <constantBitRate min=\"64\" max=\"10240\" dynamic=\"true\">", "</constantBitRate>"},
+    {"            <constantBitRate min=\"64\" max=\"10240\" dynamic=\"true\">",
+     "</constantBitRate>"},
     "            <videoQualityControlType opt=\"CBR,VBR\">VBR</videoQualityControlType>",
     {"            <fixedQuality min=\"0\" max=\"100\" default=\"50\">", "</fixedQuality>"},
     kVbrCaps,
@@ -219,8 +219,8 @@ struct shared_settings {
 };
 
 // Reads a stream's row; false when the row marks the stream unusable.
-bool read_video_stream(int index, video_stream* out) {
-  QueryResult row = db_query(
+bool read_video_stream(Request& req, int index, video_stream* out) {
+  QueryResult row = req.db().query(
       "select Enable, Codec, Resolution, QualityType, Bitrate, Quality, Framerate, GOPSize "
       "from VideoStream where VideoStreamID=%d",
       index);
@@ -238,17 +238,18 @@ bool read_video_stream(int index, video_stream* out) {
   return out->enable != -1;
 }
 
-int read_video_standard(int fallback) {
-  return db_query_int(fallback, "select VideoStandard from VideoChannel where VideoChannelID=0");
+int read_video_standard(Request& req, int fallback) {
+  return req.db().query_int(fallback,
+                            "select VideoStandard from VideoChannel where VideoChannelID=0");
 }
 
-shared_settings read_shared_settings(int video_standard) {
+shared_settings read_shared_settings(Request& req, int video_standard) {
   shared_settings s;
   s.video_standard = video_standard;
-  QueryResult audio = db_query("select * from AudioStream where AudioStreamID=0");
+  QueryResult audio = req.db().query("select * from AudioStream where AudioStreamID=0");
   s.audio_enabled = audio.has_rows() && audio.integer(0, 1, 0) == 1;
   s.audio_codec = audio.has_rows() ? audio.integer(0, 4, 0) : 0;
-  s.rtsp_port = db_query_int(554, "select RTSPPort from Services");
+  s.rtsp_port = req.db().query_int(554, "select RTSPPort from Services");
   return s;
 }
 
@@ -256,12 +257,11 @@ shared_settings read_shared_settings(int video_standard) {
 // run over the full model names against the kept three-letter family, so
 // they never match and the 176-pixel variants are the ones sent; clients
 // rely on those.
-bool model_has_160_pixel_variant() {
-  const request_context& ctx = context();
-  if (!ctx.has_model_prefix) return false;
-  return strncasecmp(ctx.model_prefix, "KTA3050", 7) == 0 ||
-         strncasecmp(ctx.model_prefix, "KTB3050", 7) == 0 ||
-         strncasecmp(ctx.model_prefix, "KTC305", 6) == 0;
+bool model_has_160_pixel_variant(const request_context& ctx) {
+  if (ctx.model_prefix.empty()) return false;
+  const char* family = ctx.model_prefix.c_str();
+  return strncasecmp(family, "KTA3050", 7) == 0 || strncasecmp(family, "KTB3050", 7) == 0 ||
+         strncasecmp(family, "KTC305", 6) == 0;
 }
 
 int resolution_width(int resolution, bool model_match) {
@@ -315,16 +315,20 @@ int key_frame_interval(int gop_size, int frame_rate) {
   return static_cast<int>(ms);
 }
 
-void append_text(TextBuffer& doc, const element& e, const char* value) {
-  doc.appendf("%s%s%s", e.open, value, e.close);
+void append_text(text_buffer& doc, const element& e, const char* value) {
+  doc.append(e.open);
+  doc.append(value);
+  doc.append(e.close);
 }
 
-void append_number(TextBuffer& doc, const element& e, int value) {
-  doc.appendf("%s%d%s", e.open, value, e.close);
+void append_number(text_buffer& doc, const element& e, int value) {
+  doc.append(e.open);
+  doc.appendf("%d", value);
+  doc.append(e.close);
 }
 
-void append_line(TextBuffer& doc, const char* line) {
-  if (line != nullptr) doc.appendf("%s", line);
+void append_line(text_buffer& doc, const char* line) {
+  if (line != nullptr) doc.append(line);
 }
 
 // How a document shows one channel.
@@ -336,11 +340,10 @@ struct channel_view {
   bool show_size;    // false: no width or height element
 };
 
-void append_channel(TextBuffer& doc, const channel_view& view, const video_stream& v,
-                    const shared_settings& s) {
+void append_channel(text_buffer& doc, const channel_view& view, const video_stream& v,
+                    const shared_settings& s, bool match) {
   const channel_layout& l = *view.layout;
   const char* enabled = v.enable == 1 ? "true" : "false";
-  bool match = model_has_160_pixel_variant();
 
   append_number(doc, l.id, view.id);
   if (view.layout == &kCapabilitiesLayout)
@@ -409,53 +412,52 @@ const char* stream_name(int index) { return index == 0 ? "Master" : "Slave"; }
 
 // The single-channel documents: `values_index` is the row whose values are
 // shown, `id_index` the stream whose id is printed.
-void answer_single_channel(const channel_layout& layout, int id_index, int values_index,
-                           int standard_fallback) {
-  int standard = read_video_standard(standard_fallback);
+Answer answer_single_channel(Request& req, const channel_layout& layout, int id_index,
+                             int values_index, int standard_fallback) {
+  int standard = read_video_standard(req, standard_fallback);
   video_stream v;
-  if (!read_video_stream(values_index, &v)) {
-    write_response_status(kStatusDeviceError);
-    return;
-  }
-  shared_settings s = read_shared_settings(standard);
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
-  doc.appendf("<StreamingChannel version=\"1.0\" xmlns=\"urn:psialliance-org\">");
-  append_channel(doc, {&layout, id_index + 1, stream_name(id_index), standard == 1, true}, v, s);
-  answer_document(doc, content_type::xml);
+  if (!read_video_stream(req, values_index, &v)) return Answer::status(kStatusDeviceError);
+  shared_settings s = read_shared_settings(req, standard);
+  text_buffer doc;
+  doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
+  doc.append("<StreamingChannel version=\"1.0\" xmlns=\"urn:psialliance-org\">");
+  append_channel(doc, {&layout, id_index + 1, stream_name(id_index), standard == 1, true}, v, s,
+                 model_has_160_pixel_variant(req.ctx));
+  return Answer::document(std::move(doc), ContentType::xml);
 }
 
 }  // namespace
 
-void get_streaming_channels() {
-  int standard = read_video_standard(1);
+Answer get_streaming_channels(Request& req) {
+  int standard = read_video_standard(req, 1);
   video_stream master, slave;
-  if (!read_video_stream(0, &master) || !read_video_stream(1, &slave)) {
-    write_response_status(kStatusDeviceError);
-    return;
-  }
-  shared_settings s = read_shared_settings(standard);
+  if (!read_video_stream(req, 0, &master) || !read_video_stream(req, 1, &slave))
+    return Answer::status(kStatusDeviceError);
+  shared_settings s = read_shared_settings(req, standard);
   bool fifty_hz = standard != 2;
+  bool match = model_has_160_pixel_variant(req.ctx);
   // The slave's list entry leaves out the size it cannot name.
   bool slave_size_known = slave.resolution >= 0 && slave.resolution <= 3;
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
-  doc.appendf("<StreamingChannelList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
-  doc.appendf("    <StreamingChannel version=\"1.0\">");
-  append_channel(doc, {&kListEntryLayout, 1, "Master", fifty_hz, true}, master, s);
-  doc.appendf("    <StreamingChannel version=\"1.0\">");
-  append_channel(doc, {&kListEntryLayout, 2, "Slave", fifty_hz, slave_size_known}, slave, s);
-  doc.appendf("</StreamingChannelList>");
-  answer_document(doc, content_type::xml);
+  text_buffer doc;
+  doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
+  doc.append("<StreamingChannelList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
+  doc.append("    <StreamingChannel version=\"1.0\">");
+  append_channel(doc, {&kListEntryLayout, 1, "Master", fifty_hz, true}, master, s, match);
+  doc.append("    <StreamingChannel version=\"1.0\">");
+  append_channel(doc, {&kListEntryLayout, 2, "Slave", fifty_hz, slave_size_known}, slave, s, match);
+  doc.append("</StreamingChannelList>");
+  return Answer::document(std::move(doc), ContentType::xml);
 }
 
-void get_streaming_channel(const char* path) {
+Answer get_streaming_channel(Request& req, const char* path) {
   int index = stream_index_of_path(path);
-  answer_single_channel(kChannelLayout, index, index, 2);
+  return answer_single_channel(req, kChannelLayout, index, index, 2);
 }
 
 // The capabilities are those of the master stream, whichever channel the
 // path names.
-void get_streaming_channel_capabilities(const char* path) {
-  answer_single_channel(kCapabilitiesLayout, stream_index_of_path(path), 0, 1);
+Answer get_streaming_channel_capabilities(Request& req, const char* path) {
+  return answer_single_channel(req, kCapabilitiesLayout, stream_index_of_path(path), 0, 1);
 }
+
+}  // namespace psia

@@ -2,9 +2,9 @@
 // table ClientList (the client's address is the row's third cell).
 #include <cstring>
 
-#include "io/response.h"
 #include "resources/media/media.h"
-#include "store/database.h"
+
+namespace psia {
 
 namespace {
 
@@ -15,7 +15,7 @@ const int kClientAddressColumn = 2;
 const size_t kSlaveStatusPathLength = 39;
 
 // One StreamingSessionStatus element per client, `indent` spaces deep.
-void append_sessions(TextBuffer& doc, const QueryResult& clients, const char* element,
+void append_sessions(text_buffer& doc, const QueryResult& clients, const char* element,
                      int indent) {
   for (int r = 0; r < clients.rows(); ++r) {
     const char* address = clients.text(r, kClientAddressColumn);
@@ -29,36 +29,32 @@ void append_sessions(TextBuffer& doc, const QueryResult& clients, const char* el
 
 }  // namespace
 
-void get_streaming_status() {
-  QueryResult clients = db_query("select * from ClientList");
-  if (!clients.ok()) {
-    write_response_status(kStatusDeviceError);
-    return;
-  }
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
-  doc.appendf("<StreamingStatus version=\"1.0\" xmlns=\"urn:psialliance-org\">");
+Answer get_streaming_status(Request& req) {
+  QueryResult clients = req.db().query("select * from ClientList");
+  if (!clients.ok()) return Answer::status(kStatusDeviceError);
+  text_buffer doc;
+  doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
+  doc.append("<StreamingStatus version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   doc.appendf("    <totalStreamingSessions>%d</totalStreamingSessions>", clients.rows());
-  doc.appendf("    <StreamingSessionStatusList version=\"1.0\">");
+  doc.append("    <StreamingSessionStatusList version=\"1.0\">");
   append_sessions(doc, clients, "StreamingSessionStatus version=\"1.0\"", 8);
-  doc.appendf("    </StreamingSessionStatusList>");
-  doc.appendf("</StreamingStatus>");
-  answer_document(doc, content_type::xml);
+  doc.append("    </StreamingSessionStatusList>");
+  doc.append("</StreamingStatus>");
+  return Answer::document(std::move(doc), ContentType::xml);
 }
 
-void get_streaming_channel_status(const char* path) {
+Answer get_streaming_channel_status(Request& req, const char* path) {
   QueryResult clients =
       std::strlen(path) == kSlaveStatusPathLength
-          ? db_query("select * from ClientList where StreamName='Slave-0'")
-          : db_query("select * from ClientList where StreamName='Master-0'");
-  if (!clients.has_rows()) {
-    write_response_status(kStatusDeviceError);
-    return;
-  }
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
-  doc.appendf("<StreamingSessionStatusList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
+          ? req.db().query("select * from ClientList where StreamName='Slave-0'")
+          : req.db().query("select * from ClientList where StreamName='Master-0'");
+  if (!clients.has_rows()) return Answer::status(kStatusDeviceError);
+  text_buffer doc;
+  doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
+  doc.append("<StreamingSessionStatusList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   append_sessions(doc, clients, "StreamingSessionStatus", 4);
-  doc.appendf("</StreamingSessionStatusList>");
-  answer_document(doc, content_type::xml);
+  doc.append("</StreamingSessionStatusList>");
+  return Answer::document(std::move(doc), ContentType::xml);
 }
+
+}  // namespace psia

@@ -5,11 +5,10 @@
 // settings are stored either way.
 #include <strings.h>
 
-#include "control/control_message.h"
-#include "io/response.h"
 #include "io/xml_input.h"
 #include "resources/media/media.h"
-#include "store/database.h"
+
+namespace psia {
 
 namespace {
 
@@ -34,9 +33,9 @@ struct channel_update {
   int audio_codec = 2;  // G.726
 };
 
-int stream_index_of_id(const xmlNode* node) {
+int stream_index_of_id(XmlNode node) {
   char id[128];
-  xml_copy_text(node, id);
+  node.copy_text(id);
   if (strncasecmp(id, "Master-0", 8) == 0 || id[0] == '1') return 0;
   if (strncasecmp(id, "Slave-0", 7) == 0 || id[0] == '2') return 1;
   return 0;
@@ -63,52 +62,52 @@ int quality_step(int fixed_quality) {
   return fixed_quality == 100 ? 0 : 2;
 }
 
-void read_video(const xmlNode* video, stream_update* s) {
-  for (xmlNode* child : xml_children(video)) {
-    if (xml_name_is(child, "videoCodecType")) {
-      s->codec = xml_text_is(child, "MJPEG") ? 0 : 1;
-    } else if (xml_name_is(child, "videoResolutionWidth")) {
-      s->resolution = resolution_of_width(xml_int_text(child));
-    } else if (xml_name_is(child, "videoResolutionHeight")) {
-      s->resolution = resolution_of_height(xml_int_text(child), s->resolution);
-    } else if (xml_name_is(child, "videoQualityControlType")) {
-      s->quality_type = xml_text_is(child, "CBR") ? 0 : 1;
-    } else if (xml_name_is(child, "fixedQuality")) {
-      s->quality = quality_step(xml_int_text(child));
-    } else if (xml_name_is(child, "constantBitRate")) {
-      s->bit_rate = xml_int_text(child);
-    } else if (xml_name_is(child, "maxFrameRate")) {
-      s->frame_rate = xml_int_text(child) / 100;  // hundredths of a frame per second
+void read_video(XmlNode video, stream_update* s) {
+  for (XmlNode child : video.children()) {
+    if (child.is("videoCodecType")) {
+      s->codec = child.text_is("MJPEG") ? 0 : 1;
+    } else if (child.is("videoResolutionWidth")) {
+      s->resolution = resolution_of_width(child.int_text());
+    } else if (child.is("videoResolutionHeight")) {
+      s->resolution = resolution_of_height(child.int_text(), s->resolution);
+    } else if (child.is("videoQualityControlType")) {
+      s->quality_type = child.text_is("CBR") ? 0 : 1;
+    } else if (child.is("fixedQuality")) {
+      s->quality = quality_step(child.int_text());
+    } else if (child.is("constantBitRate")) {
+      s->bit_rate = child.int_text();
+    } else if (child.is("maxFrameRate")) {
+      s->frame_rate = child.int_text() / 100;  // hundredths of a frame per second
     }
   }
 }
 
-void read_audio(const xmlNode* audio, channel_update* u) {
-  for (xmlNode* child : xml_children(audio)) {
-    if (xml_name_is(child, "enabled")) {
+void read_audio(XmlNode audio, channel_update* u) {
+  for (XmlNode child : audio.children()) {
+    if (child.is("enabled")) {
       // A number here, unlike the "true"/"false" of the documents.
-      u->audio_enabled = xml_int_text(child);
-    } else if (xml_name_is(child, "audioCompressionType")) {
-      u->audio_codec = xml_text_is(child, "G.711alaw") ? 1 : xml_text_is(child, "G.726") ? 2 : 0;
-    } else if (xml_name_is(child, "audioBitRate")) {
-      if (xml_int_text(child) == 32 && u->audio_codec == 2) u->audio_codec = 3;
+      u->audio_enabled = child.int_text();
+    } else if (child.is("audioCompressionType")) {
+      u->audio_codec = child.text_is("G.711alaw") ? 1 : child.text_is("G.726") ? 2 : 0;
+    } else if (child.is("audioBitRate")) {
+      if (child.int_text() == 32 && u->audio_codec == 2) u->audio_codec = 3;
     }
   }
 }
 
-void read_channel(const xmlNode* channel, channel_update* u) {
-  for (xmlNode* child : xml_children(channel)) {
+void read_channel(XmlNode channel, channel_update* u) {
+  for (XmlNode child : channel.children()) {
     stream_update* s = &u->streams[u->one_stream ? 0 : u->stream];
-    if (xml_name_is(child, "id")) {
+    if (child.is("id")) {
       u->stream = stream_index_of_id(child);
-    } else if (xml_name_is(child, "enabled")) {
-      s->enabled = xml_text_is(child, "TRUE") ? 1 : 0;
-    } else if (xml_name_is(child, "Transport")) {
-      for (xmlNode* transport : xml_children(child))
-        if (xml_name_is(transport, "rtspPortNo")) u->rtsp_port = xml_int_text(transport);
-    } else if (xml_name_is(child, "Video")) {
+    } else if (child.is("enabled")) {
+      s->enabled = child.text_is("TRUE") ? 1 : 0;
+    } else if (child.is("Transport")) {
+      for (XmlNode transport : child.children())
+        if (transport.is("rtspPortNo")) u->rtsp_port = transport.int_text();
+    } else if (child.is("Video")) {
       read_video(child, s);
-    } else if (xml_name_is(child, "Audio")) {
+    } else if (child.is("Audio")) {
       read_audio(child, u);
     }
   }
@@ -116,90 +115,78 @@ void read_channel(const xmlNode* channel, channel_update* u) {
 
 // Reads the body; with `list` the channel is the list's first child node.
 // Returns 0 or the status code to answer.
-int read_channel_update(bool list, channel_update* u) {
-  XmlDocument body;
-  int failure = read_xml_request(body, list ? "StreamingChannelList" : "StreamingChannel",
-                                 kStatusDeviceError);
-  if (failure != 0) return failure;
-  const xmlNode* channel = body.root();
+int read_channel_update(Request& req, bool list, channel_update* u) {
+  XmlBody body(req, list ? "StreamingChannelList" : "StreamingChannel", kStatusDeviceError);
+  if (!body.ok()) return body.failure_code();
+  XmlNode channel = body.root();
   if (list) {
-    channel = channel->children;
-    if (channel == nullptr || !xml_name_is(channel, "StreamingChannel")) return kStatusDeviceError;
+    channel = channel.first_child();
+    if (!channel.is("StreamingChannel")) return kStatusDeviceError;
   }
   read_channel(channel, u);
   return 0;
 }
 
-bool store_stream(const stream_update& s, int index) {
-  return db_exec(
+bool store_stream(Request& req, const stream_update& s, int index) {
+  return req.db().exec(
       "update VideoStream set Enable=%d, Codec=%d, Resolution=%d, QualityType=%d, Bitrate=%d, "
       "Quality=%d, Framerate=%d where VideoStreamID=%d",
-      s.enabled, s.codec, s.resolution, s.quality_type, s.bit_rate, s.quality, s.frame_rate,
-      index);
+      s.enabled, s.codec, s.resolution, s.quality_type, s.bit_rate, s.quality, s.frame_rate, index);
 }
 
-void announce_video_stream(bool master) {
-  control_message msg;
-  init_control_message(&msg);
-  msg.command = kCommandVideoStream;
-  control_put_int(&msg, 0, 0);
-  control_put_int(&msg, 4, master ? 1 : 0);
-  send_control_message(&msg);
+void announce_video_stream(Request& req, bool master) {
+  control_message msg(kCommandVideoStream);
+  msg.put_int(kLeadingWord, 0);
+  msg.put_int(VideoStreamPayload::kMaster, master ? 1 : 0);
+  req.control().send_control_message(msg);
 }
 
 // The audio and RTSP steps every writer ends with; returns the answer.
-int store_shared_settings(const channel_update& u) {
-  if (!db_exec("update AudioStream set Enable=%d, Codec=%d where AudioStreamID=0",
-               u.audio_enabled, u.audio_codec))
-    return kStatusDeviceError;
-  send_control_command(kCommandAudio);
-  if (!db_exec("update Services set RTSPPort=%d", u.rtsp_port)) return kStatusDeviceError;
-  send_control_command(kCommandRtspPort);
-  return kStatusOk;
+Answer store_shared_settings(Request& req, const channel_update& u) {
+  if (!req.db().exec("update AudioStream set Enable=%d, Codec=%d where AudioStreamID=0",
+                     u.audio_enabled, u.audio_codec))
+    return Answer::status(kStatusDeviceError);
+  req.control().send_command(kCommandAudio);
+  if (!req.db().exec("update Services set RTSPPort=%d", u.rtsp_port))
+    return Answer::status(kStatusDeviceError);
+  req.control().send_command(kCommandRtspPort);
+  return Answer::status(kStatusOk);
 }
 
 // Both streams from one body: each element went to the stream in force.
-void write_both_streams(bool list) {
+Answer write_both_streams(Request& req, bool list) {
   channel_update u;
-  int failure = read_channel_update(list, &u);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  int failure = read_channel_update(req, list, &u);
+  if (failure != 0) return Answer::status(failure);
   for (int index = 0; index < 2; ++index) {
-    if (!store_stream(u.streams[index], index)) {
-      write_response_status(kStatusDeviceError);
-      return;
-    }
-    announce_video_stream(u.stream == 0);
+    if (!store_stream(req, u.streams[index], index)) return Answer::status(kStatusDeviceError);
+    announce_video_stream(req, u.stream == 0);
   }
-  write_response_status(store_shared_settings(u));
+  return store_shared_settings(req, u);
 }
 
 }  // namespace
 
 // The body's id names the stream; the path's id is not consulted.
-void put_streaming_channel(const char* /*path*/) {
+Answer put_streaming_channel(Request& req, const char* /*path*/) {
   channel_update u;
   u.one_stream = true;
-  int failure = read_channel_update(false, &u);
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
-  if (!store_stream(u.streams[0], u.stream)) {
-    write_response_status(kStatusDeviceError);
-    return;
-  }
-  announce_video_stream(u.stream == 0);
-  write_response_status(store_shared_settings(u));
+  int failure = read_channel_update(req, false, &u);
+  if (failure != 0) return Answer::status(failure);
+  if (!store_stream(req, u.streams[0], u.stream)) return Answer::status(kStatusDeviceError);
+  announce_video_stream(req, u.stream == 0);
+  return store_shared_settings(req, u);
 }
 
-void put_streaming_channels() { write_both_streams(true); }
+Answer put_streaming_channels(Request& req) { return write_both_streams(req, true); }
 
-void post_streaming_channel() { write_both_streams(false); }
+Answer post_streaming_channel(Request& req) { return write_both_streams(req, false); }
 
 // Channels are fixed by the encoder: deleting one changes nothing.
-void delete_streaming_channel(const char* /*path*/) { write_response_status(kStatusOk); }
+Answer delete_streaming_channel(Request&, const char* /*path*/) {
+  return Answer::status(kStatusOk);
+}
 
-void delete_streaming_channels() { write_response_status(kStatusOk); }
+Answer delete_streaming_channels(Request&) { return Answer::status(kStatusOk); }
+
+}  // namespace psia

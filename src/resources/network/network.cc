@@ -7,12 +7,11 @@
 // IPAddress block, written at the depth each document needs it.
 #include <cstdint>
 
-#include "control/control_message.h"
 #include "io/host_probes.h"
-#include "io/response.h"
 #include "io/xml_input.h"
 #include "resources/network/network.h"
-#include "store/database.h"
+
+namespace psia {
 
 namespace {
 
@@ -29,21 +28,21 @@ struct interface_state {
   char secondary_dns[kIpv4TextSize];
 };
 
-interface_state read_interface_state() {
+interface_state read_interface_state(Request& req) {
   interface_state state;
   // Without a stored row the camera behaves as a DHCP client.
-  state.connection_type = db_query_int(1, "select ConnectionType from Network");
-  state.ip_address = read_ip_address(kCameraInterface);
-  state.subnet_mask = read_subnet_mask(kCameraInterface);
-  state.gateway = read_default_gateway(kCameraInterface);
-  read_name_servers(state.primary_dns, state.secondary_dns);
+  state.connection_type = req.db().query_int(1, "select ConnectionType from Network");
+  state.ip_address = read_ip_address(req.log(), kCameraInterface);
+  state.subnet_mask = read_subnet_mask(req.log(), kCameraInterface);
+  state.gateway =
+      read_default_gateway(req.log(), req.host_path("/proc/net/route"), kCameraInterface);
+  read_name_servers(req.host_path("/etc/resolv.conf"), state.primary_dns, state.secondary_dns);
   return state;
 }
 
 // The elements of an IPAddress document from ipVersion to the SecondaryDNS
 // block, at `indent` spaces (their children one step deeper).
-void append_ip_address_elements(TextBuffer& doc, const interface_state& state,
-                                int indent) {
+void append_ip_address_elements(text_buffer& doc, const interface_state& state, int indent) {
   const int inner = indent + kStep;
   char ip_address[kIpv4TextSize];
   char subnet_mask[kIpv4TextSize];
@@ -70,7 +69,7 @@ void append_ip_address_elements(TextBuffer& doc, const interface_state& state,
 
 // The Zeroconf block of a Discovery element, at `indent` spaces.
 // Zero-configuration discovery cannot be switched off on this camera.
-void append_zeroconf(TextBuffer& doc, int indent) {
+void append_zeroconf(text_buffer& doc, int indent) {
   doc.appendf("%*s<Zeroconf>\n", indent, "");
   doc.appendf("%*s<enabled>true</enabled>\n", indent + kStep, "");
   doc.appendf("%*s</Zeroconf>\n", indent, "");
@@ -78,8 +77,7 @@ void append_zeroconf(TextBuffer& doc, int indent) {
 
 // The body of a NetworkInterface element (id, IPAddress, Discovery) with
 // its children at `indent` spaces.
-void append_interface_body(TextBuffer& doc, const interface_state& state,
-                           int indent) {
+void append_interface_body(text_buffer& doc, const interface_state& state, int indent) {
   doc.appendf("%*s<id>eth0</id>\n", indent, "");
   doc.appendf("%*s<IPAddress version=\"1.0\">\n", indent, "");
   append_ip_address_elements(doc, state, indent + kStep);
@@ -91,7 +89,7 @@ void append_interface_body(TextBuffer& doc, const interface_state& state,
 
 // The network documents keep the ResponseStatus form of the declaration
 // (a bare \n), unlike the other GET documents.
-void append_declaration(TextBuffer& doc) {
+void append_declaration(text_buffer& doc) {
   doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n");
 }
 
@@ -112,31 +110,30 @@ struct network_settings {
 // Copies the text of every ipAddress child of `block` into `field`; a later
 // one overwrites an earlier one.
 template <size_t N>
-void read_nested_address(const xmlNode* block, char (&field)[N]) {
-  for (xmlNode* child : xml_children(block)) {
-    if (xml_name_is(child, "ipAddress")) xml_copy_text(child, field);
-  }
+void read_nested_address(XmlNode block, char (&field)[N]) {
+  for (XmlNode child : block.children())
+    if (child.is("ipAddress")) child.copy_text(field);
 }
 
 // Reads the children of an IPAddress element. Returns 0, or the status code
 // to answer (3 for an empty element or an IP version other than v4).
-int read_network_settings(const xmlNode* element, network_settings* settings) {
-  if (!xml_has_children(element)) return kStatusDeviceError;
-  for (xmlNode* child : xml_children(element)) {
-    if (xml_name_is(child, "ipVersion")) {
-      if (!xml_text_is(child, "v4")) return kStatusDeviceError;
-    } else if (xml_name_is(child, "addressingType")) {
+int read_network_settings(XmlNode element, network_settings* settings) {
+  if (!element.has_children()) return kStatusDeviceError;
+  for (XmlNode child : element.children()) {
+    if (child.is("ipVersion")) {
+      if (!child.text_is("v4")) return kStatusDeviceError;
+    } else if (child.is("addressingType")) {
       settings->has_addressing_type = true;
-      settings->is_static = xml_text_is(child, "static");
-    } else if (xml_name_is(child, "ipAddress")) {
-      xml_copy_text(child, settings->ip_address);
-    } else if (xml_name_is(child, "subnetMask")) {
-      xml_copy_text(child, settings->subnet_mask);
-    } else if (xml_name_is(child, "DefaultGateway")) {
+      settings->is_static = child.text_is("static");
+    } else if (child.is("ipAddress")) {
+      child.copy_text(settings->ip_address);
+    } else if (child.is("subnetMask")) {
+      child.copy_text(settings->subnet_mask);
+    } else if (child.is("DefaultGateway")) {
       read_nested_address(child, settings->gateway);
-    } else if (xml_name_is(child, "PrimaryDNS")) {
+    } else if (child.is("PrimaryDNS")) {
       read_nested_address(child, settings->primary_dns);
-    } else if (xml_name_is(child, "SecondaryDNS")) {
+    } else if (child.is("SecondaryDNS")) {
       read_nested_address(child, settings->secondary_dns);
     }
   }
@@ -147,126 +144,112 @@ int read_network_settings(const xmlNode* element, network_settings* settings) {
 
 // Stores the settings and has the daemon apply them; returns the status
 // code to answer.
-int apply_network_settings(const network_settings& settings) {
+int apply_network_settings(Request& req, const network_settings& settings) {
   if (!settings.is_static) {
     // A DHCP client takes its addresses from the server: only the mode is
     // stored, and the addresses of the request are not used.
-    if (!db_exec("update Network set ConnectionType=1")) return kStatusDeviceError;
-    return send_control_command(kCommandNetworkApply);
+    if (!req.db().exec("update Network set ConnectionType=1")) return kStatusDeviceError;
+    return req.control().send_command(kCommandNetworkApply);
   }
 
   // A request without a secondary server keeps the stored one.
   bool stored;
   if (settings.secondary_dns[0] != '\0') {
-    stored = db_exec(
+    stored = req.db().exec(
         "update Network set ConnectionType=0, IpAddress='%q', SubnetMask='%q', "
         "Gateway='%q', PrimaryDNS='%q', SecondaryDNS='%q'",
-        settings.ip_address, settings.subnet_mask, settings.gateway,
-        settings.primary_dns, settings.secondary_dns);
+        settings.ip_address, settings.subnet_mask, settings.gateway, settings.primary_dns,
+        settings.secondary_dns);
   } else {
-    stored = db_exec(
+    stored = req.db().exec(
         "update Network set ConnectionType=0, IpAddress='%q', SubnetMask='%q', "
         "Gateway='%q', PrimaryDNS='%q'",
-        settings.ip_address, settings.subnet_mask, settings.gateway,
-        settings.primary_dns);
+        settings.ip_address, settings.subnet_mask, settings.gateway, settings.primary_dns);
   }
   if (!stored) return kStatusDeviceError;
 
   // Static addressing takes two steps: the daemon applies the settings
   // (41), and only when that worked is the second step (42) asked for.
-  int status = send_control_command(kCommandNetworkApply);
+  int status = req.control().send_command(kCommandNetworkApply);
   if (status != kStatusOk) return status;
-  return send_control_command(kCommandNetworkStatic);
+  return req.control().send_command(kCommandNetworkStatic);
 }
 
 // Reads the settings of an IPAddress element and applies them.
-int update_network(const xmlNode* element) {
+Answer update_network(Request& req, XmlNode element) {
   network_settings settings;
   int failure = read_network_settings(element, &settings);
-  if (failure != 0) return failure;
-  return apply_network_settings(settings);
+  if (failure != 0) return Answer::status(failure);
+  return Answer::status(apply_network_settings(req, settings));
 }
 
 }  // namespace
 
-void get_ip_address() {
-  interface_state state = read_interface_state();
-  TextBuffer doc;
-  if (doc) {
-    append_declaration(doc);
-    doc.appendf("<IPAddress version=\"1.0\" xmlns=\"urn:psialliance-org\">\n");
-    append_ip_address_elements(doc, state, kStep);
-    doc.appendf("</IPAddress>\n");
-  }
-  answer_document(doc, content_type::xml);
+Answer get_ip_address(Request& req) {
+  interface_state state = read_interface_state(req);
+  text_buffer doc;
+  append_declaration(doc);
+  doc.append("<IPAddress version=\"1.0\" xmlns=\"urn:psialliance-org\">\n");
+  append_ip_address_elements(doc, state, kStep);
+  doc.append("</IPAddress>\n");
+  return Answer::document(std::move(doc), ContentType::xml);
 }
 
-void put_ip_address() {
-  XmlDocument doc;
-  if (!accept_xml_request(doc, "IPAddress", kStatusInvalidXmlFormat)) return;
-  write_response_status(update_network(doc.root()));
+Answer put_ip_address(Request& req) {
+  XmlBody body(req, "IPAddress", kStatusInvalidXmlFormat);
+  if (!body.ok()) return body.failure();
+  return update_network(req, body.root());
 }
 
-void get_discovery() {
-  TextBuffer doc;
-  if (doc) {
-    append_declaration(doc);
-    doc.appendf("<Discovery version=\"1.0\" xmlns=\"urn:psialliance-org\">\n");
-    append_zeroconf(doc, kStep);
-    doc.appendf("</Discovery>\n");
-  }
-  answer_document(doc, content_type::xml);
+Answer get_discovery(Request&) {
+  text_buffer doc;
+  append_declaration(doc);
+  doc.append("<Discovery version=\"1.0\" xmlns=\"urn:psialliance-org\">\n");
+  append_zeroconf(doc, kStep);
+  doc.append("</Discovery>\n");
+  return Answer::document(std::move(doc), ContentType::xml);
 }
 
 // Discovery has nothing to change: the request is accepted and ignored.
-void put_discovery() { write_response_status(kStatusOk); }
+Answer put_discovery(Request&) { return Answer::status(kStatusOk); }
 
-void get_network_interface() {
-  interface_state state = read_interface_state();
-  TextBuffer doc;
-  if (doc) {
-    append_declaration(doc);
-    doc.appendf("<NetworkInterface version=\"1.0\" xmlns=\"urn:psialliance-org\">\n");
-    append_interface_body(doc, state, kStep);
-    doc.appendf("</NetworkInterface>\n");
-  }
-  answer_document(doc, content_type::xml);
+Answer get_network_interface(Request& req) {
+  interface_state state = read_interface_state(req);
+  text_buffer doc;
+  append_declaration(doc);
+  doc.append("<NetworkInterface version=\"1.0\" xmlns=\"urn:psialliance-org\">\n");
+  append_interface_body(doc, state, kStep);
+  doc.append("</NetworkInterface>\n");
+  return Answer::document(std::move(doc), ContentType::xml);
 }
 
-void put_network_interface() {
-  XmlDocument doc;
-  if (!accept_xml_request(doc, "NetworkInterface", kStatusInvalidXmlFormat)) return;
+Answer put_network_interface(Request& req) {
+  XmlBody body(req, "NetworkInterface", kStatusInvalidXmlFormat);
+  if (!body.ok()) return body.failure();
   // The settings are those of the IPAddress child; the id, when given,
   // must name the camera's one interface.
-  const xmlNode* settings = nullptr;
-  for (xmlNode* child : xml_children(doc.root())) {
-    if (xml_name_is(child, "id")) {
-      if (!xml_text_is(child, "eth0")) {
-        write_response_status(kStatusDeviceError);
-        return;
-      }
-    } else if (xml_name_is(child, "IPAddress")) {
+  XmlNode settings;
+  for (XmlNode child : body.root().children()) {
+    if (child.is("id")) {
+      if (!child.text_is("eth0")) return Answer::status(kStatusDeviceError);
+    } else if (child.is("IPAddress")) {
       settings = child;
     }
   }
-  if (settings == nullptr) {
-    write_response_status(kStatusDeviceError);
-    return;
-  }
-  write_response_status(update_network(settings));
+  if (!settings) return Answer::status(kStatusDeviceError);
+  return update_network(req, settings);
 }
 
-void get_network_interface_list() {
-  interface_state state = read_interface_state();
-  TextBuffer doc;
-  if (doc) {
-    append_declaration(doc);
-    doc.appendf(
-        "<NetworkInterfaceList version=\"1.0\" xmlns=\"urn:psialliance-org\">\n");
-    doc.appendf("%*s<NetworkInterface version=\"1.0\">\n", kStep, "");
-    append_interface_body(doc, state, 2 * kStep);
-    doc.appendf("%*s</NetworkInterface>\n", kStep, "");
-    doc.appendf("</NetworkInterfaceList>\n");
-  }
-  answer_document(doc, content_type::xml);
+Answer get_network_interface_list(Request& req) {
+  interface_state state = read_interface_state(req);
+  text_buffer doc;
+  append_declaration(doc);
+  doc.append("<NetworkInterfaceList version=\"1.0\" xmlns=\"urn:psialliance-org\">\n");
+  doc.appendf("%*s<NetworkInterface version=\"1.0\">\n", kStep, "");
+  append_interface_body(doc, state, 2 * kStep);
+  doc.appendf("%*s</NetworkInterface>\n", kStep, "");
+  doc.append("</NetworkInterfaceList>\n");
+  return Answer::document(std::move(doc), ContentType::xml);
 }
+
+}  // namespace psia

@@ -2,12 +2,19 @@
 #ifndef PSIA_RESOURCES_NETWORK_NETWORK_H
 #define PSIA_RESOURCES_NETWORK_NETWORK_H
 
-void get_ip_address();
-void put_ip_address();
-void get_discovery();
-void put_discovery();
-void get_network_interface();
-void put_network_interface();
-void get_network_interface_list();
+#include "io/answer.h"
+#include "io/request.h"
+
+namespace psia {
+
+Answer get_ip_address(Request& req);
+Answer put_ip_address(Request& req);
+Answer get_discovery(Request& req);
+Answer put_discovery(Request& req);
+Answer get_network_interface(Request& req);
+Answer put_network_interface(Request& req);
+Answer get_network_interface_list(Request& req);
+
+}  // namespace psia
 
 #endif  // PSIA_RESOURCES_NETWORK_NETWORK_H

@@ -2,29 +2,36 @@
 #ifndef PSIA_RESOURCES_PTZ_PTZ_H
 #define PSIA_RESOURCES_PTZ_PTZ_H
 
+#include "io/answer.h"
+#include "io/request.h"
+
+namespace psia {
+
 // Channels.
-void get_ptz_channel_list();
-void put_ptz_channel_list();
-void get_ptz_channel(int channel);
-void put_ptz_channel(int channel);
-void accept_ptz_noop();
+Answer get_ptz_channel_list(Request& req);
+Answer put_ptz_channel_list(Request& req);
+Answer get_ptz_channel(Request& req, int channel);
+Answer put_ptz_channel(Request& req, int channel);
+Answer accept_ptz_noop(Request& req);
 
 // Presets (n is the preset number of the path).
-void get_ptz_preset_list();
-void put_ptz_preset_list();
-void post_ptz_preset();
-void delete_ptz_presets();
-void get_ptz_preset(int n);
-void put_ptz_preset(int n);
-void goto_ptz_preset(int n);
-void delete_ptz_preset(int n);
+Answer get_ptz_preset_list(Request& req);
+Answer put_ptz_preset_list(Request& req);
+Answer post_ptz_preset(Request& req);
+Answer delete_ptz_presets(Request& req);
+Answer get_ptz_preset(Request& req, int n);
+Answer put_ptz_preset(Request& req, int n);
+Answer goto_ptz_preset(Request& req, int n);
+Answer delete_ptz_preset(Request& req, int n);
 
 // Motion and status (the channel number is not used: the camera has one
 // PTZ unit).
-void put_ptz_home_position(int channel);
-void put_ptz_continuous(int channel);
-void put_ptz_absolute(int channel);
-void reject_ptz_operation(int channel);
-void get_ptz_status(int channel);
+Answer put_ptz_home_position(Request& req, int channel);
+Answer put_ptz_continuous(Request& req, int channel);
+Answer put_ptz_absolute(Request& req, int channel);
+Answer reject_ptz_operation(Request& req, int channel);
+Answer get_ptz_status(Request& req, int channel);
+
+}  // namespace psia
 
 #endif  // PSIA_RESOURCES_PTZ_PTZ_H

@@ -1,27 +1,28 @@
 // The camera's one PTZ channel (number 0, on video input 0) and its one
 // setting: whether PTZ control is enabled (PTZControl.Enable). A change is
 // announced to the control daemon with command 61.
-#include "control/control_message.h"
-#include "io/response.h"
 #include "io/xml_input.h"
 #include "resources/ptz/ptz.h"
-#include "store/database.h"
 #include "util/bounded_copy.h"
+
+namespace psia {
 
 namespace {
 
-bool ptz_control_enabled() {
-  QueryResult row = db_query("select * from PTZControl where VideoChannelID=0");
-  return row.integer(0, 2, 0) == 1;
-}
-
-void append_channel(TextBuffer& doc, int id) {
-  doc.appendf("<PTZChannel version=\"1.0\" xmlns=\"urn:psialliance-org\">");
+Answer answer_channel(Request& req, bool list, int id) {
+  QueryResult row = req.db().query("select * from PTZControl where VideoChannelID=0");
+  bool enabled = row.integer(0, 2, 0) == 1;
+  text_buffer doc;
+  doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
+  if (list) doc.append("<PTZChannelList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
+  doc.append("<PTZChannel version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   doc.appendf("<id>%d</id>", id);
-  doc.appendf("<enabled>%s</enabled>", ptz_control_enabled() ? "true" : "false");
-  doc.appendf("<videoInputID>0</videoInputID>");
-  doc.appendf("<controlProtocol>Aldex Pellix</controlProtocol>");
-  doc.appendf("</PTZChannel>");
+  doc.append(enabled ? "<enabled>true</enabled>" : "<enabled>false</enabled>");
+  doc.append("<videoInputID>0</videoInputID>");
+  doc.append("<controlProtocol>Aldex Pellix</controlProtocol>");
+  doc.append("</PTZChannel>");
+  if (list) doc.append("</PTZChannelList>");
+  return Answer::document(std::move(doc), ContentType::xml);
 }
 
 // What a PTZChannel element sets. "enabled" can only switch control on:
@@ -32,69 +33,55 @@ struct channel_update {
   char video_input[32] = "";
 };
 
-void read_channel(const xmlNode* channel, channel_update* u) {
-  for (xmlNode* child : xml_children(channel)) {
-    if (xml_name_is(child, "id")) {
-      xml_copy_text(child, u->id);
-    } else if (xml_name_is(child, "enabled")) {
-      if (xml_text_is(child, "true")) u->enable = 1;
-    } else if (xml_name_is(child, "videoInputID")) {
-      xml_copy_text(child, u->video_input);
+void read_channel(XmlNode channel, channel_update* u) {
+  for (XmlNode child : channel.children()) {
+    if (child.is("id")) {
+      child.copy_text(u->id);
+    } else if (child.is("enabled")) {
+      if (child.text_is("true")) u->enable = 1;
+    } else if (child.is("videoInputID")) {
+      child.copy_text(u->video_input);
     }
   }
 }
 
 // Stores the setting and tells the daemon; answers its status.
-void apply(bool all_rows, int enable) {
-  bool stored = all_rows ? db_exec("update PTZControl set Enable=%d", enable)
-                         : db_exec("update PTZControl set Enable=%d where VideoChannelID=0", enable);
-  if (!stored) {
-    write_response_status(kStatusDeviceError);
-    return;
-  }
-  write_response_status(send_control_command(kCommandPtzControl));
+Answer apply(Request& req, bool all_rows, int enable) {
+  bool stored =
+      all_rows ? req.db().exec("update PTZControl set Enable=%d", enable)
+               : req.db().exec("update PTZControl set Enable=%d where VideoChannelID=0", enable);
+  if (!stored) return Answer::status(kStatusDeviceError);
+  return Answer::status(req.control().send_command(kCommandPtzControl));
 }
 
 }  // namespace
 
-void get_ptz_channel_list() {
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
-  doc.appendf("<PTZChannelList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
-  append_channel(doc, 0);
-  doc.appendf("</PTZChannelList>");
-  answer_document(doc, content_type::xml);
-}
+Answer get_ptz_channel_list(Request& req) { return answer_channel(req, true, 0); }
 
 // Any channel number shows channel 0's setting under the number asked for.
-void get_ptz_channel(int channel) {
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
-  append_channel(doc, channel);
-  answer_document(doc, content_type::xml);
-}
+Answer get_ptz_channel(Request& req, int channel) { return answer_channel(req, false, channel); }
 
-void put_ptz_channel(int /*channel*/) {
-  XmlDocument body;
-  if (!accept_xml_request(body, "PTZChannel", kStatusInvalidXmlFormat)) return;
+Answer put_ptz_channel(Request& req, int /*channel*/) {
+  XmlBody body(req, "PTZChannel", kStatusInvalidXmlFormat);
+  if (!body.ok()) return body.failure();
   channel_update u;
   read_channel(body.root(), &u);
-  apply(false, u.enable);
+  return apply(req, false, u.enable);
 }
 
 // The list may only name channel 0 on video input 0.
-void put_ptz_channel_list() {
-  XmlDocument body;
-  if (!accept_xml_request(body, "PTZChannelList", kStatusInvalidXmlFormat)) return;
+Answer put_ptz_channel_list(Request& req) {
+  XmlBody body(req, "PTZChannelList", kStatusInvalidXmlFormat);
+  if (!body.ok()) return body.failure();
   channel_update u;
-  for (xmlNode* channel : xml_children(body.root()))
-    if (xml_name_is(channel, "PTZChannel")) read_channel(channel, &u);
-  if (parse_int(u.id) != 0 || parse_int(u.video_input) != 0) {
-    write_response_status(kStatusDeviceError);
-    return;
-  }
-  apply(true, u.enable);
+  for (XmlNode channel : body.root().children())
+    if (channel.is("PTZChannel")) read_channel(channel, &u);
+  if (parse_int(u.id) != 0 || parse_int(u.video_input) != 0)
+    return Answer::status(kStatusDeviceError);
+  return apply(req, true, u.enable);
 }
 
 // The one channel can be neither added nor removed: accepted, unchanged.
-void accept_ptz_noop() { write_response_status(kStatusOk); }
+Answer accept_ptz_noop(Request&) { return Answer::status(kStatusOk); }
+
+}  // namespace psia

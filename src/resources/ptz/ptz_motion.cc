@@ -9,68 +9,50 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "control/control_message.h"
-#include "io/response.h"
-#include "io/stream.h"
 #include "io/xml_input.h"
 #include "resources/ptz/ptz.h"
 #include "util/bounded_copy.h"
-#include "util/request_context.h"
+
+namespace psia {
 
 namespace {
 
 // "Not given" for the absolute coordinates.
 const float kNotGiven = 10000.0f;
 
-// The last absolute position sent, for the life of the process: the same
-// position is not sent twice in a row.
-float g_last_azimuth = 0.0f;
-float g_last_elevation = 0.0f;
-float g_last_absolute_zoom = 0.0f;
-
 // Code 50 carries five name/value pairs of 48-byte texts after word 0.
 class KeyValueCommand {
  public:
-  KeyValueCommand() {
-    init_control_message(&msg_);
-    msg_.command = kCommandPtzKeyValue;
-    control_put_int(&msg_, 0, 0);
+  KeyValueCommand() : msg_(kCommandPtzKeyValue) { msg_.put_int(kLeadingWord, 0); }
+  void pair(size_t index, const char* name, const char* value) {
+    using P = PtzKeyValuePayload;
+    msg_.put_text(P::name(index), P::kTextWidth, name);
+    msg_.put_text(P::value(index), P::kTextWidth, value);
   }
-  void pair(int index, const char* name, const char* value) {
-    control_put_text(&msg_, 4 + 96 * static_cast<size_t>(index), 48, name);
-    control_put_text(&msg_, 4 + 96 * static_cast<size_t>(index) + 48, 48, value);
-  }
-  void pair(int index, const char* name, int value) {
+  void pair(size_t index, const char* name, int value) {
     char text[16];
     std::snprintf(text, sizeof text, "%d", value);
     pair(index, name, text);
   }
-  int send() {
-    send_control_message(&msg_);
-    return msg_.status;
-  }
+  Answer send(Request& req) { return Answer::status(req.control().send_control_message(msg_)); }
 
  private:
   control_message msg_;
 };
 
-int send_frame(const char* frame) {
-  control_message msg;
-  init_control_message(&msg);
-  msg.command = kCommandPtzFrame;
-  control_put_int(&msg, 0, 0);
-  control_put_text(&msg, 4, 1024, frame);
-  send_control_message(&msg);
-  return msg.status;
+int send_frame(Request& req, const char* frame) {
+  control_message msg(kCommandPtzFrame);
+  msg.put_int(kLeadingWord, 0);
+  msg.put_text(PtzFramePayload::kFrame, PtzFramePayload::kFrameWidth, frame);
+  return req.control().send_control_message(msg);
 }
 
 // Reads a PTZData body, handing each child element to `take`. Returns 0 or
 // the status code to answer.
-int read_ptz_data(const std::function<void(const xmlNode*)>& take) {
-  XmlDocument body;
-  int failure = read_xml_request(body, "PTZData", kStatusInvalidXmlFormat);
-  if (failure != 0) return failure;
-  for (xmlNode* child : xml_children(body.root())) take(child);
+int read_ptz_data(Request& req, const std::function<void(XmlNode)>& take) {
+  XmlBody body(req, "PTZData", kStatusInvalidXmlFormat);
+  if (!body.ok()) return body.failure_code();
+  for (XmlNode child : body.root().children()) take(child);
   return 0;
 }
 
@@ -129,37 +111,29 @@ void ptz_zoom_frame(int zoom_steps, char* text, size_t size) {
   std::snprintf(text, size, "E50100CD00%02X%02X%02X", zh, zl, check);
 }
 
-void put_ptz_home_position(int /*channel*/) {
+Answer put_ptz_home_position(Request& req, int /*channel*/) {
   KeyValueCommand command;
   command.pair(0, "HOME", "HOME");
-  write_response_status(command.send());
+  return command.send(req);
 }
 
 // Pan, tilt and zoom rates (-100..100) become a direction with speeds.
-void put_ptz_continuous(int /*channel*/) {
+Answer put_ptz_continuous(Request& req, int /*channel*/) {
   int rate[3] = {0, 0, 0};  // pan, tilt, zoom
-  scan_ptz_query(request_env("QUERY_STRING"), kContinuousKeys, 3,
+  scan_ptz_query(req.params.query, kContinuousKeys, 3,
                  [&](int k, const char* value) { rate[k] = parse_int(value); });
-  int failure = read_ptz_data([&](const xmlNode* child) {
+  int failure = read_ptz_data(req, [&](XmlNode child) {
     for (int k = 0; k < 3; ++k)
-      if (xml_name_is(child, kContinuousKeys[k])) rate[k] = xml_int_text(child);
+      if (child.is(kContinuousKeys[k])) rate[k] = child.int_text();
   });
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (failure != 0) return Answer::status(failure);
   const int pan = rate[0], tilt = rate[1], zoom = rate[2];
-  for (int r : rate) {
-    if (r < -100 || r > 100) {
-      write_response_status(kStatusDeviceError);
-      return;
-    }
-  }
+  for (int r : rate)
+    if (r < -100 || r > 100) return Answer::status(kStatusDeviceError);
   KeyValueCommand command;
   if (pan == 0 && tilt == 0 && zoom == 0) {
     command.pair(2, "STOP", "PAN");
-    write_response_status(command.send());
-    return;
+    return command.send(req);
   }
   if (pan != 0 || tilt != 0) {
     static const char* const kDirections[3][3] = {
@@ -178,53 +152,56 @@ void put_ptz_continuous(int /*channel*/) {
     command.pair(3, "ZOOMSPEED", ptz_zoom_speed(std::abs(zoom)));
     command.pair(4, "ZOOM", zoom > 0 ? "IN" : "OUT");
   }
-  write_response_status(command.send());
+  return command.send(req);
 }
 
 // An absolute position (degrees, and zoom in percent) as protocol frames;
 // a position equal to the last one sent is not sent again.
-void put_ptz_absolute(int /*channel*/) {
+Answer put_ptz_absolute(Request& req, int /*channel*/) {
   float value[3] = {kNotGiven, kNotGiven, kNotGiven};  // azimuth, elevation, zoom
-  scan_ptz_query(request_env("QUERY_STRING"), kAbsoluteKeys, 3, [&](int k, const char* text) {
+  scan_ptz_query(req.params.query, kAbsoluteKeys, 3, [&](int k, const char* text) {
     value[k] = static_cast<float>(std::strtod(text, nullptr));
   });
-  int failure = read_ptz_data([&](const xmlNode* child) {
+  int failure = read_ptz_data(req, [&](XmlNode child) {
     for (int k = 0; k < 3; ++k)
-      if (xml_name_is(child, kAbsoluteKeys[k]))
-        value[k] = static_cast<float>(xml_double_text(child));
+      if (child.is(kAbsoluteKeys[k])) value[k] = static_cast<float>(child.double_text());
   });
-  if (failure != 0) {
-    write_response_status(failure);
-    return;
-  }
+  if (failure != 0) return Answer::status(failure);
   float azimuth = value[0], elevation = value[1], zoom = value[2];
   if (!in_range(azimuth, 0.0f, 360.0f) || !in_range(elevation, -90.0f, 90.0f) ||
-      !in_range(zoom, 0.0f, 100.0f)) {
-    write_response_status(kStatusDeviceError);
-    return;
-  }
+      !in_range(zoom, 0.0f, 100.0f))
+    return Answer::status(kStatusDeviceError);
+  PtzPosition& last = req.ctx.last_absolute;
   int status = kStatusOk;
   char frame[1024];
-  if (azimuth != g_last_azimuth || elevation != g_last_elevation) {
-    if (azimuth == kNotGiven) azimuth = g_last_azimuth;
-    else g_last_azimuth = azimuth;
-    if (elevation == kNotGiven) elevation = g_last_elevation;
-    else g_last_elevation = elevation;
+  if (azimuth != last.azimuth || elevation != last.elevation) {
+    if (azimuth == kNotGiven)
+      azimuth = last.azimuth;
+    else
+      last.azimuth = azimuth;
+    if (elevation == kNotGiven)
+      elevation = last.elevation;
+    else
+      last.elevation = elevation;
     ptz_position_frame(azimuth, elevation, frame, sizeof frame);
-    status = send_frame(frame);
+    status = send_frame(req, frame);
   }
-  if (zoom != g_last_absolute_zoom && zoom != kNotGiven) {
-    g_last_absolute_zoom = zoom;
+  if (zoom != last.zoom && zoom != kNotGiven) {
+    last.zoom = zoom;
     // One model family has a shorter zoom lens. The comparison runs over its
     // full name against the kept three-letter family, so it never matches
     // and the common scale applies; the camera has always sent these steps.
-    const request_context& ctx = context();
-    bool short_lens = ctx.has_model_prefix && strncasecmp(ctx.model_prefix, "KD7731", 6) == 0;
+    const std::string& family = req.ctx.model_prefix;
+    bool short_lens = !family.empty() && strncasecmp(family.c_str(), "KD7731", 6) == 0;
     int steps = static_cast<int>(zoom * (short_lens ? 21.94 : 29.66));
     ptz_zoom_frame(steps, frame, sizeof frame);
-    status = send_frame(frame);
+    status = send_frame(req, frame);
   }
-  write_response_status(status);
+  return Answer::status(status);
 }
 
-void reject_ptz_operation(int /*channel*/) { write_response_status(kStatusInvalidOperation); }
+Answer reject_ptz_operation(Request&, int /*channel*/) {
+  return Answer::status(kStatusInvalidOperation);
+}
+
+}  // namespace psia

@@ -3,7 +3,10 @@
 #ifndef PSIA_RESOURCES_PTZ_PTZ_MOTION_H
 #define PSIA_RESOURCES_PTZ_PTZ_MOTION_H
 
+#include <cstddef>
 #include <functional>
+
+namespace psia {
 
 // Scans QUERY_STRING as the camera's web pages send it, calling `set` with
 // the index of a recognised key (compared without regard to case) and its
@@ -23,5 +26,7 @@ int ptz_zoom_speed(int rate);
 // (room for 64 characters).
 void ptz_position_frame(float azimuth, float elevation, char* text, size_t size);
 void ptz_zoom_frame(int zoom_steps, char* text, size_t size);
+
+}  // namespace psia
 
 #endif  // PSIA_RESOURCES_PTZ_PTZ_MOTION_H

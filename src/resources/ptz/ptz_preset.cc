@@ -1,44 +1,40 @@
 // PTZ presets: named positions numbered by Preset.Sequence. The camera
 // keeps the positions itself, so storing, recalling and forgetting one are
 // the control daemon's work (commands 52, 53, 54); the names live here.
-#include "control/control_message.h"
-#include "io/response.h"
 #include "io/xml_input.h"
 #include "resources/ptz/ptz.h"
-#include "store/database.h"
+
+namespace psia {
 
 namespace {
 
 const int kAliasColumn = 2;
 const int kSequenceColumn = 3;
 
-void append_preset(TextBuffer& doc, const QueryResult& presets, int row) {
+void append_preset(text_buffer& doc, const QueryResult& presets, int row) {
   const char* alias = presets.text(row, kAliasColumn);
-  doc.appendf("<PTZPreset version=\"1.0\" xmlns=\"urn:psialliance-org\">");
+  doc.append("<PTZPreset version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   doc.appendf("<id>%d</id>", presets.integer(row, kSequenceColumn, 0));
   doc.appendf("<presetName>%s</presetName>", alias != nullptr ? alias : "");
-  doc.appendf("</PTZPreset>");
+  doc.append("</PTZPreset>");
 }
 
 // A preset command: word 0 is 0, word 1 the preset number.
-void send_preset_command(int32_t command, int preset) {
-  control_message msg;
-  init_control_message(&msg);
-  msg.command = command;
-  control_put_int(&msg, 0, 0);
-  control_put_int(&msg, 4, preset);
-  send_control_message(&msg);
-  write_response_status(msg.status);
+Answer send_preset_command(Request& req, int32_t command, int preset) {
+  control_message msg(command);
+  msg.put_int(kLeadingWord, 0);
+  msg.put_int(PtzPresetPayload::kPreset, preset);
+  return Answer::status(req.control().send_control_message(msg));
 }
 
 // The id and name of a PTZPreset element; absent elements keep what the
 // fields held.
-void read_preset(const xmlNode* preset, int* id, char (&name)[128]) {
-  for (xmlNode* child : xml_children(preset)) {
-    if (xml_name_is(child, "id")) {
-      *id = xml_int_text(child);
-    } else if (xml_name_is(child, "presetName")) {
-      xml_copy_text(child, name);
+void read_preset(XmlNode preset, int* id, char (&name)[128]) {
+  for (XmlNode child : preset.children()) {
+    if (child.is("id")) {
+      *id = child.int_text();
+    } else if (child.is("presetName")) {
+      child.copy_text(name);
     }
   }
 }
@@ -47,84 +43,77 @@ void read_preset(const xmlNode* preset, int* id, char (&name)[128]) {
 
 // An empty list is answered as a device error, as the camera's clients
 // have always seen it.
-void get_ptz_preset_list() {
-  QueryResult presets = db_query("select * from Preset");
-  if (!presets.has_rows()) {
-    write_response_status(kStatusDeviceError);
-    return;
-  }
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
-  doc.appendf("<PTZPresetList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
+Answer get_ptz_preset_list(Request& req) {
+  QueryResult presets = req.db().query("select * from Preset");
+  if (!presets.has_rows()) return Answer::status(kStatusDeviceError);
+  text_buffer doc;
+  doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
+  doc.append("<PTZPresetList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   for (int r = 0; r < presets.rows(); ++r) append_preset(doc, presets, r);
-  doc.appendf("</PTZPresetList>");
-  answer_document(doc, content_type::xml);
+  doc.append("</PTZPresetList>");
+  return Answer::document(std::move(doc), ContentType::xml);
 }
 
-void get_ptz_preset(int n) {
-  QueryResult preset = db_query("select * from Preset where Sequence=%d", n);
-  if (!preset.has_rows()) {
-    write_response_status(kStatusDeviceError);
-    return;
-  }
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
+Answer get_ptz_preset(Request& req, int n) {
+  QueryResult preset = req.db().query("select * from Preset where Sequence=%d", n);
+  if (!preset.has_rows()) return Answer::status(kStatusDeviceError);
+  text_buffer doc;
+  doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   append_preset(doc, preset, 0);
-  answer_document(doc, content_type::xml);
+  return Answer::document(std::move(doc), ContentType::xml);
 }
 
 // Renames preset n; the body must name the same preset.
-void put_ptz_preset(int n) {
-  XmlDocument body;
-  if (!accept_xml_request(body, "PTZPreset", kStatusInvalidXmlFormat)) return;
+Answer put_ptz_preset(Request& req, int n) {
+  XmlBody body(req, "PTZPreset", kStatusInvalidXmlFormat);
+  if (!body.ok()) return body.failure();
   int id = -1;
   char name[128] = "";
   read_preset(body.root(), &id, name);
-  if (id != n) {
-    write_response_status(kStatusDeviceError);
-    return;
-  }
-  db_exec("update Preset set PresetAlias='%q' where Sequence=%d", name, n);
-  write_response_status(kStatusOk);
+  if (id != n) return Answer::status(kStatusDeviceError);
+  req.db().exec("update Preset set PresetAlias='%q' where Sequence=%d", name, n);
+  return Answer::status(kStatusOk);
 }
 
-void put_ptz_preset_list() {
-  XmlDocument body;
-  if (!accept_xml_request(body, "PTZPresetList", kStatusInvalidXmlFormat)) return;
+Answer put_ptz_preset_list(Request& req) {
+  XmlBody body(req, "PTZPresetList", kStatusInvalidXmlFormat);
+  if (!body.ok()) return body.failure();
   int id = -1;
   char name[128] = "";
-  for (xmlNode* preset : xml_children(body.root())) {
-    if (!xml_name_is(preset, "PTZPreset")) continue;
+  for (XmlNode preset : body.root().children()) {
+    if (!preset.is("PTZPreset")) continue;
     read_preset(preset, &id, name);
-    db_exec("update Preset set PresetAlias='%q' where Sequence=%d", name, id);
+    req.db().exec("update Preset set PresetAlias='%q' where Sequence=%d", name, id);
   }
-  write_response_status(kStatusOk);
+  return Answer::status(kStatusOk);
 }
 
 // Stores the current position as a new preset; its number must be free.
-void post_ptz_preset() {
-  XmlDocument body;
-  if (!accept_xml_request(body, "PTZPreset", kStatusInvalidXmlFormat)) return;
+Answer post_ptz_preset(Request& req) {
+  XmlBody body(req, "PTZPreset", kStatusInvalidXmlFormat);
+  if (!body.ok()) return body.failure();
   int id = -1;
   char name[128] = "";
   read_preset(body.root(), &id, name);
-  QueryResult same = db_query("select COUNT(*) from Preset where Sequence=%d", id);
+  QueryResult same = req.db().query("select COUNT(*) from Preset where Sequence=%d", id);
   if (!same.has_rows() || same.integer(0, 0, 0) >= 1 ||
-      !db_exec("insert into Preset values (NULL, 0, '%q', %d, 1, 1)", name, id)) {
-    write_response_status(kStatusDeviceError);
-    return;
-  }
-  send_preset_command(kCommandPtzPresetStore, id);
+      !req.db().exec("insert into Preset values (NULL, 0, '%q', %d, 1, 1)", name, id))
+    return Answer::status(kStatusDeviceError);
+  return send_preset_command(req, kCommandPtzPresetStore, id);
 }
 
-void delete_ptz_preset(int n) {
-  db_exec("delete from Preset where Sequence=%d", n);
-  send_preset_command(kCommandPtzPresetDelete, n);
+Answer delete_ptz_preset(Request& req, int n) {
+  req.db().exec("delete from Preset where Sequence=%d", n);
+  return send_preset_command(req, kCommandPtzPresetDelete, n);
 }
 
-void delete_ptz_presets() {
-  db_exec("delete from Preset");
-  write_response_status(kStatusOk);
+Answer delete_ptz_presets(Request& req) {
+  req.db().exec("delete from Preset");
+  return Answer::status(kStatusOk);
 }
 
-void goto_ptz_preset(int n) { send_preset_command(kCommandPtzPresetGoto, n); }
+Answer goto_ptz_preset(Request& req, int n) {
+  return send_preset_command(req, kCommandPtzPresetGoto, n);
+}
+
+}  // namespace psia

@@ -3,20 +3,16 @@
 // deleted nor, for anonymous, given a password. Every change is announced
 // to the control daemon (command 94) so the camera's other services
 // re-read the accounts; its reply does not change the answer.
-//
-// Some requests end with no answer at all (deleting a built-in account, a
-// body without a complete name and password): clients of the camera have
-// always seen them so.
 #include <strings.h>
 
 #include <cstring>
+#include <vector>
 
-#include "control/control_message.h"
-#include "io/response.h"
 #include "io/xml_input.h"
 #include "resources/security/users.h"
-#include "store/database.h"
 #include "util/bounded_copy.h"
+
+namespace psia {
 
 namespace {
 
@@ -35,143 +31,146 @@ struct credentials_text {
 };
 
 // Takes a userName or password element into `c`; false for other nodes.
-bool read_credential(const xmlNode* node, credentials_text* c) {
-  if (xml_name_is(node, "userName")) {
-    xml_copy_text(node, c->user);
-  } else if (xml_name_is(node, "password")) {
-    xml_copy_text(node, c->password);
+bool read_credential(XmlNode node, credentials_text* c) {
+  if (node.is("userName")) {
+    node.copy_text(c->user);
+  } else if (node.is("password")) {
+    node.copy_text(c->password);
   } else {
     return false;
   }
   return true;
 }
 
-bool set_password(const char* user, const char* password) {
-  return db_exec("update UserAccount set Password='%q' where UserID='%q'", password, user);
+bool set_password(Request& req, const char* user, const char* password) {
+  return req.db().exec("update UserAccount set Password='%q' where UserID='%q'", password, user);
 }
 
-// The change is stored: tell the daemon and answer 1.
-void announce_accounts_changed() {
-  send_control_command(kCommandUsers);
-  write_response_status(kStatusOk);
+// The change is stored: tell the daemon; the answer is 1 whatever it says.
+int announce_accounts_changed(Request& req) {
+  req.control().send_command(kCommandUsers);
+  return kStatusOk;
 }
 
-void append_user_elements(TextBuffer& doc, const char* name) {
+void append_user_elements(text_buffer& doc, const char* name) {
   doc.appendf("<id>%s</id>", name);
   doc.appendf("<userName>%s</userName>", name);
 }
 
+bool is_built_in(const char* user, bool admin_too) {
+  return strcasecmp(user, "anonymous") == 0 || (admin_too && strcasecmp(user, "admin") == 0);
+}
+
 }  // namespace
 
-void get_users() {
-  QueryResult users = db_query("select * from UserAccount");
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
-  doc.appendf("<UserList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
+Answer get_users(Request& req) {
+  QueryResult users = req.db().query("select * from UserAccount");
+  text_buffer doc;
+  doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
+  doc.append("<UserList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   for (int r = 0; r < users.rows(); ++r) {
     const char* name = users.text(r, 0);
-    doc.appendf("<User version=\"1.0\">");
+    doc.append("<User version=\"1.0\">");
     append_user_elements(doc, name != nullptr ? name : "");
-    doc.appendf("</User>");
+    doc.append("</User>");
   }
-  doc.appendf("</UserList>");
-  answer_document(doc, content_type::xml);
+  doc.append("</UserList>");
+  return Answer::document(std::move(doc), ContentType::xml);
 }
 
 // A short id is a position, not a name: it picks the first account that is
 // not built in (the number only limits the query).
-void get_user(const char* path) {
+Answer get_user(Request& req, const char* path) {
   const char* id = account_id(path);
   QueryResult user =
       std::strlen(id) < 4
-          ? db_query("select * from UserAccount where UserID!='admin' and UserID!='anonymous' "
-                     "limit %d",
-                     parse_int(id))
-          : db_query("select * from UserAccount where UserID='%q'", id);
-  if (!user.has_rows()) {
-    write_response_status(kStatusDeviceError);
-    return;
-  }
+          ? req.db().query(
+                "select * from UserAccount where UserID!='admin' and UserID!='anonymous' limit %d",
+                parse_int(id))
+          : req.db().query("select * from UserAccount where UserID='%q'", id);
+  if (!user.has_rows()) return Answer::status(kStatusDeviceError);
   const char* name = user.text(0, 0);
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
-  doc.appendf("<User version=\"1.0\" xmlns=\"urn:psialliance-org\">");
+  text_buffer doc;
+  doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
+  doc.append("<User version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   append_user_elements(doc, name != nullptr ? name : "");
-  doc.appendf("</User>");
-  answer_document(doc, content_type::xml);
+  doc.append("</User>");
+  return Answer::document(std::move(doc), ContentType::xml);
 }
 
 // Adds every complete userName/password pair of the body, in order.
-void post_user() {
-  XmlDocument body;
-  if (!accept_xml_request(body, "User", kStatusDeviceError)) return;
+Answer post_user(Request& req) {
+  XmlBody body(req, "User", kStatusDeviceError);
+  if (!body.ok()) return body.failure();
   credentials_text c;
   bool added = false;
-  for (xmlNode* child : xml_children(body.root())) {
+  for (XmlNode child : body.root().children()) {
     if (!read_credential(child, &c) || !c.complete()) continue;
-    QueryResult same = db_query("select count(*) from UserAccount where UserID='%q'", c.user);
+    QueryResult same = req.db().query("select count(*) from UserAccount where UserID='%q'", c.user);
     if (!same.has_rows() || same.integer(0, 0, 0) > 0 ||
-        !db_exec("insert into UserAccount values('%q', '%q', 2)", c.user, c.password)) {
-      write_response_status(kStatusDeviceError);
-      return;
-    }
+        !req.db().exec("insert into UserAccount values('%q', '%q', 2)", c.user, c.password))
+      return Answer::status(kStatusDeviceError);
     c.clear();
     added = true;
   }
-  if (added) announce_accounts_changed();
+  // A body without a complete name and password gets no answer at all, as
+  // the camera's clients have always seen it.
+  if (!added) return Answer::nothing();
+  return Answer::status(announce_accounts_changed(req));
 }
 
-void put_user(const char* path) {
-  XmlDocument body;
-  if (!accept_xml_request(body, "User", kStatusDeviceError)) return;
+Answer put_user(Request& req, const char* path) {
+  XmlBody body(req, "User", kStatusDeviceError);
+  if (!body.ok()) return body.failure();
   credentials_text c;
-  for (xmlNode* child : xml_children(body.root()))
-    if (xml_name_is(child, "password")) xml_copy_text(child, c.password);
+  for (XmlNode child : body.root().children())
+    if (child.is("password")) child.copy_text(c.password);
   copy_bounded(c.user, account_id(path));
-  if (strcasecmp(c.user, "anonymous") == 0) return;
-  if (!set_password(c.user, c.password)) {
-    write_response_status(kStatusDeviceError);
-    return;
-  }
-  announce_accounts_changed();
+  // Anonymous has no password to set: the request ends without an answer.
+  if (is_built_in(c.user, false)) return Answer::nothing();
+  if (!set_password(req, c.user, c.password)) return Answer::status(kStatusDeviceError);
+  return Answer::status(announce_accounts_changed(req));
 }
 
-void put_users() {
-  XmlDocument body;
-  if (!accept_xml_request(body, "UserList", kStatusDeviceError)) return;
+Answer put_users(Request& req) {
+  XmlBody body(req, "UserList", kStatusDeviceError);
+  if (!body.ok()) return body.failure();
+  // Each failed update is answered 3 as it happens, and a later success
+  // answers 1 behind it: the camera's clients read both documents.
+  std::vector<int> answered;
   bool changed = false;
-  for (xmlNode* user : xml_children(body.root())) {
-    if (!xml_name_is(user, "User")) continue;
+  for (XmlNode user : body.root().children()) {
+    if (!user.is("User")) continue;
     credentials_text c;
-    for (xmlNode* child : xml_children(user)) {
-      if (!read_credential(child, &c) || !c.complete() || strcasecmp(c.user, "anonymous") == 0)
-        continue;
-      if (!set_password(c.user, c.password)) {
-        write_response_status(kStatusDeviceError);
+    for (XmlNode child : user.children()) {
+      if (!read_credential(child, &c) || !c.complete() || is_built_in(c.user, false)) continue;
+      if (!set_password(req, c.user, c.password)) {
+        answered.push_back(kStatusDeviceError);
         break;
       }
       c.clear();
       changed = true;
     }
   }
-  if (changed) announce_accounts_changed();
+  if (changed) answered.push_back(announce_accounts_changed(req));
+  // Nothing updated and nothing failed: no answer at all.
+  return Answer::statuses(std::move(answered));
 }
 
-void delete_user(const char* path) {
+Answer delete_user(Request& req, const char* path) {
   char user[32];
   copy_bounded(user, account_id(path));
-  if (strcasecmp(user, "anonymous") == 0 || strcasecmp(user, "admin") == 0) return;
-  if (!db_exec("delete from UserAccount where UserID='%q'", account_id(path))) {
-    write_response_status(kStatusDeviceError);
-    return;
-  }
-  announce_accounts_changed();
+  // The built-in accounts stay; the request ends without an answer.
+  if (is_built_in(user, true)) return Answer::nothing();
+  if (!req.db().exec("delete from UserAccount where UserID='%q'", account_id(path)))
+    return Answer::status(kStatusDeviceError);
+  return Answer::status(announce_accounts_changed(req));
 }
 
-void delete_users() {
-  if (!db_exec("delete from UserAccount where UserID!='admin' and UserID!='anonymous'")) {
-    write_response_status(kStatusDeviceError);
-    return;
-  }
-  announce_accounts_changed();
+Answer delete_users(Request& req) {
+  if (!req.db().exec("delete from UserAccount where UserID!='admin' and UserID!='anonymous'"))
+    return Answer::status(kStatusDeviceError);
+  return Answer::status(announce_accounts_changed(req));
 }
+
+}  // namespace psia

@@ -2,13 +2,20 @@
 #ifndef PSIA_RESOURCES_SECURITY_USERS_H
 #define PSIA_RESOURCES_SECURITY_USERS_H
 
-void get_users();
-void put_users();
-void post_user();
-void delete_users();
+#include "io/answer.h"
+#include "io/request.h"
+
+namespace psia {
+
+Answer get_users(Request& req);
+Answer put_users(Request& req);
+Answer post_user(Request& req);
+Answer delete_users(Request& req);
 // One account; each is given the full path.
-void get_user(const char* path);
-void put_user(const char* path);
-void delete_user(const char* path);
+Answer get_user(Request& req, const char* path);
+Answer put_user(Request& req, const char* path);
+Answer delete_user(Request& req, const char* path);
+
+}  // namespace psia
 
 #endif  // PSIA_RESOURCES_SECURITY_USERS_H

@@ -5,6 +5,17 @@
 
 #include <ctime>
 
-struct tm camera_local_time();
+#include "io/request_context.h"
+
+namespace psia {
+
+// Makes this process's local-time conversions follow the context's current
+// zone. Under FastCGI every accepted request replaces the environment, so
+// TZ is put back before each conversion rather than once.
+void apply_current_zone(const request_context& ctx);
+
+struct tm camera_local_time(request_context& ctx);
+
+}  // namespace psia
 
 #endif  // PSIA_RESOURCES_SYSTEM_CLOCK_H

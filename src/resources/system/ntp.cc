@@ -3,10 +3,10 @@
 // the server with the next set-time command, which carries it.
 #include <cstdio>
 
-#include "io/response.h"
 #include "io/xml_input.h"
 #include "resources/system/system.h"
-#include "store/database.h"
+
+namespace psia {
 
 namespace {
 
@@ -19,9 +19,9 @@ struct ntp_server {
   bool is_address;  // only digits and dots: an IPv4 address
 };
 
-ntp_server read_ntp_server() {
+ntp_server read_ntp_server(Request& req) {
   ntp_server s;
-  if (!db_query_text(s.name, sizeof s.name, "select NTPServerName from DateTime")) {
+  if (!req.db().query_text(s.name, sizeof s.name, "select NTPServerName from DateTime")) {
     std::snprintf(s.name, sizeof s.name, "%s", kDefaultNtpServer);
     s.is_address = false;
     return s;
@@ -33,7 +33,7 @@ ntp_server read_ntp_server() {
 }
 
 // The server's elements, each line led by `indent` spaces.
-void append_server(TextBuffer& doc, const ntp_server& s, int indent) {
+void append_server(text_buffer& doc, const ntp_server& s, int indent) {
   doc.appendf("%*s<id>1</id>", indent, "");
   if (s.is_address) {
     doc.appendf("%*s<addressingFormatType>ipaddress</addressingFormatType>", indent, "");
@@ -54,66 +54,67 @@ struct ntp_update {
   bool use_host_name = true;
 };
 
-void read_server_element(const xmlNode* server, ntp_update* u) {
-  for (xmlNode* child : xml_children(server)) {
-    if (xml_name_is(child, "addressingFormatType")) {
-      u->use_host_name = xml_text_is(child, "NTP");
-    } else if (xml_name_is(child, "hostName")) {
-      xml_copy_text(child, u->host_name);
-    } else if (xml_name_is(child, "ipAddress")) {
-      xml_copy_text(child, u->address);
+void read_server_element(XmlNode server, ntp_update* u) {
+  for (XmlNode child : server.children()) {
+    if (child.is("addressingFormatType")) {
+      u->use_host_name = child.text_is("NTP");
+    } else if (child.is("hostName")) {
+      child.copy_text(u->host_name);
+    } else if (child.is("ipAddress")) {
+      child.copy_text(u->address);
     }
   }
 }
 
-void store_ntp_server(bool list) {
-  XmlDocument body;
-  if (!accept_xml_request(body, list ? "NTPServerList" : "NTPServer", kStatusDeviceError)) return;
+Answer store_ntp_server(Request& req, bool list) {
+  XmlBody body(req, list ? "NTPServerList" : "NTPServer", kStatusDeviceError);
+  if (!body.ok()) return body.failure();
   ntp_update u;
   if (list) {
-    for (xmlNode* server : xml_children(body.root()))
-      if (xml_name_is(server, "NTPServer") && xml_has_children(server))
-        read_server_element(server, &u);
+    for (XmlNode server : body.root().children())
+      if (server.is("NTPServer") && server.has_children()) read_server_element(server, &u);
   } else {
     read_server_element(body.root(), &u);
   }
-  bool stored = db_exec("update DateTime set NTPServerName='%q'",
-                        u.use_host_name ? u.host_name : u.address);
-  write_response_status(stored ? kStatusOk : kStatusDeviceError);
+  bool stored = req.db().exec("update DateTime set NTPServerName='%q'",
+                              u.use_host_name ? u.host_name : u.address);
+  return Answer::status(stored ? kStatusOk : kStatusDeviceError);
 }
 
 }  // namespace
 
-void get_ntp_server() {
-  ntp_server s = read_ntp_server();
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
-  doc.appendf("  <NTPServer version=\"1.0\" xmlns=\"urn:psialliance-org\">");
+Answer get_ntp_server(Request& req) {
+  ntp_server s = read_ntp_server(req);
+  text_buffer doc;
+  doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
+  doc.append("  <NTPServer version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   append_server(doc, s, 4);
-  doc.appendf("  </NTPServer>");
-  answer_document(doc, content_type::xml_utf8);
+  doc.append("  </NTPServer>");
+  return Answer::document(std::move(doc), ContentType::xml_utf8);
 }
 
-void get_ntp_server_list() {
-  ntp_server s = read_ntp_server();
-  TextBuffer doc;
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
-  doc.appendf("<NTPServerList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
-  doc.appendf("<NTPServer version=\"1.0\" xmlns=\"urn:psialliance-org\">");
+Answer get_ntp_server_list(Request& req) {
+  ntp_server s = read_ntp_server(req);
+  text_buffer doc;
+  doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
+  doc.append("<NTPServerList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
+  doc.append("<NTPServer version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   append_server(doc, s, 0);
-  doc.appendf("</NTPServer>");
-  doc.appendf("</NTPServerList>");
-  answer_document(doc, content_type::xml_utf8);
+  doc.append("</NTPServer>");
+  doc.append("</NTPServerList>");
+  return Answer::document(std::move(doc), ContentType::xml_utf8);
 }
 
-void put_ntp_server() { store_ntp_server(false); }
+Answer put_ntp_server(Request& req) { return store_ntp_server(req, false); }
 
-void put_ntp_server_list() { store_ntp_server(true); }
+Answer put_ntp_server_list(Request& req) { return store_ntp_server(req, true); }
 
 // The camera has one server: a POST replaces it, as a PUT does.
-void post_ntp_server() { store_ntp_server(false); }
+Answer post_ntp_server(Request& req) { return store_ntp_server(req, false); }
 
 // The one server cannot be removed; the request changes nothing.
-void delete_ntp_server() { write_response_status(kStatusOk); }
+Answer delete_ntp_server(Request&) { return Answer::status(kStatusOk); }
 
-void delete_ntp_server_list() { write_response_status(kStatusOk); }
+Answer delete_ntp_server_list(Request&) { return Answer::status(kStatusOk); }
+
+}  // namespace psia

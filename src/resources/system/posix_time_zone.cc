@@ -1,14 +1,13 @@
 #include "resources/system/posix_time_zone.h"
 
-#include <sys/stat.h>
-
-#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <vector>
 
-#include "store/database.h"
-#include "util/request_context.h"
+#include "io/request.h"
+#include "util/file.h"
+
+namespace psia {
 
 namespace {
 
@@ -130,10 +129,9 @@ class TzReader {
 
   int ranges() const {
     for (const rule_date& d : dates_) {
-      bool bad = (d.kind == 'J' && (d.day < 1 || d.day > 365)) ||
-                 (d.kind == 'D' && d.day > 365) ||
-                 (d.kind == 'M' && (d.month < 1 || d.month > 12 || d.week < 1 || d.week > 5 ||
-                                    d.weekday > 6));
+      bool bad = (d.kind == 'J' && (d.day < 1 || d.day > 365)) || (d.kind == 'D' && d.day > 365) ||
+                 (d.kind == 'M' &&
+                  (d.month < 1 || d.month > 12 || d.week < 1 || d.week > 5 || d.weekday > 6));
       if (bad) return -10;
     }
     for (const clock_time& t : times_)
@@ -161,10 +159,10 @@ std::string last_line_of_zone_file(const std::string& contents) {
   return contents.substr(start, size - 1 - start);
 }
 
-bool read_posix_time_zone(std::string* zone) {
+bool read_posix_time_zone(Request& req, std::string* zone) {
   char name[128];
   char path[128];
-  int length = db_query_text(name, sizeof name, "select TimeZone from DateTime")
+  int length = req.db().query_text(name, sizeof name, "select TimeZone from DateTime")
                    ? std::snprintf(path, sizeof path, "/usr/share/zoneinfo/%s", name)
                    : std::snprintf(path, sizeof path, "/usr/share/zoneinfo/GMT");
   // A name too long for the path names no zone file.
@@ -176,25 +174,12 @@ bool read_posix_time_zone(std::string* zone) {
   }
   // The name comes from the database: it may not climb out of the zoneinfo
   // directory, and only a regular file of zone-file size is read.
-  if (std::strstr(path, "..") != nullptr) return false;
-  FILE* f = std::fopen(host_path(path).c_str(), "rb");
-  if (f == nullptr) return false;
-  struct stat info;
-  if (fstat(fileno(f), &info) != 0 || !S_ISREG(info.st_mode) || info.st_size > (1 << 20)) {
-    std::fclose(f);
-    return false;
-  }
   std::string contents;
-  bool ok = std::fseek(f, 0, SEEK_END) == 0;
-  long size = ok ? std::ftell(f) : -1;
-  if (size >= 0 && std::fseek(f, 0, SEEK_SET) == 0) {
-    contents.resize(static_cast<size_t>(size));
-    ok = size == 0 || std::fread(&contents[0], 1, contents.size(), f) == contents.size();
-  } else {
-    ok = false;
-  }
-  std::fclose(f);
-  if (!ok) return false;
+  if (std::strstr(path, "..") != nullptr ||
+      !read_regular_file(req.host_path(path), 1 << 20, &contents))
+    return false;
   *zone = last_line_of_zone_file(contents);
   return true;
 }
+
+}  // namespace psia

@@ -5,10 +5,14 @@
 
 #include <string>
 
+namespace psia {
+
+class Request;
+
 // The POSIX TZ string of the zone stored in DateTime.TimeZone: the last
 // line of its zoneinfo file ("GMT" when none is stored; the camera's own
 // "CST-0" has no file). False when the file cannot be read.
-bool read_posix_time_zone(std::string* zone);
+bool read_posix_time_zone(Request& req, std::string* zone);
 
 // The zoneinfo file's POSIX TZ string: the text after the last line break
 // before the final byte, up to that byte.
@@ -26,5 +30,7 @@ std::string last_line_of_zone_file(const std::string& contents);
 //   -7       a wrong character in a rule's time, or after the rules
 //   -10      a rule date out of range; -11 a rule time out of range
 int validate_posix_time_zone(const char* text);
+
+}  // namespace psia
 
 #endif  // PSIA_RESOURCES_SYSTEM_POSIX_TIME_ZONE_H

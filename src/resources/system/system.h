@@ -3,33 +3,40 @@
 #ifndef PSIA_RESOURCES_SYSTEM_SYSTEM_H
 #define PSIA_RESOURCES_SYSTEM_SYSTEM_H
 
+#include "io/answer.h"
+#include "io/request.h"
+
+namespace psia {
+
 // Maintenance.
-void put_reboot();
-void put_update_firmware();
-void get_configuration_data();
-void put_configuration_data();
-void put_factory_reset(const char* path);  // the full path, query included
+Answer put_reboot(Request& req);
+Answer put_update_firmware(Request& req);
+Answer get_configuration_data(Request& req);
+Answer put_configuration_data(Request& req);
+Answer put_factory_reset(Request& req, const char* path);  // the full path, query included
 
 // Device information and status.
-void get_device_info();
-void put_device_info();
-void get_device_status();
+Answer get_device_info(Request& req);
+Answer put_device_info(Request& req);
+Answer get_device_status(Request& req);
 
 // Time.
-void get_time();
-void put_time();
-void get_local_time();
-void put_local_time();
-void get_time_zone();
-void put_time_zone();
+Answer get_time(Request& req);
+Answer put_time(Request& req);
+Answer get_local_time(Request& req);
+Answer put_local_time(Request& req);
+Answer get_time_zone(Request& req);
+Answer put_time_zone(Request& req);
 
 // NTP servers.
-void get_ntp_server();
-void put_ntp_server();
-void delete_ntp_server();
-void get_ntp_server_list();
-void put_ntp_server_list();
-void post_ntp_server();
-void delete_ntp_server_list();
+Answer get_ntp_server(Request& req);
+Answer put_ntp_server(Request& req);
+Answer delete_ntp_server(Request& req);
+Answer get_ntp_server_list(Request& req);
+Answer put_ntp_server_list(Request& req);
+Answer post_ntp_server(Request& req);
+Answer delete_ntp_server_list(Request& req);
+
+}  // namespace psia
 
 #endif  // PSIA_RESOURCES_SYSTEM_SYSTEM_H

@@ -2,8 +2,9 @@
 
 #include <strings.h>
 
-#include <cstdlib>
 #include <cstring>
+
+namespace psia {
 
 namespace {
 
@@ -198,74 +199,14 @@ const zone_row kZoneRows[] = {
     {"YEKT-5YEKST,M3.5.0,M10.5.0/3", "Asia/Yekaterinburg"},
 };
 
-char* copy_text(const char* text) {
-  size_t n = std::strlen(text);
-  auto* copy = static_cast<char*>(std::calloc(n + 1, 1));
-  if (copy != nullptr) std::memcpy(copy, text, n);
-  return copy;
-}
-
-void free_pair(TimeZonePair* pair) {
-  if (pair == nullptr) return;
-  std::free(pair->posix);
-  std::free(pair->zoneinfo);
-  std::free(pair);
-}
-
 }  // namespace
 
-TimeZonePairList* create_time_zone_pair_list() {
-  return static_cast<TimeZonePairList*>(std::calloc(1, sizeof(TimeZonePairList)));
-}
-
-void free_time_zone_pair_list(TimeZonePairList* list) {
-  if (list == nullptr) return;
-  for (uint32_t i = 0; i < list->capacity; ++i) free_pair(list->items[i]);
-  std::free(list->items);
-  std::free(list);
-}
-
-int append_time_zone_pair(TimeZonePairList* list, const char* posix,
-                          const char* zoneinfo) {
-  if (list->count == list->capacity) {
-    // The slot array grows by four slots at a time, each given an empty pair.
-    uint32_t grown = list->capacity + 4;
-    auto* items = static_cast<TimeZonePair**>(
-        std::realloc(list->items, grown * sizeof(TimeZonePair*)));
-    if (items == nullptr) return -1;
-    list->items = items;
-    for (uint32_t i = list->capacity; i < grown; ++i)
-      items[i] = static_cast<TimeZonePair*>(std::calloc(1, sizeof(TimeZonePair)));
-    list->capacity = grown;
-  }
-  TimeZonePair* pair = list->items[list->count];
-  if (pair == nullptr) return -1;
-  char* posix_copy = copy_text(posix);
-  char* zoneinfo_copy = copy_text(zoneinfo);
-  if (posix_copy == nullptr || zoneinfo_copy == nullptr) {
-    std::free(posix_copy);
-    std::free(zoneinfo_copy);
-    return -1;
-  }
-  pair->posix = posix_copy;
-  pair->zoneinfo = zoneinfo_copy;
-  list->count++;
-  return 0;
-}
-
-void build_time_zone_table(TimeZonePairList* list) {
-  for (const zone_row& row : kZoneRows) {
-    if (append_time_zone_pair(list, row.posix, row.zoneinfo) != 0) return;
-  }
-}
-
-const char* find_time_zone(const TimeZonePairList* list, const char* text) {
-  if (list == nullptr || text == nullptr || *text == '\0') return nullptr;
+const char* find_time_zone(const char* text) {
+  if (text == nullptr || *text == '\0') return nullptr;
   size_t n = std::strlen(text);
-  for (uint32_t i = 0; i < list->count; ++i) {
-    const TimeZonePair* pair = list->items[i];
-    if (strncasecmp(pair->posix, text, n) == 0)
-      return pair->zoneinfo;
-  }
+  for (const zone_row& row : kZoneRows)
+    if (strncasecmp(row.posix, text, n) == 0) return row.zoneinfo;
   return nullptr;
 }
+
+}  // namespace psia

@@ -1,0 +1,159 @@
+#include "io/answer.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+#include "io/stream.h"
+
+namespace psia {
+
+namespace {
+
+const char* const status_text_table[] = {
+    "OK",
+    "Device Busy",
+    "Device Error",
+    "Invalid Operation",
+    "Invalid XML Format",
+    "Invalid XML Content",
+    "Reboot Required",
+};
+
+const char* content_type_line(ContentType type) {
+  switch (type) {
+    case ContentType::xml_utf8: return "Content-Type: application/xml; charset=\"UTF-8\"\r\n\r\n";
+    case ContentType::text_utf8: return "Content-Type: text/plain; charset=\"UTF-8\"\r\n\r\n";
+    case ContentType::xml: break;
+  }
+  return "Content-Type: application/xml\r\n\r\n";
+}
+
+void write_document(Output& out, const char* body, uint32_t length, ContentType type) {
+  char header[40];
+  int n = std::snprintf(header, sizeof header, "Content-Length: %u\r\n", length);
+  out.write(header, static_cast<size_t>(n));
+  out.write_text(content_type_line(type));
+  out.write(body, length);
+}
+
+// Reads exactly `size` bytes unless the file ends first.
+size_t read_piece(int fd, char* piece, size_t size) {
+  size_t got = 0;
+  while (got < size) {
+    ssize_t n = read(fd, piece + got, size - got);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) break;
+    got += static_cast<size_t>(n);
+  }
+  return got;
+}
+
+// The configuration download: bare line feeds and a lower-case "length",
+// the header the camera's download clients read. A file that turns out
+// shorter than announced ends the copy early.
+void write_file(Output& out, int fd, uint32_t size) {
+  char header[48];
+  out.write_text("Content-Type: application/octet-stream\n");
+  int n = std::snprintf(header, sizeof header, "Content-length: %d\n\n", static_cast<int>(size));
+  out.write(header, static_cast<size_t>(n));
+  char piece[1024];
+  for (uint32_t remaining = size; remaining > 0;) {
+    size_t want = remaining < sizeof piece ? remaining : sizeof piece;
+    if (read_piece(fd, piece, want) != want) break;
+    out.write(piece, want);
+    remaining -= static_cast<uint32_t>(want);
+  }
+}
+
+}  // namespace
+
+Answer Answer::statuses(std::vector<int> codes) {
+  Answer a(Kind::statuses);
+  a.codes_ = std::move(codes);
+  for (int& code : a.codes_)
+    if (code < kStatusOk || code > kStatusRebootRequired) code = kStatusDeviceError;
+  return a;
+}
+
+Answer Answer::document(text_buffer body, ContentType type) {
+  if (!body.ok()) return status(kStatusDeviceError);
+  Answer a(Kind::document);
+  a.body_ = std::move(body);
+  a.type_ = type;
+  return a;
+}
+
+Answer Answer::constant_document(const std::string& body, ContentType type) {
+  Answer a(Kind::document);
+  a.constant_body_ = &body;
+  a.type_ = type;
+  return a;
+}
+
+Answer Answer::file(UniqueFd file, uint32_t size) {
+  Answer a(Kind::file);
+  a.file_ = std::move(file);
+  a.file_size_ = size;
+  return a;
+}
+
+int Answer::final_status() const {
+  switch (kind_) {
+    case Kind::statuses: return codes_.empty() ? 0 : codes_.back();
+    case Kind::document:
+    case Kind::file: return kStatusOk;
+    case Kind::nothing:
+    case Kind::unauthorized: break;
+  }
+  return 0;
+}
+
+void write_response_status(Output& out, const char* request_uri, int code) {
+  if (code < kStatusOk || code > kStatusRebootRequired) code = kStatusDeviceError;
+  text_buffer body;
+  if (!body.ok()) return;
+  body.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n");
+  body.append("<ResponseStatus version=\"1.0\" xmlns=\"urn:psialliance-org\">\n");
+  body.append("<requestURL>");
+  body.append(request_uri != nullptr ? request_uri : "");
+  body.append("</requestURL>\n");
+  body.appendf("<statusCode>%d</statusCode>\n", code);
+  body.append(
+      "<!-- O=1-OK, 2-Device Busy, 3-Device Error, 4-Invalid Operation, "
+      "5-Invalid XML Format, 6-Invalid XML content; 7-Reboot Required -->\n");
+  body.append("<statusString>");
+  body.append(status_text_table[code - 1]);
+  body.append("</statusString>\n");
+  body.append("<id>1</id>\n");
+  body.append("</ResponseStatus>\n");
+  write_document(out, body.data(), body.length(), ContentType::xml_utf8);
+}
+
+void write_answer(Output& out, const Answer& answer, const char* request_uri) {
+  switch (answer.kind_) {
+    case Answer::Kind::nothing: return;
+    case Answer::Kind::statuses:
+      for (int code : answer.codes_) write_response_status(out, request_uri, code);
+      return;
+    case Answer::Kind::document:
+      if (answer.constant_body_ != nullptr) {
+        const std::string& body = *answer.constant_body_;
+        write_document(out, body.data(), static_cast<uint32_t>(body.size()), answer.type_);
+      } else {
+        write_document(out, answer.body_.data(), answer.body_.length(), answer.type_);
+      }
+      return;
+    case Answer::Kind::file: write_file(out, answer.file_.get(), answer.file_size_); return;
+    case Answer::Kind::unauthorized:
+      out.write_text(
+          "Status: 401 Unauthorized\n"
+          "WWW-Authenticate: Basic realm=\"Aldex Smart IP Device Authentication\"\n"
+          "Content-Type: text/plain\n\n"
+          "Unauthorized\n");
+      return;
+  }
+}
+
+}  // namespace psia

@@ -1,0 +1,93 @@
+// The answer a handler returns. Handlers never write to the output stream:
+// they say what the answer is, and the request loop writes it (see
+// write_answer), so each request has exactly one writer.
+//
+// Every answer but the 401 and the configuration download is
+// "Content-Length: N\r\n", a Content-Type line, and the body; N is always
+// the number of body bytes sent.
+#ifndef PSIA_IO_ANSWER_H
+#define PSIA_IO_ANSWER_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "util/file.h"
+#include "util/text_buffer.h"
+
+namespace psia {
+
+class Output;
+
+// Status codes of a ResponseStatus document.
+enum status_code : int {
+  kStatusOk = 1,
+  kStatusDeviceBusy = 2,
+  kStatusDeviceError = 3,
+  kStatusInvalidOperation = 4,
+  kStatusInvalidXmlFormat = 5,
+  kStatusInvalidXmlContent = 6,
+  kStatusRebootRequired = 7,
+};
+
+// The Content-Type families of the resource tree; clients depend on the
+// exact header text of each.
+enum class ContentType {
+  xml,       // "application/xml": most documents, the event family too
+  xml_utf8,  // "application/xml; charset=\"UTF-8\"": status, time, NTP, audio
+  text_utf8  // "text/plain; charset=\"UTF-8\"": the bare time zone text
+};
+
+class Answer {
+ public:
+  enum class Kind { nothing, statuses, document, file, unauthorized };
+
+  // A ResponseStatus document for `code` (1..7; anything else is answered
+  // as 3, which the document has a text for).
+  static Answer status(int code) { return statuses({code}); }
+  // ResponseStatus documents one after the other (none: no answer).
+  static Answer statuses(std::vector<int> codes);
+  // A GET document; a buffer that could not be allocated is answered 3.
+  static Answer document(text_buffer body, ContentType type);
+  // A document built once and kept by the process (it must outlive the
+  // answer).
+  static Answer constant_document(const std::string& body, ContentType type);
+  // A file sent as it is, `size` bytes announced.
+  static Answer file(UniqueFd file, uint32_t size);
+  // The request ends with no output at all, as the camera's clients know
+  // it for some requests.
+  static Answer nothing() { return Answer(Kind::nothing); }
+  // The 401 of a caller without valid credentials.
+  static Answer unauthorized() { return Answer(Kind::unauthorized); }
+
+  Kind kind() const { return kind_; }
+  // The status codes of a statuses answer (also the 3 of a document that
+  // could not be built).
+  const std::vector<int>& codes() const { return codes_; }
+  // The status a client sees first: the last code of a statuses answer, 1
+  // for a document or file; 0 when nothing is answered.
+  int final_status() const;
+
+ private:
+  friend void write_answer(Output& out, const Answer& answer, const char* request_uri);
+  explicit Answer(Kind kind) : kind_(kind) {}
+
+  Kind kind_;
+  std::vector<int> codes_;
+  text_buffer body_;
+  const std::string* constant_body_ = nullptr;
+  ContentType type_ = ContentType::xml;
+  UniqueFd file_;
+  uint32_t file_size_ = 0;
+};
+
+// Writes the answer to the request's output. `request_uri` is the
+// REQUEST_URI echoed in ResponseStatus documents.
+void write_answer(Output& out, const Answer& answer, const char* request_uri);
+
+// The ResponseStatus document for `code` with its headers.
+void write_response_status(Output& out, const char* request_uri, int code);
+
+}  // namespace psia
+
+#endif  // PSIA_IO_ANSWER_H

@@ -1,0 +1,59 @@
+// Files and descriptors owned by small RAII types, and the one way the
+// responder reads a file: without blocking (a FIFO or a device planted where
+// a file is expected cannot stall the service), and only when it is a
+// regular file of a bounded size.
+#ifndef PSIA_UTIL_FILE_H
+#define PSIA_UTIL_FILE_H
+
+#include <cstddef>
+#include <string>
+
+namespace psia {
+
+class UniqueFd {
+ public:
+  UniqueFd() = default;
+  explicit UniqueFd(int fd) : fd_(fd) {}
+  ~UniqueFd() { reset(); }
+  UniqueFd(UniqueFd&& other) noexcept : fd_(other.release()) {}
+  UniqueFd& operator=(UniqueFd&& other) noexcept {
+    if (this != &other) reset(other.release());
+    return *this;
+  }
+  UniqueFd(const UniqueFd&) = delete;
+  UniqueFd& operator=(const UniqueFd&) = delete;
+
+  int get() const { return fd_; }
+  bool valid() const { return fd_ >= 0; }
+  int release() {
+    int fd = fd_;
+    fd_ = -1;
+    return fd;
+  }
+  void reset(int fd = -1);
+
+ private:
+  int fd_ = -1;
+};
+
+// Reads a whole regular file of at most `limit` bytes into `contents`.
+// False when it cannot be opened, is not a regular file, is larger, or a
+// read fails.
+bool read_regular_file(const std::string& path, size_t limit, std::string* contents);
+
+// The lines of a text as fgets(line, size, file) hands them out: at most
+// size - 1 characters each, the line end included when it fits.
+class LineReader {
+ public:
+  explicit LineReader(const std::string& text) : text_(text) {}
+  // False at the end of the text.
+  bool next(char* line, size_t size);
+
+ private:
+  const std::string& text_;
+  size_t at_ = 0;
+};
+
+}  // namespace psia
+
+#endif  // PSIA_UTIL_FILE_H

@@ -1,0 +1,44 @@
+// Where the responder's complaints go. Every line goes to the error stream
+// (the web server's error log, or standard error before the first request);
+// errors that an operator must see (the database cannot be opened, the
+// control daemon's queues are missing or refuse a command, memory is
+// short) also go to syslog, facility daemon, ident psia-responder, where
+// the camera's log reader shows them. Texts are formatted locally and
+// written as bytes, cut at 512 bytes.
+#ifndef PSIA_UTIL_LOG_H
+#define PSIA_UTIL_LOG_H
+
+#include <cstddef>
+#include <functional>
+
+#include "util/text_buffer.h"  // PSIA_PRINTF
+
+namespace psia {
+
+class Log {
+ public:
+  using StreamSink = std::function<void(const char* text, size_t size)>;
+  // `priority` is a syslog priority (LOG_ERR ...); `line` has no line end.
+  using SyslogSink = std::function<void(int priority, const char* line)>;
+
+  // Standard error and the system's syslog (the process opens it with its
+  // ident and facility at start-up; a priority may name another facility).
+  Log();
+
+  void set_stream(StreamSink sink) { stream_ = std::move(sink); }
+  void set_syslog(SyslogSink sink) { syslog_ = std::move(sink); }
+
+  // A diagnostic line for the error stream only (a probe that failed, the
+  // factory data unreadable): the request goes on.
+  void diagnostic(const char* format, ...) PSIA_PRINTF(2, 3);
+  // An error: the error stream and syslog (daemon.err).
+  void error(const char* format, ...) PSIA_PRINTF(2, 3);
+
+ private:
+  StreamSink stream_;
+  SyslogSink syslog_;
+};
+
+}  // namespace psia
+
+#endif  // PSIA_UTIL_LOG_H

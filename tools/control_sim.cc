@@ -1,0 +1,214 @@
+#include "control_sim.h"
+
+#include <sys/ipc.h>
+#include <sys/msg.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace psia {
+
+namespace {
+
+// A frame at the home position: azimuth 179, elevation 0, zoom 50 %.
+const unsigned char kHomeFrame[] = {0xFF, 0x01, 0x00, 0xA1, 0x00, 0x4A,
+                                    0xFF, 0x27, 0x74, 0x04, 0x4C};
+
+std::string text_at(const control_message& m, size_t offset, size_t width) {
+  const char* p = reinterpret_cast<const char*>(m.payload + offset);
+  return std::string(p, strnlen(p, width));
+}
+
+const char* meaning(int code) {
+  switch (code) {
+    case kCommandVideoInput: return "video input changed";
+    case kCommandAudio: return "audio changed";
+    case kCommandVideoStream: return "video stream changed";
+    case kCommandSetTime: return "set time";
+    case kCommandSetTimeZone: return "set time zone";
+    case kCommandReboot: return "reboot";
+    case kCommandFactoryReset: return "factory reset";
+    case kCommandConfigurationFile: return "make configuration file";
+    case kCommandNetworkApply: return "apply network settings";
+    case kCommandNetworkStatic: return "apply static addressing";
+    case kCommandRtspPort: return "RTSP port changed";
+    case kCommandPtzKeyValue: return "PTZ key/value command";
+    case kCommandPtzPresetStore: return "store PTZ preset";
+    case kCommandPtzPresetGoto: return "go to PTZ preset";
+    case kCommandPtzPresetDelete: return "PTZ preset deleted";
+    case kCommandPtzControl: return "PTZ control switched";
+    case kCommandPtzFrame: return "PTZ protocol frame";
+    case kCommandPtzPosition: return "read PTZ position";
+    case kCommandUsers: return "user accounts changed";
+    default: return "unknown command";
+  }
+}
+
+// The payload fields of a command, as "name=value" words.
+std::string decode_fields(const control_message& m) {
+  char line[1400] = "";
+  switch (m.command) {
+    case kCommandVideoInput:
+      std::snprintf(line, sizeof line, "channel=%d", m.get_int(VideoInputPayload::kChannel));
+      break;
+    case kCommandAudio:
+      std::snprintf(line, sizeof line, "value=%d", m.get_int(kLeadingWord));
+      break;
+    case kCommandVideoStream:
+      std::snprintf(line, sizeof line, "master=%d", m.get_int(VideoStreamPayload::kMaster));
+      break;
+    case kCommandSetTime: {
+      using P = SetTimePayload;
+      std::snprintf(
+          line, sizeof line, "mode=%d ntp=\"%s\" interval=%d time=%04d-%02d-%02d %02d:%02d:%02d",
+          m.get_int(P::kMode), text_at(m, P::kNtpServer, P::kNtpServerWidth).c_str(),
+          m.get_int(P::kInterval), m.get_int(P::kYear), m.get_int(P::kMonth), m.get_int(P::kDay),
+          m.get_int(P::kHour), m.get_int(P::kMinute), m.get_int(P::kSecond));
+      break;
+    }
+    case kCommandSetTimeZone:
+      std::snprintf(line, sizeof line, "zone=\"%s\"",
+                    text_at(m, SetTimeZonePayload::kZone, SetTimeZonePayload::kZoneWidth).c_str());
+      break;
+    case kCommandPtzKeyValue: {
+      using P = PtzKeyValuePayload;
+      std::string pairs;
+      for (size_t i = 0; i < P::kPairs; ++i) {
+        std::string key = text_at(m, P::name(i), P::kTextWidth);
+        if (key.empty()) continue;
+        if (!pairs.empty()) pairs += ' ';
+        pairs += key + "=" + text_at(m, P::value(i), P::kTextWidth);
+      }
+      std::snprintf(line, sizeof line, "%s", pairs.c_str());
+      break;
+    }
+    case kCommandPtzPresetStore:
+    case kCommandPtzPresetGoto:
+    case kCommandPtzPresetDelete:
+      std::snprintf(line, sizeof line, "preset=%d", m.get_int(PtzPresetPayload::kPreset));
+      break;
+    case kCommandPtzFrame:
+      std::snprintf(line, sizeof line, "frame=%s",
+                    text_at(m, PtzFramePayload::kFrame, PtzFramePayload::kFrameWidth).c_str());
+      break;
+    default: break;
+  }
+  return line;
+}
+
+}  // namespace
+
+SimOptions::SimOptions() : position_frame(kHomeFrame, kHomeFrame + sizeof kHomeFrame) {}
+
+int32_t SimCommand::int_at(size_t offset) const {
+  int32_t v = 0;
+  if (offset + sizeof v <= payload.size()) std::memcpy(&v, payload.data() + offset, sizeof v);
+  return v;
+}
+
+std::string SimCommand::text_at(size_t offset, size_t width) const {
+  if (offset >= payload.size()) return "";
+  const char* p = reinterpret_cast<const char*>(payload.data() + offset);
+  return std::string(p, strnlen(p, std::min(width, payload.size() - offset)));
+}
+
+ControlSimulator::~ControlSimulator() { remove_queues(); }
+
+bool ControlSimulator::create_queues() {
+  request_queue_ = msgget(options_.request_key, IPC_CREAT | 0666);
+  reply_queue_ = msgget(options_.reply_key, IPC_CREAT | 0666);
+  return request_queue_ >= 0 && reply_queue_ >= 0;
+}
+
+void ControlSimulator::remove_queues() {
+  if (request_queue_ >= 0) msgctl(request_queue_, IPC_RMID, nullptr);
+  if (reply_queue_ >= 0) msgctl(reply_queue_, IPC_RMID, nullptr);
+  request_queue_ = reply_queue_ = -1;
+}
+
+std::string ControlSimulator::describe(const control_message& m, bool answered) {
+  char head[160];
+  std::snprintf(head, sizeof head, "command %d (%s) from %ld%s", m.command, meaning(m.command),
+                m.mtype, answered ? "" : ", not answered");
+  std::string fields = decode_fields(m);
+  return fields.empty() ? head : std::string(head) + ": " + fields;
+}
+
+// Command 11: a configuration file in the transfer directory, its name in
+// the reply.
+void ControlSimulator::make_configuration_file(control_message* reply) {
+  const char kName[] = "psia_backup.cfg";
+  std::string path = options_.transfer_dir + "/" + kName;
+  FILE* f = std::fopen(path.c_str(), "w");
+  if (f == nullptr) {
+    std::fprintf(stderr, "psia-control-sim: cannot write %s: %s\n", path.c_str(),
+                 std::strerror(errno));
+    reply->status = 3;
+    return;
+  }
+  std::fputs(
+      "# camera configuration backup\n[Network]\nConnectionType=0\n"
+      "IpAddress=192.168.1.100\n[Video]\nBrightness=50\n",
+      f);
+  std::fclose(f);
+  reply->put_text(ConfigurationFilePayload::kFileName, 128, kName);
+}
+
+control_message ControlSimulator::reply_to(const control_message& request) {
+  control_message reply(request.command);
+  reply.mtype = request.mtype;
+  auto status = options_.status.find(request.command);
+  reply.status = status == options_.status.end() ? 1 : status->second;
+  auto texts = options_.reply_texts.equal_range(request.command);
+  if (request.command == kCommandConfigurationFile && texts.first == texts.second)
+    make_configuration_file(&reply);
+  for (auto it = texts.first; it != texts.second; ++it)
+    reply.put_text(static_cast<size_t>(it->second.first), 256, it->second.second.c_str());
+  if (request.command == kCommandPtzPosition) {
+    size_t n = std::min(options_.position_frame.size(), kControlPayloadSize - 4);
+    std::memcpy(reply.payload + 4, options_.position_frame.data(), n);
+  }
+  auto ints = options_.reply_ints.equal_range(request.command);
+  for (auto it = ints.first; it != ints.second; ++it)
+    reply.put_int(static_cast<size_t>(it->second.first), it->second.second);
+  return reply;
+}
+
+bool ControlSimulator::serve_one(bool wait, int64_t now_ms) {
+  control_message m;
+  if (msgrcv(request_queue_, &m, kControlMessageSize, 0, wait ? 0 : IPC_NOWAIT) < 0) return false;
+  SimCommand c;
+  c.code = m.command;
+  c.status_sent = m.status;
+  c.sender = m.mtype;
+  c.payload.assign(m.payload, m.payload + kControlPayloadSize);
+  commands_.push_back(std::move(c));
+  if (options_.silent.count(m.command) != 0) return true;
+  auto delay = options_.delay_ms.find(m.command);
+  int64_t due = now_ms + (delay == options_.delay_ms.end() ? 0 : delay->second);
+  delayed_.emplace_back(due, reply_to(m));
+  release_due(now_ms);
+  return true;
+}
+
+void ControlSimulator::release_due(int64_t now_ms) {
+  for (auto it = delayed_.begin(); it != delayed_.end();) {
+    if (it->first > now_ms) {
+      ++it;
+      continue;
+    }
+    if (msgsnd(reply_queue_, &it->second, kControlMessageSize, 0) != 0)
+      std::fprintf(stderr, "psia-control-sim: reply failed: %s\n", std::strerror(errno));
+    it = delayed_.erase(it);
+  }
+}
+
+int64_t ControlSimulator::next_due_ms() const {
+  int64_t next = -1;
+  for (const auto& d : delayed_)
+    if (next < 0 || d.first < next) next = d.first;
+  return next;
+}
+
+}  // namespace psia
