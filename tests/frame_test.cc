@@ -1,0 +1,247 @@
+// The request frame: authentication, routing, the catalogue, bodies that
+// cannot be read, start-up, and the real executable as a CGI program.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "frame/request_loop.h"
+#include "frame/routing.h"
+#include "frame/startup.h"
+#include "harness.h"
+#include "resources/event/event.h"
+#include "resources/network/network.h"
+#include "resources/system/system.h"
+
+using namespace psia_test;
+
+namespace {
+
+const char kUnauthorized[] =
+    "Status: 401 Unauthorized\n"
+    "WWW-Authenticate: Basic realm=\"Aldex Smart IP Device Authentication\"\n"
+    "Content-Type: text/plain\n\n"
+    "Unauthorized\n";
+
+TEST(Frame, OnlyLevelZeroAccountsAreAdmitted) {
+  Camera camera("insert into UserAccount values('viewer', 'pw2', 2);");
+  const struct {
+    std::string authorization;
+    bool admitted;
+  } cases[] = {
+      {basic_authorization("admin", "admin"), true},
+      {"Xxxxx " + basic_authorization("admin", "admin").substr(6), true},  // scheme unread
+      {"", false},
+      {"Basic", false},  // too short to hold any
+      {basic_authorization("admin", "wrong"), false},
+      {basic_authorization("ADMIN", "admin"), false},     // names are exact
+      {basic_authorization("operator", "operator"), false},  // level 1
+      {basic_authorization("viewer", "pw2"), false},      // level 2
+      {basic_authorization("nobody", "x"), false},
+      {basic_authorization("admin' or '1'='1", "admin"), false},
+      {"Basic " + std::string(5000, 'Q'), false},
+  };
+  for (const auto& c : cases) {
+    Req r;
+    r.uri = "/PSIA/Security/index";
+    r.authorization = c.authorization;
+    std::string out = camera.request(r);
+    if (c.admitted)
+      EXPECT_EQ(out, document_answer(golden("security_index.xml"))) << c.authorization;
+    else
+      EXPECT_EQ(out, kUnauthorized) << c.authorization;
+  }
+}
+
+TEST(Frame, UnmatchedRequestsAnswerInvalidOperation) {
+  Camera camera;
+  // The request URL is echoed as it stands, query and all.
+  for (const char* uri : {"/PSIA/foo", "/PSIA/Security/AAA/users/", "/PSIA/index",
+                          "/PSIA/System/status?x=<b>&y=%s", "/PSIA/System/Network/interfaces/eth0/",
+                          "/PSIA/System/reboot"})
+    EXPECT_EQ(camera.send("POST", uri), status_answer(uri, 4)) << uri;
+  EXPECT_EQ(camera.send("PATCH", "/PSIA/System/deviceInfo"),
+            status_answer("/PSIA/System/deviceInfo", 4));
+  // Paths and methods are compared without regard to case.
+  EXPECT_EQ(camera.send("get", "/psia/security/index"), document_answer(golden("security_index.xml")));
+}
+
+TEST(Frame, ARequestWithoutPathOrMethodGetsNoAnswer) {
+  Camera camera;
+  psia::RequestParams params;
+  params.method = "GET";
+  std::string auth = basic_authorization("admin", "admin");
+  params.authorization = auth.c_str();
+  psia::StringInput in("");
+  psia::StringOutput out;
+  psia::serve_request(camera.ctx(), params, in, out);
+  EXPECT_EQ(out.text, "");
+}
+
+TEST(Frame, RulesAreTriedInOrderByPathMethodAndLevel) {
+  struct Case {
+    const char* path;
+    const char* method;
+    int level, ptz;
+    psia::handler_call expected;  // empty: no rule takes it
+  } cases[] = {
+      {"/PSIA/System/time/ntpServers/3", "GET", 3, 2, psia::get_ntp_server},
+      // A level-2 DELETE falls through every shorter prefix to no rule.
+      {"/PSIA/System/time/ntpServers/3", "DELETE", 2, 2, {}},
+      {"/PSIA/System/time/ntpServers/3", "DELETE", 1, 2, psia::delete_ntp_server},
+      {"/PSIA/System/time/ntpServers", "POST", 1, 2, psia::post_ntp_server},
+      {"/PSIA/System/reboot", "PUT", 1, 2, {}},  // level 0 only
+      {"/PSIA/System/reboot", "PUT", 0, 2, psia::put_reboot},
+      {"/PSIA/System/Network/interfaces/eth0", "GET", 3, 2, psia::put_network_interface},
+      {"/PSIA/System/Network/interfaces/eth0", "PUT", 0, 2, psia::get_network_interface},
+      {"/PSIA/Custom/Event/triggers/", "GET", 0, 2, psia::get_event_trigger},
+      {"/PSIA/Custom/Event/triggers/Sensor-0/x", "POST", 1, 2, psia::post_trigger_notification},
+      {"/PSIA/Custom/Event/triggers/Sensor-0", "POST", 1, 2, psia::post_trigger},  // falls through
+      {"/PSIA/Custom/Event/triggers/S/notifications/n", "GET", 3, 2,
+       psia::get_trigger_notification},
+      {"/PSIA/PTZ/index", "GET", 0, 1, {}},
+      {"/PSIA/foo", "GET", 0, 1, {}},
+  };
+  for (const Case& c : cases) {
+    psia::route_target target;
+    bool taken = psia::route_request(c.path, c.method, c.level, c.ptz, &target);
+    std::string what = std::string(c.method) + " " + c.path + " level " + std::to_string(c.level);
+    EXPECT_EQ(taken, c.expected.plain || c.expected.text || c.expected.number || c.expected.pair)
+        << what;
+    EXPECT_EQ(target.handler.plain, c.expected.plain) << what;
+    EXPECT_EQ(target.handler.text, c.expected.text) << what;
+    EXPECT_EQ(target.handler.pair, c.expected.pair) << what;
+  }
+}
+
+TEST(Frame, SubPathsGiveTheirHandlersTheirArguments) {
+  Camera camera;
+  // The trigger id and notification id are cut at the slashes.
+  camera.exec("update Event set RelayID=0, FTPServerID=-1, SMTPServerID=-1");
+  EXPECT_NE(camera.get("/PSIA/Custom/Event/triggers/Sensor-0/notifications/Relay-0")
+                .find("<id>Relay-0</id><notificationMethod>IO"),
+            std::string::npos);
+  // The preset number follows "presets/"; "goto" anywhere recalls it.
+  camera.put("/PSIA/PTZ/channels/9/presets/2/goto", "");
+  camera.put("/PSIA/PTZ/channels/9/PRESETS/2/goTo", "");
+  EXPECT_EQ(camera.commands(), (std::vector<std::string>{"53 preset=2", "53 preset=2"}));
+}
+
+TEST(Frame, CatalogueDocuments) {
+  Camera camera;
+  const struct {
+    const char* uri;
+    const char* golden;
+    const char* type;
+  } cases[] = {
+      {"/PSIA/index", "index.xml", kXml},
+      {"/PSIA/index.xml", "index.xml", kXml},  // a prefix match
+      {"/PSIA/indexr", "indexr.xml", kXml},
+      {"/PSIA/description", "description.xml", kXml},
+      {"/PSIA/System/index", "system_index.xml", kXml},
+      {"/PSIA/System/description", "description.xml", kXml},
+      {"/PSIA/System/Network/index", "network_index.xml", kXml},
+      {"/PSIA/System/Network/description", "network_description.xml", kXml},
+      {"/PSIA/System/Audio/index", "audio_index.xml", kXmlUtf8},
+      {"/PSIA/System/Audio/description", "description.xml", kXmlUtf8},
+      {"/PSIA/System/Video/index", "video_index.xml", kXml},
+      {"/PSIA/Security/AAA/index", "aaa_index.xml", kXml},
+      {"/PSIA/Security/AAA/description", "description.xml", kXml},
+      {"/PSIA/Streaming/index", "streaming_index.xml", kXml},
+      {"/PSIA/Custom/index", "custom_index.xml", kXml},
+      {"/PSIA/Custom/description", "description.xml", kXml},
+      {"/PSIA/Custom/Event/index", "event_index.xml", kXml},
+      {"/PSIA/PTZ/index", "ptz_index.xml", kXml},
+      {"/PSIA/PTZ/description", "description.xml", kXml},
+      {"/PSIA/PTZ/channels/description", "ptz_channels_description.xml", kXml},
+  };
+  for (const auto& c : cases) EXPECT_EQ(camera.get(c.uri), document_answer(golden(c.golden), c.type)) << c.uri;
+  // The same documents every time: they are built once.
+  EXPECT_EQ(camera.get("/PSIA/indexr"), document_answer(golden("indexr.xml")));
+}
+
+TEST(Frame, BodiesThatCannotBeReadAnswerDeviceError) {
+  Camera camera;
+  const char* uri = "/PSIA/Custom/Event/schedule";
+  const struct {
+    std::string body;
+    const char* length;  // null: none
+  } cases[] = {
+      {"", nullptr},
+      {"", "0"},
+      {"<EventSchedule/>", "999999999999999999999"},
+      {"<EventSchedule/>", "1048577"},  // over 1 MiB
+      {"<EventSchedule/>", "-5"},
+      {"<EventSchedule/>", "x"},
+      {"<EventSchedule/>", "100"},  // more than arrives
+      {"<EventSchedule><TimeBlockList>", "30"},
+      {"<?xml version=\"1.0\"?><!DOCTYPE EventSchedule><EventSchedule/>", nullptr},
+  };
+  for (const auto& c : cases) {
+    Req r;
+    r.method = "PUT";
+    r.uri = uri;
+    r.body = c.body;
+    r.content_length = c.length;
+    r.no_content_length = c.length == nullptr && c.body.empty();
+    EXPECT_EQ(camera.request(r), status_answer(uri, 3)) << (c.length ? c.length : c.body);
+  }
+  EXPECT_EQ(camera.query("select Week from Event"), "127");  // nothing stored
+}
+
+TEST(Startup, ADatabaseThatCannotBeOpenedStopsTheResponder) {
+  for (const char* replacement : {"", "this is not a database, it is a text file...\n"}) {
+    Camera camera;
+    std::string db = camera.path("/usr/local/korvia/kkorvia.db");
+    ASSERT_EQ(unlink(db.c_str()), 0);
+    if (*replacement != '\0') std::ofstream(db) << replacement;
+    psia::Settings settings = camera.ctx().settings;
+    psia::request_context ctx(settings, camera.clock());
+    std::string errors;
+    std::vector<std::string> syslog;
+    ctx.log.set_stream([&](const char* t, size_t n) { errors.append(t, n); });
+    ctx.log.set_syslog([&](int p, const char* line) { syslog.push_back(std::to_string(p) + " " + line); });
+    EXPECT_FALSE(psia::start_up(ctx));
+    EXPECT_EQ(errors, "PSIA: DB Open Failed\n");
+    EXPECT_EQ(syslog, (std::vector<std::string>{"27 PSIA: DB Open Failed"}));  // daemon.err
+    EXPECT_EQ(access(db.c_str(), F_OK) == 0, *replacement != '\0');  // never created
+  }
+}
+
+TEST(Startup, ThePtzBranchOpensOnlyWithPtzSupportTwo) {
+  for (const char* support : {"0", "1", "2"}) {
+    Camera camera(std::string("update Spec2 set PTZSupport=") + support);
+    bool open = std::string(support) == "2";
+    EXPECT_EQ(camera.get("/PSIA/PTZ/index"),
+              open ? document_answer(golden("ptz_index.xml")) : status_answer("/PSIA/PTZ/index", 4));
+  }
+  Camera empty("delete from Spec2");
+  EXPECT_EQ(empty.get("/PSIA/PTZ/index"), status_answer("/PSIA/PTZ/index", 4));
+}
+
+// The executable itself, as the web server runs it: as a CGI program, and
+// refusing to start without its database.
+TEST(Executable, ServesOneRequestAsACgiProgram) {
+  Camera camera;
+  std::vector<std::string> env = {
+      "PSIA_ROOT=" + camera.root(),
+      "PSIA_REQUEST_QUEUE_KEY=" + std::to_string(camera.ctx().settings.request_queue_key),
+      "PSIA_REPLY_QUEUE_KEY=" + std::to_string(camera.ctx().settings.reply_queue_key),
+      "GATEWAY_INTERFACE=CGI/1.1", "REQUEST_METHOD=GET", "REQUEST_URI=/PSIA/index",
+      "HTTP_AUTHORIZATION=" + basic_authorization("admin", "admin")};
+  ProcessResult answer = run_process({PSIA_RESPONDER_PATH}, env);
+  EXPECT_EQ(answer.exit_status, 0) << answer.err;
+  EXPECT_EQ(answer.out, document_answer(golden("index.xml")));
+
+  env.back() = "HTTP_AUTHORIZATION=";
+  env.push_back("CONTENT_LENGTH=11");
+  EXPECT_EQ(run_process({PSIA_RESPONDER_PATH}, env, "<x></x>....").out, kUnauthorized);
+
+  ASSERT_EQ(unlink(camera.path("/usr/local/korvia/kkorvia.db").c_str()), 0);
+  answer = run_process({PSIA_RESPONDER_PATH}, env);
+  EXPECT_EQ(answer.exit_status, 255);
+  EXPECT_EQ(answer.out, "");
+  EXPECT_EQ(answer.err, "PSIA: DB Open Failed\n");
+}
+
+}  // namespace

@@ -1,0 +1,396 @@
+#include "harness.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include "frame/request_loop.h"
+#include "frame/startup.h"
+#include "io/host_probes.h"
+
+namespace fs = std::filesystem;
+
+namespace psia_test {
+
+namespace {
+
+// One camera root per test binary, made by the project's own script, with
+// the host files it links replaced by fixed ones.
+const std::string& template_root() {
+  static const std::string root = [] {
+    char name[] = "/tmp/psia-template-XXXXXX";
+    if (mkdtemp(name) == nullptr) throw std::runtime_error("mkdtemp failed");
+    std::string made = name;
+    ProcessResult r = run_process(
+        {"/bin/bash", std::string(PSIA_SOURCE_DIR) + "/scripts/make-root.sh", made},
+        {"PATH=/usr/bin:/bin"});
+    if (r.exit_status != 0) throw std::runtime_error("make-root.sh failed: " + r.err);
+    auto replace = [&](const char* file, const char* text) {
+      fs::remove(made + file);
+      std::ofstream(made + file) << text;
+    };
+    replace("/proc/uptime", "12345.67 40000.00\n");
+    replace("/etc/resolv.conf", "search example.net\nnameserver 10.1.1.1\nnameserver 10.1.1.2\n");
+    replace("/proc/net/route",
+            "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n"
+            "eth0\t0007A8C0\t00000000\t0001\t0\t0\t0\t00FFFFFF\t0\t0\t0\n"
+            "eth0\t00000000\t0107A8C0\t0003\t0\t0\t0\t00000000\t0\t0\t0\n");
+    std::atexit([] { fs::remove_all(template_root()); });
+    return made;
+  }();
+  return root;
+}
+
+// Queue keys of this process's own, a fresh pair for every camera.
+int next_key_pair() {
+  static int counter = 0;
+  return 0x5a000000 + ((getpid() & 0xffff) << 8) + 2 * (counter++ & 0x7f);
+}
+
+std::string hex(const std::vector<unsigned char>& bytes) {
+  size_t used = bytes.size();
+  while (used > 0 && bytes[used - 1] == 0) --used;
+  std::string out;
+  char pair[3];
+  for (size_t i = 0; i < used; ++i) {
+    std::snprintf(pair, sizeof pair, "%02x", bytes[i]);
+    out += pair;
+  }
+  return out;
+}
+
+psia::control_message message_of(const psia::SimCommand& c) {
+  psia::control_message m(c.code);
+  std::copy(c.payload.begin(), c.payload.end(), m.payload);
+  return m;
+}
+
+psia::Log& quiet_log() {
+  static psia::Log log;
+  log.set_stream(nullptr);
+  return log;
+}
+
+}  // namespace
+
+const char kXml[] = "Content-Type: application/xml\r\n\r\n";
+const char kXmlUtf8[] = "Content-Type: application/xml; charset=\"UTF-8\"\r\n\r\n";
+const char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n";
+
+timeval TestClock::wall_time() {
+  return {static_cast<time_t>(wall_start + now_us / 1000000),
+          static_cast<suseconds_t>(now_us % 1000000)};
+}
+
+void TestClock::sleep_us(int64_t us) {
+  now_us += us;
+  if (on_sleep) on_sleep();
+}
+
+std::string basic_authorization(const std::string& user, const std::string& password) {
+  static const char alphabet[] =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string in = user + ":" + password, out;
+  for (size_t i = 0; i < in.size(); i += 3) {
+    unsigned v = static_cast<unsigned char>(in[i]) << 16;
+    if (i + 1 < in.size()) v |= static_cast<unsigned char>(in[i + 1]) << 8;
+    if (i + 2 < in.size()) v |= static_cast<unsigned char>(in[i + 2]);
+    out += alphabet[(v >> 18) & 63];
+    out += alphabet[(v >> 12) & 63];
+    out += i + 1 < in.size() ? alphabet[(v >> 6) & 63] : '=';
+    out += i + 2 < in.size() ? alphabet[v & 63] : '=';
+  }
+  return "Basic " + out;
+}
+
+Camera::Camera(const std::string& sql) {
+  char name[] = "/tmp/psia-camera-XXXXXX";
+  if (mkdtemp(name) == nullptr) throw std::runtime_error("mkdtemp failed");
+  root_ = name;
+  fs::copy(template_root(), root_, fs::copy_options::recursive | fs::copy_options::copy_symlinks |
+                                       fs::copy_options::overwrite_existing);
+  if (!sql.empty()) exec(sql);
+  // Local time is UTC unless a test's PUT time says otherwise.
+  setenv("TZ", "UTC0", 1);
+
+  psia::SimOptions options;
+  options.request_key = next_key_pair();
+  options.reply_key = options.request_key + 1;
+  options.transfer_dir = path("/usr/local/httpd/htdocs/Web/updownload");
+  sim_ = std::make_unique<psia::ControlSimulator>(options);
+  if (!sim_->create_queues()) throw std::runtime_error("cannot create the daemon's queues");
+  clock_.on_sleep = [this] {
+    int64_t now_ms = clock_.now_us / 1000;
+    while (sim_->serve_one(false, now_ms)) {
+    }
+    sim_->release_due(now_ms);
+  };
+
+  psia::Settings settings;
+  settings.root = root_;
+  settings.request_queue_key = options.request_key;
+  settings.reply_queue_key = options.reply_key;
+  settings.host_name = "camera-host";
+  ctx_ = std::make_unique<psia::request_context>(settings, clock_);
+  ctx_->log.set_stream([this](const char* text, size_t size) { errors_.append(text, size); });
+  ctx_->log.set_syslog([this](int priority, const char* line) {
+    syslog_.push_back(std::to_string(priority) + " " + line);
+  });
+  started_ = psia::start_up(*ctx_);
+}
+
+Camera::~Camera() {
+  ctx_.reset();
+  sim_.reset();
+  std::error_code ignored;
+  fs::remove_all(root_, ignored);
+}
+
+std::string Camera::request(const Req& r) {
+  std::string length = r.content_length != nullptr ? r.content_length : std::to_string(r.body.size());
+  psia::RequestParams params;
+  params.method = r.method.c_str();
+  params.uri = r.uri.c_str();
+  params.query = r.query.empty() ? nullptr : r.query.c_str();
+  params.authorization = r.authorization.empty() ? nullptr : r.authorization.c_str();
+  bool has_length = !r.no_content_length && (r.content_length != nullptr || !r.body.empty() ||
+                                             r.method != "GET");
+  params.content_length = has_length ? length.c_str() : nullptr;
+  params.remote_addr = "192.0.2.10";
+  psia::StringInput in(r.body);
+  psia::StringOutput out;
+  psia::serve_request(*ctx_, params, in, out);
+  return out.text;
+}
+
+std::string Camera::get(const std::string& uri) {
+  Req r;
+  r.uri = uri;
+  return request(r);
+}
+
+std::string Camera::put(const std::string& uri, const std::string& body) {
+  return send("PUT", uri, body);
+}
+
+std::string Camera::send(const std::string& method, const std::string& uri,
+                         const std::string& body, const std::string& query) {
+  Req r;
+  r.method = method;
+  r.uri = uri;
+  r.body = body;
+  r.query = query;
+  return request(r);
+}
+
+std::string Camera::rows(const std::string& sql) const {
+  sqlite3* db = nullptr;
+  std::string out;
+  if (sqlite3_open_v2(path("/usr/local/korvia/kkorvia.db").c_str(), &db, SQLITE_OPEN_READONLY,
+                      nullptr) == SQLITE_OK) {
+    sqlite3_stmt* stmt = nullptr;
+    if (sqlite3_prepare_v2(db, sql.c_str(), -1, &stmt, nullptr) == SQLITE_OK) {
+      while (sqlite3_step(stmt) == SQLITE_ROW) {
+        if (!out.empty()) out += "\n";
+        for (int c = 0; c < sqlite3_column_count(stmt); ++c) {
+          const unsigned char* cell = sqlite3_column_text(stmt, c);
+          out += (c > 0 ? "|" : "") + std::string(cell != nullptr ? reinterpret_cast<const char*>(cell) : "");
+        }
+      }
+    }
+    sqlite3_finalize(stmt);
+  }
+  sqlite3_close(db);
+  return out;
+}
+
+std::string Camera::query(const std::string& sql) const {
+  std::string all = rows(sql);
+  return all.substr(0, all.find_first_of("|\n"));
+}
+
+void Camera::exec(const std::string& sql) const {
+  sqlite3* db = nullptr;
+  if (sqlite3_open(path("/usr/local/korvia/kkorvia.db").c_str(), &db) != SQLITE_OK ||
+      sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) {
+    std::string error = sqlite3_errmsg(db);
+    sqlite3_close(db);
+    throw std::runtime_error("fixture SQL failed: " + error);
+  }
+  sqlite3_close(db);
+}
+
+std::vector<std::string> Camera::commands() const {
+  std::vector<std::string> out;
+  for (const psia::SimCommand& c : sim_->commands()) {
+    std::string fields = psia::ControlSimulator::decode_fields(message_of(c));
+    out.push_back(std::to_string(c.code) + (fields.empty() ? "" : " " + fields));
+  }
+  return out;
+}
+
+std::vector<std::string> Camera::payloads() const {
+  std::vector<std::string> out;
+  for (const psia::SimCommand& c : sim_->commands())
+    out.push_back(std::to_string(c.code) + " " + hex(c.payload));
+  return out;
+}
+
+void run_cases(const std::vector<Case>& cases) {
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.method + " " + c.uri + " " + c.query + " " + c.body.substr(0, 160));
+    Camera camera(c.setup);
+    for (const auto& [command, status] : c.daemon) camera.daemon().status[command] = status;
+    Req r;
+    r.method = c.method;
+    r.uri = c.uri;
+    r.body = c.body;
+    r.query = c.query;
+    std::string out = camera.request(r);
+    if (!c.answer.empty())
+      EXPECT_EQ(out, c.answer);
+    else
+      EXPECT_EQ(out, c.status == kNoAnswer ? "" : status_answer(c.uri, c.status));
+    EXPECT_EQ(camera.commands(), c.commands);
+    for (const auto& [sql, expected] : c.rows) EXPECT_EQ(camera.rows(sql), expected) << sql;
+  }
+}
+
+std::string document_answer(const std::string& body, const char* content_type) {
+  return "Content-Length: " + std::to_string(body.size()) + "\r\n" + content_type + body;
+}
+
+std::string status_answer(const std::string& uri, int code) {
+  static const char* const texts[] = {"OK",
+                                      "Device Busy",
+                                      "Device Error",
+                                      "Invalid Operation",
+                                      "Invalid XML Format",
+                                      "Invalid XML Content",
+                                      "Reboot Required"};
+  return document_answer(
+      "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n"
+      "<ResponseStatus version=\"1.0\" xmlns=\"urn:psialliance-org\">\n"
+      "<requestURL>" + uri + "</requestURL>\n"
+      "<statusCode>" + std::to_string(code) + "</statusCode>\n"
+      "<!-- O=1-OK, 2-Device Busy, 3-Device Error, 4-Invalid Operation, "
+      "5-Invalid XML Format, 6-Invalid XML content; 7-Reboot Required -->\n"
+      "<statusString>" + texts[code - 1] + "</statusString>\n"
+      "<id>1</id>\n"
+      "</ResponseStatus>\n",
+      kXmlUtf8);
+}
+
+std::string golden(const std::string& name) {
+  std::ifstream in(std::string(PSIA_SOURCE_DIR) + "/tests/golden/" + name, std::ios::binary);
+  if (!in) throw std::runtime_error("no golden document " + name);
+  std::stringstream s;
+  s << in.rdbuf();
+  // Host-specific values stand as ${NAME} in the documents.
+  std::string text = s.str();
+  const std::pair<const char*, std::string> values[] = {
+      {"${MAC}", host_mac()}, {"${IP}", host_address()}, {"${MASK}", host_mask()}};
+  for (const auto& [token, value] : values)
+    for (size_t at = text.find(token); at != std::string::npos; at = text.find(token))
+      text.replace(at, std::strlen(token), value);
+  return text;
+}
+
+std::string host_address() {
+  char text[psia::kIpv4TextSize];
+  psia::format_ipv4(psia::read_ip_address(quiet_log(), "eth0"), text);
+  return text;
+}
+
+std::string host_mask() {
+  char text[psia::kIpv4TextSize];
+  psia::format_ipv4(psia::read_subnet_mask(quiet_log(), "eth0"), text);
+  return text;
+}
+
+std::string host_mac() {
+  unsigned char mac[6] = {0, 0, 0, 0, 0, 0};
+  psia::read_mac_address(quiet_log(), "eth0", mac);
+  char text[18];
+  std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3],
+                mac[4], mac[5]);
+  return text;
+}
+
+ProcessResult run_process(const std::vector<std::string>& argv, std::vector<std::string> env,
+                          const std::string& input) {
+  for (const char* pass : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"})
+    if (const char* v = getenv(pass)) env.push_back(std::string(pass) + "=" + v);
+  std::vector<std::string> command = argv;
+#ifdef PSIA_TEST_EMULATOR
+  if (argv[0] != "/bin/bash") {
+    std::vector<std::string> words;
+    std::istringstream emulator(PSIA_TEST_EMULATOR);
+    for (std::string word; emulator >> word;) words.push_back(word);
+    command.insert(command.begin(), words.begin(), words.end());
+  }
+#endif
+  int in[2], out[2], err[2];
+  if (pipe(in) != 0 || pipe(out) != 0 || pipe(err) != 0) throw std::runtime_error("pipe failed");
+  pid_t pid = fork();
+  if (pid == 0) {
+    dup2(in[0], 0);
+    dup2(out[1], 1);
+    dup2(err[1], 2);
+    for (int fd : {in[0], in[1], out[0], out[1], err[0], err[1]}) close(fd);
+    std::vector<char*> args, envp;
+    for (const std::string& a : command) args.push_back(const_cast<char*>(a.c_str()));
+    args.push_back(nullptr);
+    for (const std::string& e : env) envp.push_back(const_cast<char*>(e.c_str()));
+    envp.push_back(nullptr);
+    execve(args[0], args.data(), envp.data());
+    _exit(127);
+  }
+  close(in[0]);
+  close(out[1]);
+  close(err[1]);
+  signal(SIGPIPE, SIG_IGN);
+  ssize_t ignored = write(in[1], input.data(), input.size());
+  (void)ignored;
+  close(in[1]);
+  ProcessResult result;
+  int open_outputs = 2;
+  while (open_outputs > 0) {
+    pollfd fds[2] = {{out[0], POLLIN, 0}, {err[0], POLLIN, 0}};
+    if (poll(fds, 2, 300000) <= 0) break;
+    for (int i = 0; i < 2; ++i) {
+      if (fds[i].fd < 0 || fds[i].revents == 0) continue;
+      char chunk[4096];
+      ssize_t n = read(fds[i].fd, chunk, sizeof chunk);
+      if (n > 0) {
+        (i == 0 ? result.out : result.err).append(chunk, static_cast<size_t>(n));
+      } else if (n == 0 || errno != EINTR) {
+        close(fds[i].fd);
+        (i == 0 ? out[0] : err[0]) = -1;
+        --open_outputs;
+      }
+    }
+  }
+  for (int fd : {out[0], err[0]})
+    if (fd >= 0) close(fd);
+  int status = 0;
+  waitpid(pid, &status, 0);
+  result.exit_status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return result;
+}
+
+}  // namespace psia_test

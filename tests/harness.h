@@ -1,0 +1,145 @@
+// The request-level harness: a camera made fresh for each test (its own
+// root, database and control daemon simulator) served in this process
+// through the responder's own request entry, the one the fuzz targets use.
+//
+// Time is the test's: the camera's clock reads 2011-05-12T10:20:30 UTC,
+// and every wait (the busy handler, the control daemon) advances a virtual
+// clock instead of sleeping. The simulator is served whenever the responder
+// waits, so slow, silent and late daemons are exact and cost nothing.
+#ifndef PSIA_TESTS_HARNESS_H
+#define PSIA_TESTS_HARNESS_H
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "control_sim.h"
+#include "io/request_context.h"
+
+namespace psia_test {
+
+class TestClock final : public psia::Clock {
+ public:
+  static constexpr time_t kStart = 1305195630;  // 2011-05-12T10:20:30Z
+  timeval wall_time() override;
+  int64_t monotonic_us() override { return now_us; }
+  void sleep_us(int64_t us) override;
+
+  time_t wall_start = kStart;
+  int64_t now_us = 0;
+  std::function<void()> on_sleep;
+};
+
+std::string basic_authorization(const std::string& user, const std::string& password);
+
+struct Req {
+  std::string method = "GET";
+  std::string uri;
+  std::string body;
+  std::string query;  // QUERY_STRING; absent when empty
+  // The Authorization header; empty sends none.
+  std::string authorization = basic_authorization("admin", "admin");
+  // CONTENT_LENGTH: the body's size unless given; none for a bodiless GET.
+  const char* content_length = nullptr;
+  bool no_content_length = false;
+};
+
+class Camera {
+ public:
+  // `sql` runs on the fresh camera's database before start-up.
+  explicit Camera(const std::string& sql = "");
+  ~Camera();
+  Camera(const Camera&) = delete;
+  Camera& operator=(const Camera&) = delete;
+
+  // Serves one request; everything it wrote.
+  std::string request(const Req& r);
+  std::string get(const std::string& uri);
+  std::string put(const std::string& uri, const std::string& body);
+  std::string send(const std::string& method, const std::string& uri,
+                   const std::string& body = "", const std::string& query = "");
+
+  // The first cell of a query on the database ("" when none), or every
+  // row joined by "|" columns and "\n" rows.
+  std::string query(const std::string& sql) const;
+  std::string rows(const std::string& sql) const;
+  void exec(const std::string& sql) const;
+  std::string path(const std::string& absolute) const { return root_ + absolute; }
+  const std::string& root() const { return root_; }
+
+  // The control daemon: what it is told to do, and the commands it got as
+  // "code fields" lines.
+  psia::SimOptions& daemon() { return sim_->options(); }
+  std::vector<std::string> commands() const;
+  std::vector<std::string> payloads() const;  // hex, trailing zero bytes cut
+  void forget_commands() { sim_->clear_commands(); }
+
+  psia::request_context& ctx() { return *ctx_; }
+  TestClock& clock() { return clock_; }
+  bool started() const { return started_; }
+  const std::string& errors() const { return errors_; }
+  const std::vector<std::string>& syslog() const { return syslog_; }
+
+ private:
+  std::string root_;
+  TestClock clock_;
+  std::unique_ptr<psia::ControlSimulator> sim_;
+  std::unique_ptr<psia::request_context> ctx_;
+  std::string errors_;
+  std::vector<std::string> syslog_;
+  bool started_ = false;
+};
+
+// One row of a request table: a request to a fresh camera, and everything
+// it must leave behind.
+struct Case {
+  std::string method;
+  std::string uri;
+  std::string body;
+  // The answer: a ResponseStatus code, or (when `answer` is set) the exact
+  // bytes; kNoAnswer for none at all.
+  int status = 0;
+  std::string answer;
+  // The commands the daemon got, as Camera::commands() shows them.
+  std::vector<std::string> commands = {};
+  // Queries on the database afterwards, and the rows each must give (as
+  // Camera::rows() shows them).
+  std::vector<std::pair<std::string, std::string>> rows = {};
+  std::string setup = "";  // SQL on the camera before the request
+  std::string query = "";  // QUERY_STRING
+  std::vector<std::pair<int, int>> daemon = {};  // reply status per command
+};
+constexpr int kNoAnswer = -1;
+// Runs each case on a camera of its own.
+void run_cases(const std::vector<Case>& cases);
+
+// The exact bytes of a document answer and of a ResponseStatus answer.
+extern const char kXml[];      // "Content-Type: application/xml\r\n\r\n"
+extern const char kXmlUtf8[];  // ... charset="UTF-8" ...
+extern const char kDeclaration[];  // the GET documents' XML declaration
+std::string document_answer(const std::string& body, const char* content_type = kXml);
+std::string status_answer(const std::string& uri, int code);
+// A golden document of tests/golden/ (without its headers).
+std::string golden(const std::string& name);
+
+// The eth0 address, mask and hardware address of the machine the tests run
+// on, as the responder reads them.
+std::string host_address();
+std::string host_mask();
+std::string host_mac();
+
+// What one process run produced.
+struct ProcessResult {
+  std::string out;
+  std::string err;
+  int exit_status = -1;  // -1 when it died of a signal
+};
+// Runs argv with exactly `env` (and the sanitizer settings of this
+// process), feeding `input` on its standard input.
+ProcessResult run_process(const std::vector<std::string>& argv, std::vector<std::string> env,
+                          const std::string& input = "");
+
+}  // namespace psia_test
+
+#endif  // PSIA_TESTS_HARNESS_H

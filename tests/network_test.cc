@@ -1,0 +1,189 @@
+// The Network branch: eth0 as the host sees it, its stored addressing, and
+// the updates the daemon applies in one or two steps. The host probes are
+// also tested directly, against fixture files and the loopback interface.
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <fstream>
+
+#include "harness.h"
+#include "io/host_probes.h"
+#include "util/log.h"
+
+using namespace psia_test;
+
+namespace {
+
+const char kIp[] = "/PSIA/System/Network/interfaces/eth0/ipAddress";
+const char kInterface[] = "/PSIA/System/Network/interfaces/eth0";
+const char kRow[] =
+    "select ConnectionType, IpAddress, SubnetMask, Gateway, PrimaryDNS, SecondaryDNS from Network";
+const char kSeededRow[] = "0|192.168.1.100|255.255.255.0|192.168.1.1|192.168.1.1|8.8.8.8";
+
+std::string static_settings(const std::string& secondary) {
+  return "<ipVersion>v4</ipVersion><addressingType>static</addressingType>"
+         "<ipAddress>10.9.8.7</ipAddress><subnetMask>255.255.0.0</subnetMask>"
+         "<DefaultGateway><ipAddress>10.9.0.1</ipAddress></DefaultGateway>"
+         "<PrimaryDNS><ipAddress>x</ipAddress><ipAddress>10.9.0.53</ipAddress></PrimaryDNS>" +
+         secondary;
+}
+std::string static_body(const std::string& secondary) {
+  return "<IPAddress version=\"1.0\">" + static_settings(secondary) + "</IPAddress>";
+}
+const char kDhcpBody[] =
+    "<IPAddress><ipVersion>v4</ipVersion><addressingType>DHCP</addressingType>"
+    "<ipAddress>10.9.8.7</ipAddress></IPAddress>";
+
+TEST(Network, DocumentsShowTheLiveInterface) {
+  const std::string discovery =
+      std::string("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n") +
+      "<Discovery version=\"1.0\" xmlns=\"urn:psialliance-org\">\n    <Zeroconf>\n"
+      "        <enabled>true</enabled>\n    </Zeroconf>\n</Discovery>\n";
+  run_cases({
+      {"GET", kIp, "", 0, document_answer(golden("ip_address.xml"))},
+      {"GET", "/PSIA/System/Network/interfaces", "", 0, document_answer(golden("interfaces.xml"))},
+      {"PUT", kInterface, "", 0, document_answer(golden("interface.xml"))},  // crossed: PUT answers the document
+      {"GET", "/PSIA/System/Network/interfaces/eth0/discovery", "", 0, document_answer(discovery)},
+      {"PUT", "/PSIA/System/Network/interfaces/eth0/discovery", "<Discovery/>", 1},
+  });
+}
+
+TEST(Network, AddressingTypeAndMissingHostFiles) {
+  for (const auto& [sql, type] : std::vector<std::pair<std::string, std::string>>{
+           {"update Network set ConnectionType=0", "static"},
+           {"update Network set ConnectionType=1", "dynamic"},
+           {"delete from Network", "dynamic"}}) {
+    Camera camera(sql);
+    unlink(camera.path("/proc/net/route").c_str());
+    unlink(camera.path("/etc/resolv.conf").c_str());
+    std::string expected = golden("ip_address.xml");
+    expected.replace(expected.find("static"), 6, type);
+    expected.replace(expected.find("192.168.7.1"), 11, "255.255.255.255");
+    expected.replace(expected.find("10.1.1.1"), 8, "");
+    expected.replace(expected.find("10.1.1.2"), 8, "");
+    EXPECT_EQ(camera.get(kIp), document_answer(expected)) << sql;
+    EXPECT_EQ(camera.errors(), "Do not support /proc file system?\n");
+  }
+}
+
+TEST(Network, UpdatesAreStoredAndAppliedInTheirSteps) {
+  const char* secondary = "<SecondaryDNS><ipAddress>10.9.0.54</ipAddress></SecondaryDNS>";
+  run_cases({
+      {"PUT", kIp, static_body(secondary), 1, "", {"41", "42"},
+       {{kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|10.9.0.54"}},
+       "update Network set ConnectionType=1"},
+      // Without a secondary server the stored one stays.
+      {"PUT", kIp, static_body(""), 1, "", {"41", "42"},
+       {{kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|8.8.8.8"}}},
+      {"PUT", kIp, static_body("<SecondaryDNS><ipAddress/></SecondaryDNS>"), 1, "", {"41", "42"},
+       {{kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|8.8.8.8"}}},
+      // DHCP (or any type but static) stores only the mode.
+      {"PUT", kIp, kDhcpBody, 1, "", {"41"},
+       {{kRow, "1|192.168.1.100|255.255.255.0|192.168.1.1|192.168.1.1|8.8.8.8"}}},
+      {"GET", kInterface, "<NetworkInterface><id>ETH0</id><IPAddress>" + static_settings("") +
+                              "</IPAddress></NetworkInterface>",
+       1, "", {"41", "42"}, {{kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|8.8.8.8"}}},
+      // The daemon's replies are answered as they come.
+      {"PUT", kIp, static_body(""), 3, "", {"41"}, {}, "", "", {{41, 3}}},
+      {"PUT", kIp, static_body(""), 2, "", {"41", "42"}, {}, "", "", {{42, 2}}},
+      {"PUT", kIp, kDhcpBody, 2, "", {"41"}, {}, "", "", {{41, 2}}},
+      // Refused: nothing stored, nothing sent.
+      {"PUT", kIp, "<NetworkInterface/>", 5, "", {}, {{kRow, kSeededRow}}},
+      {"PUT", kIp, "not xml", 3},
+      {"PUT", kIp, "", 3},
+      {"PUT", kIp, "<IPAddress><ipVersion>v6</ipVersion><addressingType>static</addressingType></IPAddress>",
+       3, "", {}, {{kRow, kSeededRow}}},
+      {"PUT", kIp, "<IPAddress><ipAddress>10.0.0.9</ipAddress></IPAddress>", 3, "", {}, {{kRow, kSeededRow}}},
+      {"PUT", kIp, "<IPAddress/>", 3},
+      {"GET", kInterface, "", 3},  // a plain GET carries no body
+      {"GET", kInterface, "<IPAddress/>", 5},
+      {"GET", kInterface, "<NetworkInterface><id>eth0</id></NetworkInterface>", 3},
+      {"GET", kInterface,
+       "<NetworkInterface><id>eth1</id><IPAddress><addressingType>dhcp</addressingType></IPAddress>"
+       "</NetworkInterface>",
+       3, "", {}, {{kRow, kSeededRow}}},
+  });
+}
+
+std::string dotted(uint32_t address) {
+  char text[psia::kIpv4TextSize];
+  psia::format_ipv4(address, text);
+  return text;
+}
+
+TEST(HostProbes, GatewayAndNameServersFromTheirFiles) {
+  Camera camera;
+  const std::string header =
+      "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n";
+  const struct {
+    const char* table;  // null: no file
+    const char* gateway;
+    const char* errors;
+  } routes[] = {
+      {"eth0\t00000000\t010200C0\t0003\n", "192.0.2.1", ""},
+      {nullptr, "255.255.255.255", "Do not support /proc file system?\n"},
+      {"eth0\t000200C0\t00000000\t0001\n", "255.255.255.255", ""},  // no default route
+      {"eth0\t000200C0\t00000000\t0001\neth0\t00000000\t0101A8C0\t0003\neth0\t00000000\t0201A8C0\t0003\n",
+       "192.168.1.1", ""},  // the first gateway wins
+      {"eth1\t00000000\t0100000A\t0003\neth0\t00000000\t0200000A\t0003\n", "10.0.0.2", ""},
+      {"eth0\t00000000\n", "255.255.255.255", "Unable to read routing table!\n"},
+  };
+  std::string route = camera.path("/proc/net/route");
+  for (const auto& c : routes) {
+    psia::Log log;
+    std::string errors;
+    log.set_stream([&](const char* t, size_t n) { errors.append(t, n); });
+    unlink(route.c_str());
+    if (c.table != nullptr) std::ofstream(route) << header + c.table;
+    EXPECT_EQ(dotted(psia::read_default_gateway(log, route, "eth0")), c.gateway) << c.table;
+    EXPECT_EQ(errors, c.errors);
+  }
+  const struct {
+    const char* resolv;  // null: no file
+    int result;
+    const char* primary;
+    const char* secondary;
+  } resolvers[] = {
+      {nullptr, -1, "", ""},
+      {"nameserver 8.8.8.8\n", -1, "8.8.8.8", ""},
+      {"nameserver 1.1.1.1\nnameserver 2.2.2.2\nnameserver 3.3.3.3\n", 0, "1.1.1.1", "2.2.2.2"},
+      {"nameserver 1.1.1.1\nnameserver dns.example.net\nnameserver 3.3.3.3\n", -1, "1.1.1.1", ""},
+      {"# nameserver 9.9.9.9\nnameserver\t4.4.4.4\noptions ndots:2\nnameserver 5.5.5.5", 0, "4.4.4.4",
+       "5.5.5.5"},
+      {"search example.net\n", -1, "", ""},
+  };
+  std::string resolv = camera.path("/etc/resolv.conf");
+  for (const auto& c : resolvers) {
+    unlink(resolv.c_str());
+    if (c.resolv != nullptr) std::ofstream(resolv) << c.resolv;
+    char primary[psia::kIpv4TextSize] = "stale", secondary[psia::kIpv4TextSize] = "stale";
+    EXPECT_EQ(psia::read_name_servers(resolv, primary, secondary), c.result) << c.resolv;
+    EXPECT_STREQ(primary, c.primary);
+    EXPECT_STREQ(secondary, c.secondary);
+  }
+}
+
+TEST(HostProbes, InterfaceIoctls) {
+  psia::Log log;
+  std::string errors;
+  log.set_stream([&](const char* t, size_t n) { errors.append(t, n); });
+  EXPECT_EQ(psia::read_ip_address(log, "lo"), htonl(0x7F000001));
+  EXPECT_EQ(psia::read_subnet_mask(log, "lo"), htonl(0xFF000000));
+  unsigned char mac[6] = {1, 1, 1, 1, 1, 1};
+  EXPECT_EQ(psia::read_mac_address(log, "lo", mac), 0);
+  EXPECT_EQ(std::memcmp(mac, "\0\0\0\0\0\0", 6), 0);
+  EXPECT_EQ(errors, "");
+  // A name longer than the kernel's 15 characters is cut, not overrun.
+  const char* missing = "nosuchinterface-with-a-long-name";
+  EXPECT_EQ(psia::read_ip_address(log, missing), psia::kProbeFailed);
+  EXPECT_EQ(psia::read_subnet_mask(log, missing), psia::kProbeFailed);
+  unsigned char untouched[6] = {9, 9, 9, 9, 9, 9};
+  EXPECT_EQ(psia::read_mac_address(log, missing, untouched), -1);
+  EXPECT_EQ(untouched[0], 9);
+  EXPECT_EQ(errors, std::string("Unable to read IP address!, err: ") + std::strerror(ENODEV) +
+                        "\nUnable to read subnet mask!\nUnable to read MAC address!\n");
+}
+
+}  // namespace
