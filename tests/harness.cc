@@ -29,30 +29,38 @@ namespace psia_test {
 namespace {
 
 // One camera root per test binary, made by the project's own script, with
-// the host files it links replaced by fixed ones.
+// the host files it links replaced by fixed ones; removed at exit.
+struct TemplateRoot {
+  TemplateRoot();
+  ~TemplateRoot() {
+    std::error_code ignored;
+    fs::remove_all(path, ignored);
+  }
+  std::string path;
+};
+
+TemplateRoot::TemplateRoot() {
+  char name[] = "/tmp/psia-template-XXXXXX";
+  if (mkdtemp(name) == nullptr) throw std::runtime_error("mkdtemp failed");
+  path = name;
+  ProcessResult r = run_process({"/bin/bash", std::string(PSIA_SOURCE_DIR) + "/scripts/make-root.sh", path},
+                                {"PATH=/usr/bin:/bin"});
+  if (r.exit_status != 0) throw std::runtime_error("make-root.sh failed: " + r.err);
+  auto replace = [&](const char* file, const char* text) {
+    fs::remove(path + file);
+    std::ofstream(path + file) << text;
+  };
+  replace("/proc/uptime", "12345.67 40000.00\n");
+  replace("/etc/resolv.conf", "search example.net\nnameserver 10.1.1.1\nnameserver 10.1.1.2\n");
+  replace("/proc/net/route",
+          "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n"
+          "eth0\t0007A8C0\t00000000\t0001\t0\t0\t0\t00FFFFFF\t0\t0\t0\n"
+          "eth0\t00000000\t0107A8C0\t0003\t0\t0\t0\t00000000\t0\t0\t0\n");
+}
+
 const std::string& template_root() {
-  static const std::string root = [] {
-    char name[] = "/tmp/psia-template-XXXXXX";
-    if (mkdtemp(name) == nullptr) throw std::runtime_error("mkdtemp failed");
-    std::string made = name;
-    ProcessResult r = run_process(
-        {"/bin/bash", std::string(PSIA_SOURCE_DIR) + "/scripts/make-root.sh", made},
-        {"PATH=/usr/bin:/bin"});
-    if (r.exit_status != 0) throw std::runtime_error("make-root.sh failed: " + r.err);
-    auto replace = [&](const char* file, const char* text) {
-      fs::remove(made + file);
-      std::ofstream(made + file) << text;
-    };
-    replace("/proc/uptime", "12345.67 40000.00\n");
-    replace("/etc/resolv.conf", "search example.net\nnameserver 10.1.1.1\nnameserver 10.1.1.2\n");
-    replace("/proc/net/route",
-            "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n"
-            "eth0\t0007A8C0\t00000000\t0001\t0\t0\t0\t00FFFFFF\t0\t0\t0\n"
-            "eth0\t00000000\t0107A8C0\t0003\t0\t0\t0\t00000000\t0\t0\t0\n");
-    std::atexit([] { fs::remove_all(template_root()); });
-    return made;
-  }();
-  return root;
+  static const TemplateRoot root;
+  return root.path;
 }
 
 // Queue keys of this process's own, a fresh pair for every camera.
@@ -89,7 +97,7 @@ psia::Log& quiet_log() {
 
 const char kXml[] = "Content-Type: application/xml\r\n\r\n";
 const char kXmlUtf8[] = "Content-Type: application/xml; charset=\"UTF-8\"\r\n\r\n";
-const char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n";
+const std::string kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n";
 
 timeval TestClock::wall_time() {
   return {static_cast<time_t>(wall_start + now_us / 1000000),

@@ -117,7 +117,7 @@ void run_cases(const std::vector<Case>& cases);
 // The exact bytes of a document answer and of a ResponseStatus answer.
 extern const char kXml[];      // "Content-Type: application/xml\r\n\r\n"
 extern const char kXmlUtf8[];  // ... charset="UTF-8" ...
-extern const char kDeclaration[];  // the GET documents' XML declaration
+extern const std::string kDeclaration;  // the GET documents' XML declaration
 std::string document_answer(const std::string& body, const char* content_type = kXml);
 std::string status_answer(const std::string& uri, int code);
 // A golden document of tests/golden/ (without its headers).

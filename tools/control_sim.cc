@@ -45,8 +45,9 @@ const char* meaning(int code) {
   }
 }
 
-// The payload fields of a command, as "name=value" words.
-std::string decode_fields(const control_message& m) {
+}  // namespace
+
+std::string ControlSimulator::decode_fields(const control_message& m) {
   char line[1400] = "";
   switch (m.command) {
     case kCommandVideoInput:
@@ -73,12 +74,13 @@ std::string decode_fields(const control_message& m) {
       break;
     case kCommandPtzKeyValue: {
       using P = PtzKeyValuePayload;
+      // Every pair in its place; "-" for an empty one.
       std::string pairs;
       for (size_t i = 0; i < P::kPairs; ++i) {
         std::string key = text_at(m, P::name(i), P::kTextWidth);
-        if (key.empty()) continue;
-        if (!pairs.empty()) pairs += ' ';
-        pairs += key + "=" + text_at(m, P::value(i), P::kTextWidth);
+        std::string value = text_at(m, P::value(i), P::kTextWidth);
+        if (i > 0) pairs += ' ';
+        pairs += key.empty() && value.empty() ? "-" : key + "=" + value;
       }
       std::snprintf(line, sizeof line, "%s", pairs.c_str());
       break;
@@ -96,8 +98,6 @@ std::string decode_fields(const control_message& m) {
   }
   return line;
 }
-
-}  // namespace
 
 SimOptions::SimOptions() : position_frame(kHomeFrame, kHomeFrame + sizeof kHomeFrame) {}
 

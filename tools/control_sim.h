@@ -73,6 +73,8 @@ class ControlSimulator {
   // The command decoded, one line ("command 7 (set time zone) from 1234:
   // zone=\"Japan\"").
   static std::string describe(const control_message& m, bool answered);
+  // Its payload fields alone, as "name=value" words ("zone=\"Japan\"").
+  static std::string decode_fields(const control_message& m);
 
  private:
   control_message reply_to(const control_message& request);

@@ -1,0 +1,255 @@
+// The Event branch: the trigger and its notifications, the schedule, the
+// notification destinations and the combined event document. No command
+// goes to the control daemon: the event daemon reads the tables itself.
+#include <gtest/gtest.h>
+
+#include "harness.h"
+
+using namespace psia_test;
+
+namespace {
+
+const std::string kNs = " version=\"1.0\" xmlns=\"urn:psialliance-org\"";
+const std::string kTriggers = "/PSIA/Custom/Event/triggers";
+const std::string kSensor = kTriggers + "/Sensor-0";
+const char kEventRow[] =
+    "select MinTimeInterval, RelayID, FTPServerID, SMTPServerID, (select ControlDuration from Relay) from Event";
+
+std::string notification(const std::string& id, const std::string& method, const std::string& relay = "") {
+  return "<EventTriggerNotification" + kNs + "><id>" + id + "</id><notificationMethod>" + method +
+         "</notificationMethod>" + relay + "</EventTriggerNotification>";
+}
+std::string trigger(const std::string& id, const std::string& notifications) {
+  return "<EventTrigger" + kNs + "><id>" + id +
+         "</id><eventType>IO</eventType><inputIOPortID>0</inputIOPortID><intervalBetweenEvents>10"
+         "</intervalBetweenEvents>" +
+         notifications + "</EventTrigger>";
+}
+const std::string kSeededNotifications =
+    "<EventTriggerNotificationList" + kNs + ">" +
+    notification("Relay-0", "IO", "<notificationInterval>5000</notificationInterval><outputIOPortID>0</outputIOPortID>") +
+    notification("ftp-archive", "FTP") + notification("mail-security", "email") + "</EventTriggerNotificationList>";
+
+TEST(EventTrigger, Documents) {
+  const char* plain = "update Event set RelayID=-1, FTPServerID=-1, SMTPServerID=-1; delete from Sensor";
+  run_cases({
+      {"GET", kTriggers, "", 0,
+       document_answer(kDeclaration + "<EventTriggerList" + kNs + ">" + trigger("Sensor-0", kSeededNotifications) +
+                       "</EventTriggerList>")},
+      {"GET", kSensor, "", 0, document_answer(kDeclaration + trigger("Sensor-0", kSeededNotifications))},
+      // No sensor row: the list shows "Sensor-0" with no notifications.
+      {"GET", kTriggers, "", 0,
+       document_answer(kDeclaration + "<EventTriggerList" + kNs + ">" + trigger("Sensor-0", "") +
+                       "</EventTriggerList>"),
+       {}, {}, plain},
+      {"GET", kSensor, "", 4, "", {}, {}, plain},
+      {"GET", kSensor + "/notifications", "", 4, "", {}, {}, plain},
+      {"GET", kTriggers, "", 4, "", {}, {}, "update Spec set max_sensor=0"},
+      // A notification whose name is gone is left out.
+      {"GET", kSensor, "", 0,
+       document_answer(kDeclaration + trigger("Sensor-0", "<EventTriggerNotificationList" + kNs + ">" +
+                                                              notification("mail-security", "email") +
+                                                              "</EventTriggerNotificationList>")),
+       {}, {}, "delete from Relay; delete from FTPServer"},
+      {"GET", kSensor + "/notifications", "", 0, document_answer(kDeclaration + kSeededNotifications)},
+      {"GET", kSensor + "/notifications/ftp-archive", "", 0,
+       document_answer(kDeclaration + notification("ftp-archive", "FTP"))},
+      {"GET", kSensor + "/notifications/nothing", "", 3},
+  });
+}
+
+TEST(EventTrigger, UpdatesStoreOneNotification) {
+  auto body = [](const std::string& inner) { return "<EventTrigger><id>Sen</id>" + inner + "</EventTrigger>"; };
+  auto list = [](const std::string& items) {
+    return "<EventTriggerNotificationList>" + items + "</EventTriggerNotificationList>";
+  };
+  auto item = [](const char* id, const char* method, const char* interval = "") {
+    return std::string("<EventTriggerNotification><id>") + id + "</id><notificationMethod>" + method +
+           "</notificationMethod>" + interval + "</EventTriggerNotification>";
+  };
+  auto ok = [](const std::string& method, const std::string& uri, const std::string& b, const char* row) {
+    return Case{method, uri, b, 1, "", {}, {{kEventRow, row}}};
+  };
+  run_cases({
+      ok("PUT", kSensor,
+         body("<intervalBetweenEvents>30</intervalBetweenEvents>" +
+              list(item("Relay-0", "io", "<notificationInterval>1999</notificationInterval>"))),
+         "30|0|-1|-1|1"),
+      ok("PUT", kSensor, body(list(item("Relay-0", "IO") + item("ftp-archive", "FTP"))), "5|-1|1|-1|5"),
+      ok("PUT", kSensor, body(list(item("mail-security", "SMTP"))), "5|-1|-1|1|5"),
+      ok("PUT", kSensor, body(list(item("mail-security", "email"))), "5|-1|-1|-1|5"),
+      ok("PUT", kSensor, body(list(item("nobody", "FTP"))), "5|-1|-1|-1|5"),
+      ok("PUT", kSensor, body(""), "5|-1|-1|-1|5"),
+      ok("PUT", kTriggers + "/Sensor-9", body(""), "10|0|1|1|5"),  // not the alarm input
+      ok("PUT", kTriggers,
+         "<EventTriggerList><EventTrigger><intervalBetweenEvents>7</intervalBetweenEvents></EventTrigger>"
+         "</EventTriggerList>",
+         "7|-1|-1|-1|5"),
+      ok("DELETE", kSensor, "", "10|-1|-1|-1|5"),
+      ok("DELETE", kTriggers, "", "10|-1|-1|-1|5"),
+      ok("PUT", kSensor + "/notifications", list(item("ftp-archive", "FTP")), "10|-1|1|-1|5"),
+      ok("POST", kSensor + "/notifications", item("Relay-0", "IO"), "10|0|-1|-1|5"),
+      ok("PUT", kSensor + "/notifications/ftp-archive", item("other", "FTP"), "10|-1|1|-1|5"),
+      ok("DELETE", kSensor + "/notifications/ftp-archive", "", "10|-1|-1|-1|5"),
+      ok("DELETE", kSensor + "/notifications/unknown", "", "10|0|1|1|5"),
+      ok("DELETE", kSensor + "/notifications", "", "10|-1|-1|-1|5"),
+      {"PUT", kSensor, "<Trigger/>", 3, "", {}, {{kEventRow, "10|0|1|1|5"}}},
+      {"PUT", kSensor, "<EventTrigger>", 3},
+      {"POST", kTriggers, "<EventTrigger/>", 4},
+  });
+}
+
+TEST(EventSchedule, DocumentAndTheCamerasRules) {
+  const char* uri = "/PSIA/Custom/Event/schedule";
+  const char* row = "select Week, StartTime, EndTime from Event";
+  auto block = [](int day, const char* begin, const char* end) {
+    return "<TimeBlock><dayOfWeek>" + std::to_string(day) + "</dayOfWeek><TimeRange><beginTime>" + begin +
+           "</beginTime><endTime>" + end + "</endTime></TimeRange></TimeBlock>";
+  };
+  auto put = [&](const std::string& blocks, const char* stored) {
+    return Case{"PUT", uri, "<EventSchedule><TimeBlockList>" + blocks + "</TimeBlockList></EventSchedule>", 1, "",
+                {}, {{row, stored}}};
+  };
+  run_cases({
+      {"GET", uri, "", 0,
+       document_answer(kDeclaration + "<EventSchedule" + kNs + "><TimeBlockList" + kNs + ">" +
+                       block(7, "09:00:00", "18:30:00") + block(6, "09:00:00", "18:30:00") +
+                       "</TimeBlockList></EventSchedule>"),
+       {}, {}, "update Event set Week=65, StartTime=900, EndTime=1830"},
+      {"GET", uri, "", 0,
+       document_answer(kDeclaration + "<EventSchedule" + kNs + "><TimeBlockList" + kNs +
+                       "></TimeBlockList></EventSchedule>"),
+       {}, {}, "delete from Event"},
+      put(block(3, "08:00:00", "17:45:00"), "8|800|4500"),  // the end is read from the minutes
+      put(block(1, "08:00:00", "09:00:00") + block(2, "10:00:00", "11:00:00"), "4|800|0"),
+      put("<TimeBlock><dayOfWeek>2</dayOfWeek><bitString>000000001111111100000000</bitString></TimeBlock>",
+          "4|1500|900"),
+      put("<TimeBlock><dayOfWeek>7</dayOfWeek><bitString>111</bitString></TimeBlock>", "1|2400|0"),  // dropped
+      put("", "0|2400|0"),
+      put(block(9, "01:00:00", "02:00:00"), "0|2400|0"),  // no such day
+      put(block(0, "01:00:00", "02:00:00"), "0|2400|0"),
+      put(block(7, "06:00:00", "07:30:00"), "1|600|3000"),
+      // Hours beyond any clock: a begin past 24 is not taken; the end is
+      // bounded so the stored time cannot overflow.
+      put(block(6, "99999999:00:00", "00:99999999"), "64|2400|2147483600"),
+      {"PUT", uri, "<Schedule/>", 3},
+      {"PUT", uri, "<EventSchedule/>", 3, "", {}, {}, "drop table Event"},
+  });
+}
+
+std::string mailing(const char* id, const char* address, int port) {
+  return "<MailingNotification" + kNs + "><id>" + id + "</id><authenticationMode>SMTP</authenticationMode>" +
+         address + "<portNo>" + std::to_string(port) +
+         "</portNo><accountName>camera</accountName><password>secret</password></MailingNotification>";
+}
+
+TEST(EventNotification, DestinationDocuments) {
+  const char* second = "insert into SMTPServer values (NULL, 'mail-2', '10.0.0.25', 'camera', 'secret', 587, '', '', '', '', 0)";
+  const std::string first_mail = mailing(
+      "mail-security", "<addressingFormatType>hostname</addressingFormatType><hostName>mail.example.com</hostName>", 25);
+  const std::string second_mail =
+      mailing("mail-2", "<addressingFormatType>ipaddress</addressingFormatType><ipAddress>10.0.0.25</ipAddress>", 587);
+  run_cases({
+      {"GET", "/PSIA/Custom/Event/notification/mailing", "", 0,
+       document_answer(kDeclaration + "<MailingNotificationList" + kNs + ">" + first_mail + second_mail +
+                       "</MailingNotificationList>"),
+       {}, {}, second},
+      {"GET", "/PSIA/Custom/Event/notification/mailing/mail-2", "", 0, document_answer(kDeclaration + first_mail), {},
+       {}, second},  // always the first server
+      {"GET", "/PSIA/Custom/Event/notification/ftp/ftp-archive", "", 0,
+       document_answer(kDeclaration + "<FTPNotification" + kNs +
+                       "><id>ftp-archive</id><addressingFormatType>ipaddress</addressingFormatType><ipAddress>"
+                       "192.168.1.5</ipAddress><portNo>21</portNo><userName>camera</userName><password>secret"
+                       "</password><uploadPath>/alarms</uploadPath></FTPNotification>")},
+      {"GET", "/PSIA/Custom/Event/notification/ftp/none", "", 0,
+       document_answer(kDeclaration + "<FTPNotification" + kNs + "></FTPNotification>")},
+      {"GET", "/PSIA/Custom/Event/notification/ftp", "", 0,
+       document_answer(kDeclaration + "<FTPNotificationList" + kNs + "></FTPNotificationList>"), {}, {},
+       "delete from FTPServer"},
+  });
+  // The combined documents: the notification methods, and the whole event.
+  std::string all = golden("event.xml");
+  std::string methods = all.substr(all.find("<EventNotificationMethods"));
+  methods = kDeclaration + methods.substr(0, methods.size() - std::string("</EventNotification>").size());
+  EXPECT_EQ(Camera().get("/PSIA/Custom/Event/notification"), document_answer(methods));
+  EXPECT_EQ(Camera().get("/PSIA/Custom/Event"), document_answer(all));
+  EXPECT_EQ(all.find(kDeclaration + "<EventNotification" + kNs + "><EventTriggerList" + kNs + ">" +
+                     trigger("Sensor-0", kSeededNotifications) + "</EventTriggerList><EventSchedule"),
+            0u);
+  std::string without_trigger = Camera("update Spec set max_sensor=0").get("/PSIA/Custom/Event");
+  EXPECT_NE(without_trigger.find("<EventNotification" + kNs + "><EventSchedule"), std::string::npos);
+}
+
+TEST(EventNotification, DestinationChanges) {
+  const std::string mail = "/PSIA/Custom/Event/notification/mailing";
+  const std::string ftp = "/PSIA/Custom/Event/notification/ftp";
+  const char* mails = "select ServerName, ServerAddress, UserID, Password, Port from SMTPServer";
+  const char* ftps = "select ServerName, ServerAddress, UserID, Password, Port, Path from FTPServer";
+  const char* seeded_mail = "mail-security|mail.example.com|camera|secret|25";
+  const char* seeded_ftp = "ftp-archive|192.168.1.5|camera|secret|21|/alarms";
+  auto ok = [&](const char* method, const std::string& uri, const std::string& body, const std::string& mail_rows,
+                const std::string& ftp_rows) {
+    return Case{method, uri, body, 1, "", {}, {{mails, mail_rows}, {ftps, ftp_rows}}};
+  };
+  run_cases({
+      ok("PUT", mail + "/anything",
+         "<MailingNotification><id>mail-security</id><hostName>smtp.lan</hostName><accountName>mailer</accountName>"
+         "<password>it's</password></MailingNotification>",
+         "mail-security|smtp.lan|mailer|it's|25", seeded_ftp),
+      ok("PUT", ftp,
+         "<FTPNotificationList><FTPNotification><id>ftp-archive</id><ipAddress>10.0.0.9</ipAddress><userName>up"
+         "</userName><password>pw</password><portNo>2121</portNo><uploadPath>/x</uploadPath></FTPNotification>"
+         "<Other/></FTPNotificationList>",
+         seeded_mail, "ftp-archive|10.0.0.9|up|pw|2121|/x"),
+      ok("PUT", ftp + "/x", "<FTPNotification><id>ftp-archive</id></FTPNotification>", seeded_mail,
+         "ftp-archive||||21|"),
+      ok("POST", ftp,
+         "<FTPNotificationList><FTPNotification><id>f2</id><ipAddress>10.0.0.2</ipAddress><userName>u2</userName>"
+         "<password>p2</password><uploadPath>/p</uploadPath></FTPNotification></FTPNotificationList>",
+         seeded_mail, std::string(seeded_ftp) + "\nf2|10.0.0.2|u2|p2|21|/p"),
+      ok("POST", mail,  // the camera's statement adds nothing
+         "<MailingNotificationList><MailingNotification><id>m2</id></MailingNotification></MailingNotificationList>",
+         seeded_mail, seeded_ftp),
+      ok("PUT", "/PSIA/Custom/Event/notification",
+         "<EventNotificationMethods><FTPNotificationList><FTPNotification><id>ftp-archive</id></FTPNotification>"
+         "</FTPNotificationList><MailingNotificationList><MailingNotification><id>mail-security</id><portNo>587"
+         "</portNo></MailingNotification></MailingNotificationList></EventNotificationMethods>",
+         "mail-security||||587", "ftp-archive||||21|"),
+      ok("DELETE", ftp + "/unknown", "", seeded_mail, seeded_ftp),
+      ok("DELETE", mail + "/mail-security", "", "", seeded_ftp),
+      ok("DELETE", ftp + "/ftp-archive", "", seeded_mail, ""),
+      ok("DELETE", ftp, "", seeded_mail, ""),
+      ok("DELETE", mail, "", "", seeded_ftp),
+      {"PUT", mail, "<MailingNotification/>", 3, "", {}, {{mails, seeded_mail}}},
+      {"PUT", "/PSIA/Custom/Event/notification", "<EventNotification/>", 3},
+      // At most three destinations of each kind.
+      {"POST", ftp, "<FTPNotificationList/>", 3, "", {}, {},
+       "insert into FTPServer values (NULL, 'b', 'h', 'u', 'p', 21, '/');"
+       "insert into FTPServer values (NULL, 'c', 'h', 'u', 'p', 21, '/')"},
+      {"POST", mail, "<MailingNotificationList/>", 3, "", {}, {},
+       "insert into SMTPServer select NULL, 'm2', '', '', '', 25, '', '', '', '', 0;"
+       "insert into SMTPServer select NULL, 'm3', '', '', '', 25, '', '', '', '', 0"},
+  });
+}
+
+TEST(EventDocument, APutAppliesEachPart) {
+  const char* uri = "/PSIA/Custom/Event";
+  run_cases({
+      {"PUT", uri,
+       "<EventNotification><EventSchedule><TimeBlockList><TimeBlock><dayOfWeek>5</dayOfWeek><TimeRange>"
+       "<beginTime>07:00:00</beginTime><endTime>08:15:00</endTime></TimeRange></TimeBlock></TimeBlockList>"
+       "</EventSchedule><EventTriggerList><EventTrigger><intervalBetweenEvents>3</intervalBetweenEvents>"
+       "</EventTrigger></EventTriggerList><EventNotificationMethods><FTPNotificationList><FTPNotification>"
+       "<id>ftp-archive</id><portNo>99</portNo></FTPNotification></FTPNotificationList>"
+       "</EventNotificationMethods></EventNotification>",
+       1, "", {},
+       {{"select Week, StartTime, EndTime, MinTimeInterval, RelayID from Event", "32|700|1500|3|-1"},
+        {"select Port from FTPServer", "99"}}},
+      // Only a schedule that cannot be stored is reported.
+      {"PUT", uri, "<EventNotification><EventSchedule/></EventNotification>", 3, "", {}, {}, "drop table Event"},
+      {"PUT", uri, "<EventNotification/>", 1, "", {}, {}, "drop table Event"},
+      {"PUT", uri, "<Event/>", 3},
+  });
+}
+
+}  // namespace
