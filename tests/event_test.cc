@@ -13,7 +13,8 @@ const std::string kNs = " version=\"1.0\" xmlns=\"urn:psialliance-org\"";
 const std::string kTriggers = "/PSIA/Custom/Event/triggers";
 const std::string kSensor = kTriggers + "/Sensor-0";
 const char kEventRow[] =
-    "select MinTimeInterval, RelayID, FTPServerID, SMTPServerID, (select ControlDuration from Relay) from Event";
+    "select MinTimeInterval, RelayID, FTPServerID, SMTPServerID, (select ControlDuration from "
+    "Relay) from Event";
 
 std::string notification(const std::string& id, const std::string& method, const std::string& relay = "") {
   return "<EventTriggerNotification" + kNs + "><id>" + id + "</id><notificationMethod>" + method +
@@ -27,35 +28,32 @@ std::string trigger(const std::string& id, const std::string& notifications) {
 }
 const std::string kSeededNotifications =
     "<EventTriggerNotificationList" + kNs + ">" +
-    notification("Relay-0", "IO", "<notificationInterval>5000</notificationInterval><outputIOPortID>0</outputIOPortID>") +
+    notification("Relay-0", "IO",
+                 "<notificationInterval>5000</notificationInterval><outputIOPortID>0</outputIOPortID>") +
     notification("ftp-archive", "FTP") + notification("mail-security", "email") + "</EventTriggerNotificationList>";
 
 TEST(EventTrigger, Documents) {
   const char* plain = "update Event set RelayID=-1, FTPServerID=-1, SMTPServerID=-1; delete from Sensor";
+  // clang-format off
   run_cases({
-      {"GET", kTriggers, "", 0,
-       document_answer(kDeclaration + "<EventTriggerList" + kNs + ">" + trigger("Sensor-0", kSeededNotifications) +
-                       "</EventTriggerList>")},
-      {"GET", kSensor, "", 0, document_answer(kDeclaration + trigger("Sensor-0", kSeededNotifications))},
+      get(kTriggers).answers(document_answer(kDeclaration + "<EventTriggerList" + kNs + ">" +
+                                             trigger("Sensor-0", kSeededNotifications) + "</EventTriggerList>")),
+      get(kSensor).answers(document_answer(kDeclaration + trigger("Sensor-0", kSeededNotifications))),
       // No sensor row: the list shows "Sensor-0" with no notifications.
-      {"GET", kTriggers, "", 0,
-       document_answer(kDeclaration + "<EventTriggerList" + kNs + ">" + trigger("Sensor-0", "") +
-                       "</EventTriggerList>"),
-       {}, {}, plain},
-      {"GET", kSensor, "", 4, "", {}, {}, plain},
-      {"GET", kSensor + "/notifications", "", 4, "", {}, {}, plain},
-      {"GET", kTriggers, "", 4, "", {}, {}, "update Spec set max_sensor=0"},
+      get(kTriggers).after(plain).answers(document_answer(kDeclaration + "<EventTriggerList" + kNs + ">" +
+                                                          trigger("Sensor-0", "") + "</EventTriggerList>")),
+      get(kSensor).after(plain).answers(4),
+      get(kSensor + "/notifications").after(plain).answers(4),
+      get(kTriggers).after("update Spec set max_sensor=0").answers(4),
       // A notification whose name is gone is left out.
-      {"GET", kSensor, "", 0,
-       document_answer(kDeclaration + trigger("Sensor-0", "<EventTriggerNotificationList" + kNs + ">" +
-                                                              notification("mail-security", "email") +
-                                                              "</EventTriggerNotificationList>")),
-       {}, {}, "delete from Relay; delete from FTPServer"},
-      {"GET", kSensor + "/notifications", "", 0, document_answer(kDeclaration + kSeededNotifications)},
-      {"GET", kSensor + "/notifications/ftp-archive", "", 0,
-       document_answer(kDeclaration + notification("ftp-archive", "FTP"))},
-      {"GET", kSensor + "/notifications/nothing", "", 3},
+      get(kSensor).after("delete from Relay; delete from FTPServer").answers(document_answer(kDeclaration + trigger("Sensor-0", "<EventTriggerNotificationList" + kNs + ">" +
+                                                                          notification("mail-security", "email") +
+                                                                          "</EventTriggerNotificationList>"))),
+      get(kSensor + "/notifications").answers(document_answer(kDeclaration + kSeededNotifications)),
+      get(kSensor + "/notifications/ftp-archive").answers(document_answer(kDeclaration + notification("ftp-archive", "FTP"))),
+      get(kSensor + "/notifications/nothing").answers(3),
   });
+  // clang-format on
 }
 
 TEST(EventTrigger, UpdatesStoreOneNotification) {
@@ -68,8 +66,9 @@ TEST(EventTrigger, UpdatesStoreOneNotification) {
            "</notificationMethod>" + interval + "</EventTriggerNotification>";
   };
   auto ok = [](const std::string& method, const std::string& uri, const std::string& b, const char* row) {
-    return Case{method, uri, b, 1, "", {}, {{kEventRow, row}}};
+    return request(method, uri, b).answers(1).leaves(kEventRow, row);
   };
+  // clang-format off
   run_cases({
       ok("PUT", kSensor,
          body("<intervalBetweenEvents>30</intervalBetweenEvents>" +
@@ -82,7 +81,8 @@ TEST(EventTrigger, UpdatesStoreOneNotification) {
       ok("PUT", kSensor, body(""), "5|-1|-1|-1|5"),
       ok("PUT", kTriggers + "/Sensor-9", body(""), "10|0|1|1|5"),  // not the alarm input
       ok("PUT", kTriggers,
-         "<EventTriggerList><EventTrigger><intervalBetweenEvents>7</intervalBetweenEvents></EventTrigger>"
+         "<EventTriggerList><EventTrigger><intervalBetweenEvents>7</intervalBetweenEvents></"
+         "EventTrigger>"
          "</EventTriggerList>",
          "7|-1|-1|-1|5"),
       ok("DELETE", kSensor, "", "10|-1|-1|-1|5"),
@@ -93,10 +93,11 @@ TEST(EventTrigger, UpdatesStoreOneNotification) {
       ok("DELETE", kSensor + "/notifications/ftp-archive", "", "10|-1|-1|-1|5"),
       ok("DELETE", kSensor + "/notifications/unknown", "", "10|0|1|1|5"),
       ok("DELETE", kSensor + "/notifications", "", "10|-1|-1|-1|5"),
-      {"PUT", kSensor, "<Trigger/>", 3, "", {}, {{kEventRow, "10|0|1|1|5"}}},
-      {"PUT", kSensor, "<EventTrigger>", 3},
-      {"POST", kTriggers, "<EventTrigger/>", 4},
+      put(kSensor, "<Trigger/>").answers(3).leaves(kEventRow, "10|0|1|1|5"),
+      put(kSensor, "<EventTrigger>").answers(3),
+      post(kTriggers, "<EventTrigger/>").answers(4),
   });
+  // clang-format on
 }
 
 TEST(EventSchedule, DocumentAndTheCamerasRules) {
@@ -106,67 +107,69 @@ TEST(EventSchedule, DocumentAndTheCamerasRules) {
     return "<TimeBlock><dayOfWeek>" + std::to_string(day) + "</dayOfWeek><TimeRange><beginTime>" + begin +
            "</beginTime><endTime>" + end + "</endTime></TimeRange></TimeBlock>";
   };
-  auto put = [&](const std::string& blocks, const char* stored) {
-    return Case{"PUT", uri, "<EventSchedule><TimeBlockList>" + blocks + "</TimeBlockList></EventSchedule>", 1, "",
-                {}, {{row, stored}}};
+  auto arm = [&](const std::string& blocks, const char* stored) {
+    return put(uri, "<EventSchedule><TimeBlockList>" + blocks + "</TimeBlockList></EventSchedule>")
+        .answers(1)
+        .leaves(row, stored);
   };
+  // clang-format off
   run_cases({
-      {"GET", uri, "", 0,
-       document_answer(kDeclaration + "<EventSchedule" + kNs + "><TimeBlockList" + kNs + ">" +
-                       block(7, "09:00:00", "18:30:00") + block(6, "09:00:00", "18:30:00") +
-                       "</TimeBlockList></EventSchedule>"),
-       {}, {}, "update Event set Week=65, StartTime=900, EndTime=1830"},
-      {"GET", uri, "", 0,
-       document_answer(kDeclaration + "<EventSchedule" + kNs + "><TimeBlockList" + kNs +
-                       "></TimeBlockList></EventSchedule>"),
-       {}, {}, "delete from Event"},
-      put(block(3, "08:00:00", "17:45:00"), "8|800|4500"),  // the end is read from the minutes
-      put(block(1, "08:00:00", "09:00:00") + block(2, "10:00:00", "11:00:00"), "4|800|0"),
-      put("<TimeBlock><dayOfWeek>2</dayOfWeek><bitString>000000001111111100000000</bitString></TimeBlock>",
+      get(uri).after("update Event set Week=65, StartTime=900, EndTime=1830").answers(document_answer(kDeclaration + "<EventSchedule" + kNs + "><TimeBlockList" + kNs + ">" +
+                                   block(7, "09:00:00", "18:30:00") + block(6, "09:00:00", "18:30:00") +
+                                   "</TimeBlockList></EventSchedule>")),
+      get(uri).after("delete from Event").answers(document_answer(kDeclaration + "<EventSchedule" + kNs + "><TimeBlockList" + kNs +
+                                   "></TimeBlockList></EventSchedule>")),
+      arm(block(3, "08:00:00", "17:45:00"), "8|800|4500"),  // the end is read from the minutes
+      arm(block(1, "08:00:00", "09:00:00") + block(2, "10:00:00", "11:00:00"), "4|800|0"),
+      arm("<TimeBlock><dayOfWeek>2</dayOfWeek><bitString>000000001111111100000000</bitString></"
+          "TimeBlock>",
           "4|1500|900"),
-      put("<TimeBlock><dayOfWeek>7</dayOfWeek><bitString>111</bitString></TimeBlock>", "1|2400|0"),  // dropped
-      put("", "0|2400|0"),
-      put(block(9, "01:00:00", "02:00:00"), "0|2400|0"),  // no such day
-      put(block(0, "01:00:00", "02:00:00"), "0|2400|0"),
-      put(block(7, "06:00:00", "07:30:00"), "1|600|3000"),
+      arm("<TimeBlock><dayOfWeek>7</dayOfWeek><bitString>111</bitString></TimeBlock>",
+          "1|2400|0"),  // dropped
+      arm("", "0|2400|0"),
+      arm(block(9, "01:00:00", "02:00:00"), "0|2400|0"),  // no such day
+      arm(block(0, "01:00:00", "02:00:00"), "0|2400|0"),
+      arm(block(7, "06:00:00", "07:30:00"), "1|600|3000"),
       // Hours beyond any clock: a begin past 24 is not taken; the end is
       // bounded so the stored time cannot overflow.
-      put(block(6, "99999999:00:00", "00:99999999"), "64|2400|2147483600"),
-      {"PUT", uri, "<Schedule/>", 3},
-      {"PUT", uri, "<EventSchedule/>", 3, "", {}, {}, "drop table Event"},
+      arm(block(6, "99999999:00:00", "00:99999999"), "64|2400|2147483600"),
+      put(uri, "<Schedule/>").answers(3),
+      put(uri, "<EventSchedule/>").after("drop table Event").answers(3),
   });
+  // clang-format on
 }
 
 std::string mailing(const char* id, const char* address, int port) {
-  return "<MailingNotification" + kNs + "><id>" + id + "</id><authenticationMode>SMTP</authenticationMode>" +
-         address + "<portNo>" + std::to_string(port) +
-         "</portNo><accountName>camera</accountName><password>secret</password></MailingNotification>";
+  return "<MailingNotification" + kNs + "><id>" + id + "</id><authenticationMode>SMTP</authenticationMode>" + address +
+         "<portNo>" + std::to_string(port) +
+         "</portNo><accountName>camera</accountName><password>secret</password></"
+         "MailingNotification>";
 }
 
 TEST(EventNotification, DestinationDocuments) {
-  const char* second = "insert into SMTPServer values (NULL, 'mail-2', '10.0.0.25', 'camera', 'secret', 587, '', '', '', '', 0)";
-  const std::string first_mail = mailing(
-      "mail-security", "<addressingFormatType>hostname</addressingFormatType><hostName>mail.example.com</hostName>", 25);
+  const char* second =
+      "insert into SMTPServer values (NULL, 'mail-2', '10.0.0.25', 'camera', 'secret', 587, '', "
+      "'', '', '', 0)";
+  const std::string first_mail =
+      mailing("mail-security",
+              "<addressingFormatType>hostname</addressingFormatType><hostName>mail.example.com</hostName>", 25);
   const std::string second_mail =
       mailing("mail-2", "<addressingFormatType>ipaddress</addressingFormatType><ipAddress>10.0.0.25</ipAddress>", 587);
+  // clang-format off
   run_cases({
-      {"GET", "/PSIA/Custom/Event/notification/mailing", "", 0,
-       document_answer(kDeclaration + "<MailingNotificationList" + kNs + ">" + first_mail + second_mail +
-                       "</MailingNotificationList>"),
-       {}, {}, second},
-      {"GET", "/PSIA/Custom/Event/notification/mailing/mail-2", "", 0, document_answer(kDeclaration + first_mail), {},
-       {}, second},  // always the first server
-      {"GET", "/PSIA/Custom/Event/notification/ftp/ftp-archive", "", 0,
-       document_answer(kDeclaration + "<FTPNotification" + kNs +
-                       "><id>ftp-archive</id><addressingFormatType>ipaddress</addressingFormatType><ipAddress>"
-                       "192.168.1.5</ipAddress><portNo>21</portNo><userName>camera</userName><password>secret"
-                       "</password><uploadPath>/alarms</uploadPath></FTPNotification>")},
-      {"GET", "/PSIA/Custom/Event/notification/ftp/none", "", 0,
-       document_answer(kDeclaration + "<FTPNotification" + kNs + "></FTPNotification>")},
-      {"GET", "/PSIA/Custom/Event/notification/ftp", "", 0,
-       document_answer(kDeclaration + "<FTPNotificationList" + kNs + "></FTPNotificationList>"), {}, {},
-       "delete from FTPServer"},
+      get("/PSIA/Custom/Event/notification/mailing").after(second).answers(document_answer(kDeclaration + "<MailingNotificationList" + kNs + ">" + first_mail + second_mail +
+                                   "</MailingNotificationList>")),
+      get("/PSIA/Custom/Event/notification/mailing/mail-2").after(second).answers(document_answer(kDeclaration + first_mail)),  // always the first server
+      get("/PSIA/Custom/Event/notification/ftp/ftp-archive").answers(document_answer(kDeclaration + "<FTPNotification" + kNs +
+                                   "><id>ftp-archive</id><addressingFormatType>ipaddress</"
+                                   "addressingFormatType><ipAddress>"
+                                   "192.168.1.5</ipAddress><portNo>21</portNo><userName>camera</"
+                                   "userName><password>secret"
+                                   "</password><uploadPath>/alarms</uploadPath></FTPNotification>")),
+      get("/PSIA/Custom/Event/notification/ftp/none").answers(document_answer(kDeclaration + "<FTPNotification" + kNs + "></FTPNotification>")),
+      get("/PSIA/Custom/Event/notification/ftp").after("delete from FTPServer").answers(document_answer(kDeclaration + "<FTPNotificationList" + kNs + "></FTPNotificationList>")),
   });
+  // clang-format on
   // The combined documents: the notification methods, and the whole event.
   std::string all = golden("event.xml");
   std::string methods = all.substr(all.find("<EventNotificationMethods"));
@@ -189,30 +192,39 @@ TEST(EventNotification, DestinationChanges) {
   const char* seeded_ftp = "ftp-archive|192.168.1.5|camera|secret|21|/alarms";
   auto ok = [&](const char* method, const std::string& uri, const std::string& body, const std::string& mail_rows,
                 const std::string& ftp_rows) {
-    return Case{method, uri, body, 1, "", {}, {{mails, mail_rows}, {ftps, ftp_rows}}};
+    return request(method, uri, body).answers(1).leaves(mails, mail_rows).leaves(ftps, ftp_rows);
   };
+  // clang-format off
   run_cases({
       ok("PUT", mail + "/anything",
-         "<MailingNotification><id>mail-security</id><hostName>smtp.lan</hostName><accountName>mailer</accountName>"
+         "<MailingNotification><id>mail-security</id><hostName>smtp.lan</"
+         "hostName><accountName>mailer</accountName>"
          "<password>it's</password></MailingNotification>",
          "mail-security|smtp.lan|mailer|it's|25", seeded_ftp),
       ok("PUT", ftp,
-         "<FTPNotificationList><FTPNotification><id>ftp-archive</id><ipAddress>10.0.0.9</ipAddress><userName>up"
-         "</userName><password>pw</password><portNo>2121</portNo><uploadPath>/x</uploadPath></FTPNotification>"
+         "<FTPNotificationList><FTPNotification><id>ftp-archive</id><ipAddress>10.0.0.9</"
+         "ipAddress><userName>up"
+         "</userName><password>pw</password><portNo>2121</portNo><uploadPath>/x</uploadPath></"
+         "FTPNotification>"
          "<Other/></FTPNotificationList>",
          seeded_mail, "ftp-archive|10.0.0.9|up|pw|2121|/x"),
       ok("PUT", ftp + "/x", "<FTPNotification><id>ftp-archive</id></FTPNotification>", seeded_mail,
          "ftp-archive||||21|"),
       ok("POST", ftp,
-         "<FTPNotificationList><FTPNotification><id>f2</id><ipAddress>10.0.0.2</ipAddress><userName>u2</userName>"
-         "<password>p2</password><uploadPath>/p</uploadPath></FTPNotification></FTPNotificationList>",
+         "<FTPNotificationList><FTPNotification><id>f2</id><ipAddress>10.0.0.2</"
+         "ipAddress><userName>u2</userName>"
+         "<password>p2</password><uploadPath>/p</uploadPath></FTPNotification></"
+         "FTPNotificationList>",
          seeded_mail, std::string(seeded_ftp) + "\nf2|10.0.0.2|u2|p2|21|/p"),
       ok("POST", mail,  // the camera's statement adds nothing
-         "<MailingNotificationList><MailingNotification><id>m2</id></MailingNotification></MailingNotificationList>",
+         "<MailingNotificationList><MailingNotification><id>m2</id></MailingNotification></"
+         "MailingNotificationList>",
          seeded_mail, seeded_ftp),
       ok("PUT", "/PSIA/Custom/Event/notification",
-         "<EventNotificationMethods><FTPNotificationList><FTPNotification><id>ftp-archive</id></FTPNotification>"
-         "</FTPNotificationList><MailingNotificationList><MailingNotification><id>mail-security</id><portNo>587"
+         "<EventNotificationMethods><FTPNotificationList><FTPNotification><id>ftp-archive</id></"
+         "FTPNotification>"
+         "</FTPNotificationList><MailingNotificationList><MailingNotification><id>mail-security</"
+         "id><portNo>587"
          "</portNo></MailingNotification></MailingNotificationList></EventNotificationMethods>",
          "mail-security||||587", "ftp-archive||||21|"),
       ok("DELETE", ftp + "/unknown", "", seeded_mail, seeded_ftp),
@@ -220,36 +232,38 @@ TEST(EventNotification, DestinationChanges) {
       ok("DELETE", ftp + "/ftp-archive", "", seeded_mail, ""),
       ok("DELETE", ftp, "", seeded_mail, ""),
       ok("DELETE", mail, "", "", seeded_ftp),
-      {"PUT", mail, "<MailingNotification/>", 3, "", {}, {{mails, seeded_mail}}},
-      {"PUT", "/PSIA/Custom/Event/notification", "<EventNotification/>", 3},
+      put(mail, "<MailingNotification/>").answers(3).leaves(mails, seeded_mail),
+      put("/PSIA/Custom/Event/notification", "<EventNotification/>").answers(3),
       // At most three destinations of each kind.
-      {"POST", ftp, "<FTPNotificationList/>", 3, "", {}, {},
-       "insert into FTPServer values (NULL, 'b', 'h', 'u', 'p', 21, '/');"
-       "insert into FTPServer values (NULL, 'c', 'h', 'u', 'p', 21, '/')"},
-      {"POST", mail, "<MailingNotificationList/>", 3, "", {}, {},
-       "insert into SMTPServer select NULL, 'm2', '', '', '', 25, '', '', '', '', 0;"
-       "insert into SMTPServer select NULL, 'm3', '', '', '', 25, '', '', '', '', 0"},
+      post(ftp, "<FTPNotificationList/>").after("insert into FTPServer values (NULL, 'b', 'h', 'u', 'p', 21, '/');"
+                 "insert into FTPServer values (NULL, 'c', 'h', 'u', 'p', 21, '/')").answers(3),
+      post(mail, "<MailingNotificationList/>").after("insert into SMTPServer select NULL, 'm2', '', '', '', 25, '', '', '', '', 0;"
+                 "insert into SMTPServer select NULL, 'm3', '', '', '', 25, '', '', '', '', 0").answers(3),
   });
+  // clang-format on
 }
 
 TEST(EventDocument, APutAppliesEachPart) {
   const char* uri = "/PSIA/Custom/Event";
+  // clang-format off
   run_cases({
-      {"PUT", uri,
-       "<EventNotification><EventSchedule><TimeBlockList><TimeBlock><dayOfWeek>5</dayOfWeek><TimeRange>"
-       "<beginTime>07:00:00</beginTime><endTime>08:15:00</endTime></TimeRange></TimeBlock></TimeBlockList>"
-       "</EventSchedule><EventTriggerList><EventTrigger><intervalBetweenEvents>3</intervalBetweenEvents>"
-       "</EventTrigger></EventTriggerList><EventNotificationMethods><FTPNotificationList><FTPNotification>"
-       "<id>ftp-archive</id><portNo>99</portNo></FTPNotification></FTPNotificationList>"
-       "</EventNotificationMethods></EventNotification>",
-       1, "", {},
-       {{"select Week, StartTime, EndTime, MinTimeInterval, RelayID from Event", "32|700|1500|3|-1"},
-        {"select Port from FTPServer", "99"}}},
+      put(uri,
+          "<EventNotification><EventSchedule><TimeBlockList><TimeBlock><dayOfWeek>5</"
+          "dayOfWeek><TimeRange>"
+          "<beginTime>07:00:00</beginTime><endTime>08:15:00</endTime></TimeRange></TimeBlock></"
+          "TimeBlockList>"
+          "</EventSchedule><EventTriggerList><EventTrigger><intervalBetweenEvents>3</"
+          "intervalBetweenEvents>"
+          "</EventTrigger></"
+          "EventTriggerList><EventNotificationMethods><FTPNotificationList><FTPNotification>"
+          "<id>ftp-archive</id><portNo>99</portNo></FTPNotification></FTPNotificationList>"
+          "</EventNotificationMethods></EventNotification>").answers(1).leaves("select Week, StartTime, EndTime, MinTimeInterval, RelayID from Event", "32|700|1500|3|-1").leaves("select Port from FTPServer", "99"),
       // Only a schedule that cannot be stored is reported.
-      {"PUT", uri, "<EventNotification><EventSchedule/></EventNotification>", 3, "", {}, {}, "drop table Event"},
-      {"PUT", uri, "<EventNotification/>", 1, "", {}, {}, "drop table Event"},
-      {"PUT", uri, "<Event/>", 3},
+      put(uri, "<EventNotification><EventSchedule/></EventNotification>").after("drop table Event").answers(3),
+      put(uri, "<EventNotification/>").after("drop table Event").answers(1),
+      put(uri, "<Event/>").answers(3),
   });
+  // clang-format on
 }
 
 }  // namespace

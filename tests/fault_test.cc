@@ -85,7 +85,7 @@ TEST(Fault, SlowSilentAndLateDaemons) {
   late.clock().sleep_us(600000);  // the reply comes in between requests
   const char* ip = "/PSIA/System/Network/interfaces/eth0/ipAddress";
   const char* dhcp = "<IPAddress><addressingType>dhcp</addressingType></IPAddress>";
-  EXPECT_EQ(late.put(ip, dhcp), status_answer(ip, 3));  // command 8's status 7
+  EXPECT_EQ(late.put(ip, dhcp), status_answer(ip, 3));        // command 8's status 7
   EXPECT_EQ(late.put(reboot, ""), status_answer(reboot, 2));  // 41's
   EXPECT_EQ(late.commands(), (std::vector<std::string>{"8", "41", "8"}));
 }
@@ -106,7 +106,9 @@ const char* const kHostile[] = {
     "%n%n%s%s%x%d",
     "admin' --",
     "\"; delete from Preset; \"",
-    "long-AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA"
+    "long-"
+    "AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA"
+    "AAAAAAAAAAAAA"
     "AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA",
 };
 
@@ -148,12 +150,15 @@ TEST(Injection, TextsAreStoredAsSentAndChangeNoStatement) {
        "<FTPNotificationList><FTPNotification><id>%V</id></FTPNotification></FTPNotificationList>",
        "select ServerName from FTPServer where FTPServerID=2"},
       {"PUT", "/PSIA/System/Network/interfaces/eth0/ipAddress",
-       "<IPAddress><ipVersion>v4</ipVersion><addressingType>static</addressingType><ipAddress>%V</ipAddress>"
+       "<IPAddress><ipVersion>v4</ipVersion><addressingType>static</addressingType><ipAddress>%V</"
+       "ipAddress>"
        "</IPAddress>",
        "select IpAddress from Network"},
       {"PUT", "/PSIA/Custom/Event/triggers/Sensor-0",
-       "<EventTrigger><EventTriggerNotificationList><EventTriggerNotification><id>%V</id><notificationMethod>FTP"
-       "</notificationMethod></EventTriggerNotification></EventTriggerNotificationList></EventTrigger>",
+       "<EventTrigger><EventTriggerNotificationList><EventTriggerNotification><id>%V</"
+       "id><notificationMethod>FTP"
+       "</notificationMethod></EventTriggerNotification></EventTriggerNotificationList></"
+       "EventTrigger>",
        ""},
   };
   for (const auto& f : fields) {
@@ -188,7 +193,8 @@ TEST(Injection, PathsHeadersAndXmlTricksAdmitNothing) {
   }
   for (const char* path :
        {"/PSIA/%n%s%x%s%s%s", "/PSIA/Security/AAA/users/x' or '1'='1", "/PSIA/Custom/Event/triggers/x' or '1'='1",
-        "/PSIA/Custom/Event/notification/ftp/x' or '1'='1", "/PSIA/Custom/Event/triggers/Sensor-0/notifications/%s%n"}) {
+        "/PSIA/Custom/Event/notification/ftp/x' or '1'='1",
+        "/PSIA/Custom/Event/triggers/Sensor-0/notifications/%s%n"}) {
     for (const char* method : {"GET", "DELETE"}) {
       expect_well_framed(camera.send(method, path, "", "MODE=%n%s&PAN=%s"));
       EXPECT_EQ(camera.query("select count(*) from FTPServer"), "1") << path;
@@ -200,7 +206,8 @@ TEST(Injection, PathsHeadersAndXmlTricksAdmitNothing) {
   std::string deep;
   for (int i = 0; i < 5000; ++i) deep += "<a>";
   const std::string bodies[] = {
-      "<?xml version=\"1.0\"?><!DOCTYPE lolz [<!ENTITY lol \"lol\"><!ENTITY lol2 \"&lol;&lol;&lol;&lol;&lol;\">]>"
+      "<?xml version=\"1.0\"?><!DOCTYPE lolz [<!ENTITY lol \"lol\"><!ENTITY lol2 "
+      "\"&lol;&lol;&lol;&lol;&lol;\">]>"
       "<DeviceInfo><deviceName>&lol2;</deviceName></DeviceInfo>",
       "<?xml version=\"1.0\"?><!DOCTYPE d [<!ENTITY x SYSTEM \"file:///etc/passwd\">]>"
       "<DeviceInfo><deviceName>&x;</deviceName></DeviceInfo>",

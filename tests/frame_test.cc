@@ -34,9 +34,9 @@ TEST(Frame, OnlyLevelZeroAccountsAreAdmitted) {
       {"", false},
       {"Basic", false},  // too short to hold any
       {basic_authorization("admin", "wrong"), false},
-      {basic_authorization("ADMIN", "admin"), false},     // names are exact
+      {basic_authorization("ADMIN", "admin"), false},        // names are exact
       {basic_authorization("operator", "operator"), false},  // level 1
-      {basic_authorization("viewer", "pw2"), false},      // level 2
+      {basic_authorization("viewer", "pw2"), false},         // level 2
       {basic_authorization("nobody", "x"), false},
       {basic_authorization("admin' or '1'='1", "admin"), false},
       {"Basic " + std::string(5000, 'Q'), false},
@@ -56,12 +56,10 @@ TEST(Frame, OnlyLevelZeroAccountsAreAdmitted) {
 TEST(Frame, UnmatchedRequestsAnswerInvalidOperation) {
   Camera camera;
   // The request URL is echoed as it stands, query and all.
-  for (const char* uri : {"/PSIA/foo", "/PSIA/Security/AAA/users/", "/PSIA/index",
-                          "/PSIA/System/status?x=<b>&y=%s", "/PSIA/System/Network/interfaces/eth0/",
-                          "/PSIA/System/reboot"})
+  for (const char* uri : {"/PSIA/foo", "/PSIA/Security/AAA/users/", "/PSIA/index", "/PSIA/System/status?x=<b>&y=%s",
+                          "/PSIA/System/Network/interfaces/eth0/", "/PSIA/System/reboot"})
     EXPECT_EQ(camera.send("POST", uri), status_answer(uri, 4)) << uri;
-  EXPECT_EQ(camera.send("PATCH", "/PSIA/System/deviceInfo"),
-            status_answer("/PSIA/System/deviceInfo", 4));
+  EXPECT_EQ(camera.send("PATCH", "/PSIA/System/deviceInfo"), status_answer("/PSIA/System/deviceInfo", 4));
   // Paths and methods are compared without regard to case.
   EXPECT_EQ(camera.send("get", "/psia/security/index"), document_answer(golden("security_index.xml")));
 }
@@ -97,8 +95,7 @@ TEST(Frame, RulesAreTriedInOrderByPathMethodAndLevel) {
       {"/PSIA/Custom/Event/triggers/", "GET", 0, 2, psia::get_event_trigger},
       {"/PSIA/Custom/Event/triggers/Sensor-0/x", "POST", 1, 2, psia::post_trigger_notification},
       {"/PSIA/Custom/Event/triggers/Sensor-0", "POST", 1, 2, psia::post_trigger},  // falls through
-      {"/PSIA/Custom/Event/triggers/S/notifications/n", "GET", 3, 2,
-       psia::get_trigger_notification},
+      {"/PSIA/Custom/Event/triggers/S/notifications/n", "GET", 3, 2, psia::get_trigger_notification},
       {"/PSIA/PTZ/index", "GET", 0, 1, {}},
       {"/PSIA/foo", "GET", 0, 1, {}},
   };
@@ -106,8 +103,7 @@ TEST(Frame, RulesAreTriedInOrderByPathMethodAndLevel) {
     psia::route_target target;
     bool taken = psia::route_request(c.path, c.method, c.level, c.ptz, &target);
     std::string what = std::string(c.method) + " " + c.path + " level " + std::to_string(c.level);
-    EXPECT_EQ(taken, c.expected.plain || c.expected.text || c.expected.number || c.expected.pair)
-        << what;
+    EXPECT_EQ(taken, c.expected.plain || c.expected.text || c.expected.number || c.expected.pair) << what;
     EXPECT_EQ(target.handler.plain, c.expected.plain) << what;
     EXPECT_EQ(target.handler.text, c.expected.text) << what;
     EXPECT_EQ(target.handler.pair, c.expected.pair) << what;
@@ -204,7 +200,7 @@ TEST(Startup, ADatabaseThatCannotBeOpenedStopsTheResponder) {
     EXPECT_FALSE(psia::start_up(ctx));
     EXPECT_EQ(errors, "PSIA: DB Open Failed\n");
     EXPECT_EQ(syslog, (std::vector<std::string>{"27 PSIA: DB Open Failed"}));  // daemon.err
-    EXPECT_EQ(access(db.c_str(), F_OK) == 0, *replacement != '\0');  // never created
+    EXPECT_EQ(access(db.c_str(), F_OK) == 0, *replacement != '\0');            // never created
   }
 }
 
@@ -223,12 +219,13 @@ TEST(Startup, ThePtzBranchOpensOnlyWithPtzSupportTwo) {
 // refusing to start without its database.
 TEST(Executable, ServesOneRequestAsACgiProgram) {
   Camera camera;
-  std::vector<std::string> env = {
-      "PSIA_ROOT=" + camera.root(),
-      "PSIA_REQUEST_QUEUE_KEY=" + std::to_string(camera.ctx().settings.request_queue_key),
-      "PSIA_REPLY_QUEUE_KEY=" + std::to_string(camera.ctx().settings.reply_queue_key),
-      "GATEWAY_INTERFACE=CGI/1.1", "REQUEST_METHOD=GET", "REQUEST_URI=/PSIA/index",
-      "HTTP_AUTHORIZATION=" + basic_authorization("admin", "admin")};
+  std::vector<std::string> env = {"PSIA_ROOT=" + camera.root(),
+                                  "PSIA_REQUEST_QUEUE_KEY=" + std::to_string(camera.ctx().settings.request_queue_key),
+                                  "PSIA_REPLY_QUEUE_KEY=" + std::to_string(camera.ctx().settings.reply_queue_key),
+                                  "GATEWAY_INTERFACE=CGI/1.1",
+                                  "REQUEST_METHOD=GET",
+                                  "REQUEST_URI=/PSIA/index",
+                                  "HTTP_AUTHORIZATION=" + basic_authorization("admin", "admin")};
   ProcessResult answer = run_process({PSIA_RESPONDER_PATH}, env);
   EXPECT_EQ(answer.exit_status, 0) << answer.err;
   EXPECT_EQ(answer.out, document_answer(golden("index.xml")));

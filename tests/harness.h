@@ -55,10 +55,10 @@ class Camera {
 
   // Serves one request; everything it wrote.
   std::string request(const Req& r);
-  std::string get(const std::string& uri);
-  std::string put(const std::string& uri, const std::string& body);
-  std::string send(const std::string& method, const std::string& uri,
-                   const std::string& body = "", const std::string& query = "");
+  std::string get(const std::string& uri) { return send("GET", uri); }
+  std::string put(const std::string& uri, const std::string& body) { return send("PUT", uri, body); }
+  std::string send(const std::string& method, const std::string& uri, const std::string& body = "",
+                   const std::string& query = "");
 
   // The first cell of a query on the database ("" when none), or every
   // row joined by "|" columns and "\n" rows.
@@ -77,7 +77,6 @@ class Camera {
 
   psia::request_context& ctx() { return *ctx_; }
   TestClock& clock() { return clock_; }
-  bool started() const { return started_; }
   const std::string& errors() const { return errors_; }
   const std::vector<std::string>& syslog() const { return syslog_; }
 
@@ -88,35 +87,55 @@ class Camera {
   std::unique_ptr<psia::request_context> ctx_;
   std::string errors_;
   std::vector<std::string> syslog_;
-  bool started_ = false;
 };
 
 // One row of a request table: a request to a fresh camera, and everything
-// it must leave behind.
+// it must leave behind. Written as a sentence:
+//   put(uri, body).after(sql).answers(1).sends({"94"}).leaves(query, rows)
 struct Case {
-  std::string method;
-  std::string uri;
-  std::string body;
-  // The answer: a ResponseStatus code, or (when `answer` is set) the exact
-  // bytes; kNoAnswer for none at all.
-  int status = 0;
-  std::string answer;
-  // The commands the daemon got, as Camera::commands() shows them.
-  std::vector<std::string> commands = {};
-  // Queries on the database afterwards, and the rows each must give (as
+  Case(std::string request_method, std::string request_uri, std::string request_body = "")
+      : method(std::move(request_method)), uri(std::move(request_uri)), body(std::move(request_body)) {}
+
+  // The camera before the request: SQL on its database, and what the
+  // daemon answers a command.
+  Case&& after(std::string sql) && { return setup = std::move(sql), std::move(*this); }
+  Case&& daemon(int command, int reply_status) && {
+    return daemon_status.emplace_back(command, reply_status), std::move(*this);
+  }
+  Case&& query(std::string text) && { return query_string = std::move(text), std::move(*this); }
+  // The answer: a ResponseStatus code, the exact bytes, or none at all.
+  Case&& answers(int code) && { return status = code, std::move(*this); }
+  Case&& answers(std::string bytes) && { return answer = std::move(bytes), std::move(*this); }
+  Case&& answers_nothing() && { return status = -1, std::move(*this); }
+  // The commands the daemon got, as Camera::commands() shows them; none
+  // unless given.
+  Case&& sends(std::vector<std::string> expected) && { return commands = std::move(expected), std::move(*this); }
+  // A query on the database afterwards and the rows it must give (as
   // Camera::rows() shows them).
-  std::vector<std::pair<std::string, std::string>> rows = {};
-  std::string setup = "";  // SQL on the camera before the request
-  std::string query = "";  // QUERY_STRING
-  std::vector<std::pair<int, int>> daemon = {};  // reply status per command
+  Case&& leaves(std::string sql, std::string expected) && {
+    return rows.emplace_back(std::move(sql), std::move(expected)), std::move(*this);
+  }
+
+  std::string method, uri, body;
+  std::string setup, query_string, answer;
+  int status = 0;
+  std::vector<std::string> commands;
+  std::vector<std::pair<std::string, std::string>> rows;
+  std::vector<std::pair<int, int>> daemon_status;
 };
-constexpr int kNoAnswer = -1;
+inline Case get(std::string uri) { return Case("GET", std::move(uri)); }
+inline Case put(std::string uri, std::string body = "") { return Case("PUT", std::move(uri), std::move(body)); }
+inline Case post(std::string uri, std::string body = "") { return Case("POST", std::move(uri), std::move(body)); }
+inline Case del(std::string uri) { return Case("DELETE", std::move(uri)); }
+inline Case request(std::string method, std::string uri, std::string body) {
+  return Case(std::move(method), std::move(uri), std::move(body));
+}
 // Runs each case on a camera of its own.
 void run_cases(const std::vector<Case>& cases);
 
 // The exact bytes of a document answer and of a ResponseStatus answer.
-extern const char kXml[];      // "Content-Type: application/xml\r\n\r\n"
-extern const char kXmlUtf8[];  // ... charset="UTF-8" ...
+extern const char kXml[];               // "Content-Type: application/xml\r\n\r\n"
+extern const char kXmlUtf8[];           // ... charset="UTF-8" ...
 extern const std::string kDeclaration;  // the GET documents' XML declaration
 std::string document_answer(const std::string& body, const char* content_type = kXml);
 std::string status_answer(const std::string& uri, int code);
@@ -125,8 +144,7 @@ std::string golden(const std::string& name);
 
 // The eth0 address, mask and hardware address of the machine the tests run
 // on, as the responder reads them.
-std::string host_address();
-std::string host_mask();
+std::string host_address(bool mask);
 std::string host_mac();
 
 // What one process run produced.

@@ -18,8 +18,7 @@ namespace {
 
 const char kIp[] = "/PSIA/System/Network/interfaces/eth0/ipAddress";
 const char kInterface[] = "/PSIA/System/Network/interfaces/eth0";
-const char kRow[] =
-    "select ConnectionType, IpAddress, SubnetMask, Gateway, PrimaryDNS, SecondaryDNS from Network";
+const char kRow[] = "select ConnectionType, IpAddress, SubnetMask, Gateway, PrimaryDNS, SecondaryDNS from Network";
 const char kSeededRow[] = "0|192.168.1.100|255.255.255.0|192.168.1.1|192.168.1.1|8.8.8.8";
 
 std::string static_settings(const std::string& secondary) {
@@ -37,24 +36,25 @@ const char kDhcpBody[] =
     "<ipAddress>10.9.8.7</ipAddress></IPAddress>";
 
 TEST(Network, DocumentsShowTheLiveInterface) {
-  const std::string discovery =
-      std::string("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n") +
-      "<Discovery version=\"1.0\" xmlns=\"urn:psialliance-org\">\n    <Zeroconf>\n"
-      "        <enabled>true</enabled>\n    </Zeroconf>\n</Discovery>\n";
+  const std::string discovery = std::string("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n") +
+                                "<Discovery version=\"1.0\" xmlns=\"urn:psialliance-org\">\n    <Zeroconf>\n"
+                                "        <enabled>true</enabled>\n    </Zeroconf>\n</Discovery>\n";
+  // clang-format off
   run_cases({
-      {"GET", kIp, "", 0, document_answer(golden("ip_address.xml"))},
-      {"GET", "/PSIA/System/Network/interfaces", "", 0, document_answer(golden("interfaces.xml"))},
-      {"PUT", kInterface, "", 0, document_answer(golden("interface.xml"))},  // crossed: PUT answers the document
-      {"GET", "/PSIA/System/Network/interfaces/eth0/discovery", "", 0, document_answer(discovery)},
-      {"PUT", "/PSIA/System/Network/interfaces/eth0/discovery", "<Discovery/>", 1},
+      get(kIp).answers(document_answer(golden("ip_address.xml"))),
+      get("/PSIA/System/Network/interfaces").answers(document_answer(golden("interfaces.xml"))),
+      put(kInterface).answers(document_answer(golden("interface.xml"))),  // crossed: PUT answers the document
+      get("/PSIA/System/Network/interfaces/eth0/discovery").answers(document_answer(discovery)),
+      put("/PSIA/System/Network/interfaces/eth0/discovery", "<Discovery/>").answers(1),
   });
+  // clang-format on
 }
 
 TEST(Network, AddressingTypeAndMissingHostFiles) {
-  for (const auto& [sql, type] : std::vector<std::pair<std::string, std::string>>{
-           {"update Network set ConnectionType=0", "static"},
-           {"update Network set ConnectionType=1", "dynamic"},
-           {"delete from Network", "dynamic"}}) {
+  for (const auto& [sql, type] :
+       std::vector<std::pair<std::string, std::string>>{{"update Network set ConnectionType=0", "static"},
+                                                        {"update Network set ConnectionType=1", "dynamic"},
+                                                        {"delete from Network", "dynamic"}}) {
     Camera camera(sql);
     unlink(camera.path("/proc/net/route").c_str());
     unlink(camera.path("/etc/resolv.conf").c_str());
@@ -70,41 +70,36 @@ TEST(Network, AddressingTypeAndMissingHostFiles) {
 
 TEST(Network, UpdatesAreStoredAndAppliedInTheirSteps) {
   const char* secondary = "<SecondaryDNS><ipAddress>10.9.0.54</ipAddress></SecondaryDNS>";
+  // clang-format off
   run_cases({
-      {"PUT", kIp, static_body(secondary), 1, "", {"41", "42"},
-       {{kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|10.9.0.54"}},
-       "update Network set ConnectionType=1"},
+      put(kIp, static_body(secondary)).after("update Network set ConnectionType=1").answers(1).sends({"41", "42"}).leaves(kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|10.9.0.54"),
       // Without a secondary server the stored one stays.
-      {"PUT", kIp, static_body(""), 1, "", {"41", "42"},
-       {{kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|8.8.8.8"}}},
-      {"PUT", kIp, static_body("<SecondaryDNS><ipAddress/></SecondaryDNS>"), 1, "", {"41", "42"},
-       {{kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|8.8.8.8"}}},
+      put(kIp, static_body("")).answers(1).sends({"41", "42"}).leaves(kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|8.8.8.8"),
+      put(kIp, static_body("<SecondaryDNS><ipAddress/></SecondaryDNS>")).answers(1).sends({"41", "42"}).leaves(kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|8.8.8.8"),
       // DHCP (or any type but static) stores only the mode.
-      {"PUT", kIp, kDhcpBody, 1, "", {"41"},
-       {{kRow, "1|192.168.1.100|255.255.255.0|192.168.1.1|192.168.1.1|8.8.8.8"}}},
-      {"GET", kInterface, "<NetworkInterface><id>ETH0</id><IPAddress>" + static_settings("") +
-                              "</IPAddress></NetworkInterface>",
-       1, "", {"41", "42"}, {{kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|8.8.8.8"}}},
+      put(kIp, kDhcpBody).answers(1).sends({"41"}).leaves(kRow, "1|192.168.1.100|255.255.255.0|192.168.1.1|192.168.1.1|8.8.8.8"),
+      request("GET", kInterface,
+              "<NetworkInterface><id>ETH0</id><IPAddress>" + static_settings("") + "</IPAddress></NetworkInterface>").answers(1).sends({"41", "42"}).leaves(kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|8.8.8.8"),
       // The daemon's replies are answered as they come.
-      {"PUT", kIp, static_body(""), 3, "", {"41"}, {}, "", "", {{41, 3}}},
-      {"PUT", kIp, static_body(""), 2, "", {"41", "42"}, {}, "", "", {{42, 2}}},
-      {"PUT", kIp, kDhcpBody, 2, "", {"41"}, {}, "", "", {{41, 2}}},
+      put(kIp, static_body("")).daemon(41, 3).answers(3).sends({"41"}),
+      put(kIp, static_body("")).daemon(42, 2).answers(2).sends({"41", "42"}),
+      put(kIp, kDhcpBody).daemon(41, 2).answers(2).sends({"41"}),
       // Refused: nothing stored, nothing sent.
-      {"PUT", kIp, "<NetworkInterface/>", 5, "", {}, {{kRow, kSeededRow}}},
-      {"PUT", kIp, "not xml", 3},
-      {"PUT", kIp, "", 3},
-      {"PUT", kIp, "<IPAddress><ipVersion>v6</ipVersion><addressingType>static</addressingType></IPAddress>",
-       3, "", {}, {{kRow, kSeededRow}}},
-      {"PUT", kIp, "<IPAddress><ipAddress>10.0.0.9</ipAddress></IPAddress>", 3, "", {}, {{kRow, kSeededRow}}},
-      {"PUT", kIp, "<IPAddress/>", 3},
-      {"GET", kInterface, "", 3},  // a plain GET carries no body
-      {"GET", kInterface, "<IPAddress/>", 5},
-      {"GET", kInterface, "<NetworkInterface><id>eth0</id></NetworkInterface>", 3},
-      {"GET", kInterface,
-       "<NetworkInterface><id>eth1</id><IPAddress><addressingType>dhcp</addressingType></IPAddress>"
-       "</NetworkInterface>",
-       3, "", {}, {{kRow, kSeededRow}}},
+      put(kIp, "<NetworkInterface/>").answers(5).leaves(kRow, kSeededRow),
+      put(kIp, "not xml").answers(3),
+      put(kIp).answers(3),
+      put(kIp, "<IPAddress><ipVersion>v6</ipVersion><addressingType>static</addressingType></IPAddress>").answers(3).leaves(kRow, kSeededRow),
+      put(kIp, "<IPAddress><ipAddress>10.0.0.9</ipAddress></IPAddress>").answers(3).leaves(kRow, kSeededRow),
+      put(kIp, "<IPAddress/>").answers(3),
+      get(kInterface).answers(3),  // a plain GET carries no body
+      request("GET", kInterface, "<IPAddress/>").answers(5),
+      request("GET", kInterface, "<NetworkInterface><id>eth0</id></NetworkInterface>").answers(3),
+      request("GET", kInterface,
+              "<NetworkInterface><id>eth1</id><IPAddress><addressingType>dhcp</addressingType></"
+              "IPAddress>"
+              "</NetworkInterface>").answers(3).leaves(kRow, kSeededRow),
   });
+  // clang-format on
 }
 
 std::string dotted(uint32_t address) {
@@ -115,8 +110,7 @@ std::string dotted(uint32_t address) {
 
 TEST(HostProbes, GatewayAndNameServersFromTheirFiles) {
   Camera camera;
-  const std::string header =
-      "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n";
+  const std::string header = "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n";
   const struct {
     const char* table;  // null: no file
     const char* gateway;
@@ -125,7 +119,8 @@ TEST(HostProbes, GatewayAndNameServersFromTheirFiles) {
       {"eth0\t00000000\t010200C0\t0003\n", "192.0.2.1", ""},
       {nullptr, "255.255.255.255", "Do not support /proc file system?\n"},
       {"eth0\t000200C0\t00000000\t0001\n", "255.255.255.255", ""},  // no default route
-      {"eth0\t000200C0\t00000000\t0001\neth0\t00000000\t0101A8C0\t0003\neth0\t00000000\t0201A8C0\t0003\n",
+      {"eth0\t000200C0\t00000000\t0001\neth0\t00000000\t0101A8C0\t0003\neth0\t00000000\t0201A8C0\t0"
+       "003\n",
        "192.168.1.1", ""},  // the first gateway wins
       {"eth1\t00000000\t0100000A\t0003\neth0\t00000000\t0200000A\t0003\n", "10.0.0.2", ""},
       {"eth0\t00000000\n", "255.255.255.255", "Unable to read routing table!\n"},
@@ -150,8 +145,7 @@ TEST(HostProbes, GatewayAndNameServersFromTheirFiles) {
       {"nameserver 8.8.8.8\n", -1, "8.8.8.8", ""},
       {"nameserver 1.1.1.1\nnameserver 2.2.2.2\nnameserver 3.3.3.3\n", 0, "1.1.1.1", "2.2.2.2"},
       {"nameserver 1.1.1.1\nnameserver dns.example.net\nnameserver 3.3.3.3\n", -1, "1.1.1.1", ""},
-      {"# nameserver 9.9.9.9\nnameserver\t4.4.4.4\noptions ndots:2\nnameserver 5.5.5.5", 0, "4.4.4.4",
-       "5.5.5.5"},
+      {"# nameserver 9.9.9.9\nnameserver\t4.4.4.4\noptions ndots:2\nnameserver 5.5.5.5", 0, "4.4.4.4", "5.5.5.5"},
       {"search example.net\n", -1, "", ""},
   };
   std::string resolv = camera.path("/etc/resolv.conf");

@@ -14,78 +14,70 @@ using namespace psia_test;
 namespace {
 
 const char kTextUtf8[] = "Content-Type: text/plain; charset=\"UTF-8\"\r\n\r\n";
-const char kTime[] = "/PSIA/System/time";
-const char kSeedNtp[] = "6 mode=2 ntp=\"pool.ntp.org\" interval=24 time=";
+const std::string kTime = "/PSIA/System/time";
+const std::string kZone = kTime + "/timeZone";
+const std::string kLocal = kTime + "/localTime";
+const char kSent[] = "6 mode=0 ntp=\"pool.ntp.org\" interval=24 time=";  // a manual time
+const char kSentNtp[] = "6 mode=2 ntp=\"pool.ntp.org\" interval=24 time=";
 
-std::string time_document(const char* mode, const char* local, const std::string& zone) {
-  return document_answer(std::string("<Time version=\"1.0\" xmlns=\"urn:psialliance-org\"><timeMode>") +
-                             mode + "</timeMode><localTime>" + local + "</localTime><timeZone>" +
-                             zone + "</timeZone></Time>",
+std::string time_doc(const char* mode, const char* local, const std::string& zone) {
+  return document_answer("<Time version=\"1.0\" xmlns=\"urn:psialliance-org\"><timeMode>" + std::string(mode) +
+                             "</timeMode><localTime>" + local + "</localTime><timeZone>" + zone + "</timeZone></Time>",
                          kXmlUtf8);
 }
 
-void write_file(const std::string& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-}
+void write_file(const std::string& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
 
 TEST(Time, DocumentsShowModeClockAndZone) {
   const char* now = "2011-05-12T10:20:30";
   const std::string cet = "CET-1CEST,M3.5.0,M10.5.0/3";  // Europe/Berlin's zone file
+  const std::string zone = "update DateTime set TimeZone=";
+  // clang-format off
   run_cases({
-      {"GET", kTime, "", 0, time_document("NTP", now, cet)},
-      {"GET", kTime, "", 0, time_document("manual", now, "CST-0"), {}, {},
-       "update DateTime set DateTimeSync=1, TimeZone='CST-0'"},
-      {"GET", kTime, "", 0, time_document("NTP", now, "GMT0"), {}, {},
-       "update DateTime set TimeZone='No/Such_Zone'"},
-      {"GET", kTime, "", 0, time_document("NTP", now, "GMT0"), {}, {},
-       "update DateTime set TimeZone='../../../etc/passwd'"},
-      {"GET", kTime, "", 0, time_document("NTP", now, "GMT0"), {}, {},
-       "update DateTime set TimeZone='Europe'"},  // a directory
-      {"GET", kTime, "", 0, time_document("manual", now, "GMT0"), {}, {}, "delete from DateTime"},
-      {"GET", "/PSIA/System/time/localTime", "", 0, document_answer(now, kXmlUtf8)},
-      {"GET", "/PSIA/System/time/timeZone", "", 0, document_answer(cet, kTextUtf8)},
-      {"GET", "/PSIA/System/time/timeZone", "", 0, document_answer("JST-9", kTextUtf8), {}, {},
-       "update DateTime set TimeZone='Japan'"},
-      {"GET", "/PSIA/System/time/timeZone", "", 0, document_answer("GMT0", kTextUtf8), {}, {},
-       "delete from DateTime"},
+      get(kTime).answers(time_doc("NTP", now, cet)),
+      get(kTime).after(zone + "'CST-0', DateTimeSync=1").answers(time_doc("manual", now, "CST-0")),
+      get(kTime).after(zone + "'No/Such_Zone'").answers(time_doc("NTP", now, "GMT0")),
+      get(kTime).after(zone + "'../../../etc/passwd'").answers(time_doc("NTP", now, "GMT0")),
+      get(kTime).after(zone + "'Europe'").answers(time_doc("NTP", now, "GMT0")),  // a directory
+      get(kTime).after("delete from DateTime").answers(time_doc("manual", now, "GMT0")),
+      get(kLocal).answers(document_answer(now, kXmlUtf8)),
+      get(kZone).answers(document_answer(cet, kTextUtf8)),
+      get(kZone).after(zone + "'Japan'").answers(document_answer("JST-9", kTextUtf8)),
+      get(kZone).after("delete from DateTime").answers(document_answer("GMT0", kTextUtf8)),
   });
+  // clang-format on
 }
 
 TEST(Time, ChangesAreSentToTheDaemon) {
   const std::string zone63 = std::string(62, 'A') + "5";
+  auto time = [](const std::string& elements) { return "<Time>" + elements + "</Time>"; };
+  const char* manual = "update DateTime set DateTimeSync=0";
+  const char* stored = "select TimeZone from DateTime";
+  // clang-format off
   run_cases({
       // Out-of-range fields roll over; every field is read at its place.
-      {"PUT", kTime,
-       "<Time><timeMode>manual</timeMode><localTime>2010-02-30T25:00:00</localTime>"
-       "<timeZone>UTC0</timeZone></Time>",
-       1, "", {"6 mode=0 ntp=\"pool.ntp.org\" interval=24 time=2010-03-03 01:00:00"}},
-      {"PUT", kTime, "<time><timeMode>Manual</timeMode><localTime>2012-11-26T17:38:49</localTime></time>",
-       1, "", {"6 mode=0 ntp=\"pool.ntp.org\" interval=24 time=2012-11-26 17:38:49"}},
+      put(kTime, time("<timeMode>manual</timeMode><localTime>2010-02-30T25:00:00</localTime>"))
+          .answers(1).sends({kSent + std::string("2010-03-03 01:00:00")}),
+      put(kTime, "<time><timeMode>Manual</timeMode><localTime>2012-11-26T17:38:49</localTime></time>")
+          .answers(1).sends({kSent + std::string("2012-11-26 17:38:49")}),
       // No timeMode asks for NTP, which carries the camera's own time.
-      {"PUT", kTime, "<Time><localTime>1999-01-01T00:00:00</localTime></Time>", 1, "",
-       {std::string(kSeedNtp) + "2011-05-12 10:20:30"}},
-      {"PUT", kTime, "<Time><timeZone>" + zone63 + "</timeZone></Time>", 1, "",
-       {std::string(kSeedNtp) + "2011-05-12 05:20:30"}},  // its own local time
-      {"PUT", kTime, "<Time><timeZone>" + zone63 + "B</timeZone></Time>", 3},  // cut would name another
-      {"PUT", kTime, "<Time><timeZone>EST</timeZone></Time>", 3},
-      {"PUT", kTime, "<Clock/>", 3},
-      {"PUT", kTime, "<Time>", 3},
-      {"PUT", kTime, "<Time/>", 3, "", {}, {}, "delete from DateTime"},
-      {"PUT", "/PSIA/System/time/localTime", "2011-05-06T07:08:09", 1},  // ignored under NTP
-      {"PUT", "/PSIA/System/time/localTime", "2011-05-06T07:08:09", 1, "", {}, {},
-       "update DateTime set DateTimeSync=1"},
-      {"PUT", "/PSIA/System/time/localTime", "2012-11-26T17:38:49", 1, "",
-       {"6 mode=0 ntp=\"pool.ntp.org\" interval=24 time=2012-11-26 17:38:49"}, {},
-       "update DateTime set DateTimeSync=0"},
-      {"PUT", "/PSIA/System/time/localTime", "2011-05-06T07:08:09", 3, "", {}, {},
-       "delete from DateTime"},
-      {"PUT", "/PSIA/System/time/timeZone", "JST-9", 1, "", {"7 zone=\"Japan\""},
-       {{"select TimeZone from DateTime", "Japan"}}},
-      {"PUT", "/PSIA/System/time/timeZone", "est5edt", 1, "", {"7 zone=\"EST5EDT\""},
-       {{"select TimeZone from DateTime", "EST5EDT"}}},
-      {"PUT", "/PSIA/System/time/timeZone", "XYZ4", 3, "", {},
-       {{"select TimeZone from DateTime", "Europe/Berlin"}}},
+      put(kTime, time("<localTime>1999-01-01T00:00:00</localTime>")).answers(1).sends({kSentNtp + std::string("2011-05-12 10:20:30")}),
+      // A zone that fits its 64-byte field; the time sent is in that zone.
+      put(kTime, time("<timeZone>" + zone63 + "</timeZone>")).answers(1).sends({kSentNtp + std::string("2011-05-12 05:20:30")}),
+      put(kTime, time("<timeZone>" + zone63 + "B</timeZone>")).answers(3),  // cut, it would name another
+      put(kTime, time("<timeZone>EST</timeZone>")).answers(3),
+      put(kTime, "<Clock/>").answers(3),
+      put(kTime, "<Time>").answers(3),
+      put(kTime, "<Time/>").after("delete from DateTime").answers(3),
+      put(kLocal, "2011-05-06T07:08:09").answers(1),  // ignored under NTP
+      put(kLocal, "2011-05-06T07:08:09").after("update DateTime set DateTimeSync=1").answers(1),
+      put(kLocal, "2012-11-26T17:38:49").after(manual).answers(1).sends({kSent + std::string("2012-11-26 17:38:49")}),
+      put(kLocal, "2011-05-06T07:08:09").after("delete from DateTime").answers(3),
+      put(kZone, "JST-9").answers(1).sends({"7 zone=\"Japan\""}).leaves(stored, "Japan"),
+      put(kZone, "est5edt").answers(1).sends({"7 zone=\"EST5EDT\""}).leaves(stored, "EST5EDT"),
+      put(kZone, "XYZ4").answers(3).leaves(stored, "Europe/Berlin"),
   });
+  // clang-format on
 }
 
 TEST(Time, AZoneGivenWithTheTimeIsKeptForTheProcess) {
@@ -93,59 +85,50 @@ TEST(Time, AZoneGivenWithTheTimeIsKeptForTheProcess) {
   camera.daemon().status[6] = 2;
   EXPECT_EQ(camera.put(kTime, "<Time><timeZone>JST-9</timeZone></Time>"), status_answer(kTime, 2));
   // The process's local time follows it; the stored zone does not change.
-  EXPECT_EQ(camera.get(kTime), time_document("NTP", "2011-05-12T19:20:30", "JST-9"));
-  EXPECT_EQ(camera.get("/PSIA/System/time/timeZone"),
-            document_answer("CET-1CEST,M3.5.0,M10.5.0/3", kTextUtf8));
+  EXPECT_EQ(camera.get(kTime), time_doc("NTP", "2011-05-12T19:20:30", "JST-9"));
+  EXPECT_EQ(camera.get(kZone), document_answer("CET-1CEST,M3.5.0,M10.5.0/3", kTextUtf8));
   // An empty zone goes back to the system's.
   camera.put(kTime, "<Time><timeZone></timeZone></Time>");
-  EXPECT_EQ(camera.get("/PSIA/System/time/localTime"), document_answer("2011-05-12T10:20:30", kXmlUtf8));
+  EXPECT_EQ(camera.get(kLocal), document_answer("2011-05-12T10:20:30", kXmlUtf8));
 }
 
 TEST(Ntp, TheOneServerIsShownAndReplaced) {
-  auto doc = [](bool list, const char* kind, const char* element, const char* value) {
-    std::string pad = list ? "" : "    ";
-    std::string body = pad + "<id>1</id>" + pad + "<addressingFormatType>" + kind +
-                       "</addressingFormatType>" + pad + "<" + element + ">" + value + "</" +
-                       element + ">" + pad + "<portNo>123</portNo>";
-    return document_answer(
-        kDeclaration + (list ? "<NTPServerList version=\"1.0\" xmlns=\"urn:psialliance-org\">"
-                               "<NTPServer version=\"1.0\" xmlns=\"urn:psialliance-org\">" +
-                                   body + "</NTPServer></NTPServerList>"
-                             : "  <NTPServer version=\"1.0\" xmlns=\"urn:psialliance-org\">" + body +
-                                   "  </NTPServer>"),
-        kXmlUtf8);
+  auto doc = [](bool list, const std::string& name, bool address = false) {
+    const std::string pad = list ? "" : "    ";
+    const std::string kind = address ? "ipaddress" : "hostname", element = address ? "ipAddress" : "hostName";
+    const std::string server = pad + "<id>1</id>" + pad + "<addressingFormatType>" + kind + "</addressingFormatType>" +
+                               pad + "<" + element + ">" + name + "</" + element + ">" + pad + "<portNo>123</portNo>";
+    const std::string open = "NTPServer version=\"1.0\" xmlns=\"urn:psialliance-org\">";
+    return document_answer(kDeclaration + (list ? "<NTPServerList " + open.substr(10) + "<" + open + server +
+                                                      "</NTPServer></NTPServerList>"
+                                                : "  <" + open + server + "  </NTPServer>"),
+                           kXmlUtf8);
   };
-  const char* list = "/PSIA/System/time/ntpServers";
-  const char* one = "/PSIA/System/time/ntpServers/1";
+  const std::string list = "/PSIA/System/time/ntpServers", one = list + "/1";
   const char* name = "select NTPServerName from DateTime";
+  const std::string set = "update DateTime set NTPServerName=";
+  auto server = [](const std::string& elements) { return "<NTPServer>" + elements + "</NTPServer>"; };
+  // clang-format off
   run_cases({
-      {"GET", list, "", 0, doc(true, "hostname", "hostName", "pool.ntp.org")},
-      {"GET", "/PSIA/System/time/ntpServers/7", "", 0, doc(false, "ipaddress", "ipAddress", "192.168.0.1"),
-       {}, {}, "update DateTime set NTPServerName='192.168.0.1'"},
-      {"GET", one, "", 0, doc(false, "hostname", "hostName", "ntp-1.example.com.and.a.long.ta"), {},
-       {}, "update DateTime set NTPServerName='ntp-1.example.com.and.a.long.tail'"},
-      {"GET", list, "", 0, doc(true, "hostname", "hostName", "pool.ntp.org"), {}, {},
-       "delete from DateTime"},
-      {"PUT", one,
-       "<NTPServer><addressingFormatType>ipaddress</addressingFormatType><ipAddress>10.0.0.1</ipAddress>"
-       "</NTPServer>",
-       1, "", {}, {{name, "10.0.0.1"}}},
-      {"PUT", one, "<NTPServer><hostName>time.lan</hostName></NTPServer>", 1, "", {}, {{name, "time.lan"}}},
+      get(list).answers(doc(true, "pool.ntp.org")),
+      get(list + "/7").after(set + "'192.168.0.1'").answers(doc(false, "192.168.0.1", true)),
+      get(one).after(set + "'ntp-1.example.com.and.a.long.tail'").answers(doc(false, "ntp-1.example.com.and.a.long.ta")),
+      get(list).after("delete from DateTime").answers(doc(true, "pool.ntp.org")),
+      put(one, server("<addressingFormatType>ipaddress</addressingFormatType><ipAddress>10.0.0.1</ipAddress>"))
+          .answers(1).leaves(name, "10.0.0.1"),
+      put(one, server("<hostName>time.lan</hostName>")).answers(1).leaves(name, "time.lan"),
       // Only a format type of "NTP" selects the host name.
-      {"PUT", one,
-       "<NTPServer><addressingFormatType>hostname</addressingFormatType><hostName>time.lan</hostName>"
-       "</NTPServer>",
-       1, "", {}, {{name, ""}}},
-      {"POST", list, "<ntpserver><hostName>o'clock</hostName></ntpserver>", 1, "", {}, {{name, "o'clock"}}},
-      {"PUT", list,
-       "<NTPServerList><NTPServer><hostName>a.lan</hostName></NTPServer><NTPServer/><NTPServer>"
-       "<addressingFormatType>NTP</addressingFormatType><hostName>b.lan</hostName></NTPServer>"
-       "</NTPServerList>",
-       1, "", {}, {{name, "b.lan"}}},
-      {"PUT", list, "<NTPServer/>", 3, "", {}, {{name, "pool.ntp.org"}}},
-      {"DELETE", one, "", 1, "", {}, {{name, "pool.ntp.org"}}},
-      {"DELETE", list, "", 1, "", {}, {{name, "pool.ntp.org"}}},
+      put(one, server("<addressingFormatType>hostname</addressingFormatType><hostName>time.lan</hostName>"))
+          .answers(1).leaves(name, ""),
+      post(list, "<ntpserver><hostName>o'clock</hostName></ntpserver>").answers(1).leaves(name, "o'clock"),
+      put(list, "<NTPServerList>" + server("<hostName>a.lan</hostName>") + "<NTPServer/>" +
+                server("<addressingFormatType>NTP</addressingFormatType><hostName>b.lan</hostName>") + "</NTPServerList>")
+          .answers(1).leaves(name, "b.lan"),
+      put(list, "<NTPServer/>").answers(3).leaves(name, "pool.ntp.org"),
+      del(one).answers(1).leaves(name, "pool.ntp.org"),
+      del(list).answers(1).leaves(name, "pool.ntp.org"),
   });
+  // clang-format on
 }
 
 TEST(Device, InformationFromItsSources) {
@@ -156,9 +139,9 @@ TEST(Device, InformationFromItsSources) {
   camera.exec("delete from Network; delete from Spec; update System set SWVersion='7'");
   unlink(camera.path("/dev/mtdblock7").c_str());
   std::string out = camera.get(uri);
-  for (const char* part : {"<deviceName>camera-host</deviceName>", "<model>Aldex IP Camera</model>",
-                           "<serialNumber>0</serialNumber>",
-                           "<firmwareVersion>7</firmwareVersion><firmwareReleasedDate>000000<"})
+  for (const char* part :
+       {"<deviceName>camera-host</deviceName>", "<model>Aldex IP Camera</model>", "<serialNumber>0</serialNumber>",
+        "<firmwareVersion>7</firmwareVersion><firmwareReleasedDate>000000<"})
     EXPECT_NE(out.find(part), std::string::npos) << part;
   EXPECT_EQ(camera.errors(), "EEPROM OPEN: No such file or directory\n");
   // Factory data too short, and factory data that fills the serial's field.
@@ -166,30 +149,28 @@ TEST(Device, InformationFromItsSources) {
   EXPECT_NE(camera.get(uri).find("<serialNumber>0</serialNumber>"), std::string::npos);
   EXPECT_NE(camera.errors().find("eeprom read fail res=14, error="), std::string::npos);
   write_file(camera.path("/dev/mtdblock7"), std::string(256, '\0') + std::string(40, 'S'));
-  EXPECT_NE(camera.get(uri).find("<serialNumber>" + std::string(31, 'S') + "</serialNumber>"),
-            std::string::npos);
+  EXPECT_NE(camera.get(uri).find("<serialNumber>" + std::string(31, 'S') + "</serialNumber>"), std::string::npos);
   camera.exec("delete from System");
-  EXPECT_NE(camera.get(uri).find("<firmwareVersion>0.0.0.0</firmwareVersion><firmwareReleasedDate>"
-                                 "000000</firmwareReleasedDate>"),
+  EXPECT_NE(camera.get(uri).find("<firmwareVersion>0.0.0.0</firmwareVersion><firmwareReleasedDate>000000<"),
             std::string::npos);
 }
 
 TEST(Device, TheIdentifierIsMadeOnceAndClosesTheConnection) {
+  const std::regex made("<deviceID>([0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9a-f]{12})</deviceID>");
   for (const char* stored : {"aaaaaaaaaaaaaaaa", "aaaaaaaaaaaaaaaaXYZ", ""}) {
     Camera camera(std::string("update System set uuid='") + stored + "'");
     std::string first = camera.get("/PSIA/System/deviceInfo");
     std::smatch id;
-    ASSERT_TRUE(std::regex_search(first, id, std::regex("<deviceID>([0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-"
-                                                        "[0-9A-F]{4}-[0-9a-f]{12})</deviceID>")))
-        << first;
+    ASSERT_TRUE(std::regex_search(first, id, made)) << first;
     EXPECT_EQ(camera.query("select uuid from System"), id[1]);
+    ProcessResult factory =
+        run_process({"/usr/bin/sqlite3", camera.path("/usr/local/korvia/conf/default.db"), "select uuid from System"},
+                    {});
+    EXPECT_EQ(factory.out, std::string(id[1]) + "\n");
     // The main connection is closed once the identifier is stored: the rest
     // of this answer shows the fallbacks, and later callers are refused.
     EXPECT_NE(first.find("<model>Aldex IP Camera</model>"), std::string::npos);
     EXPECT_EQ(camera.get("/PSIA/index").rfind("Status: 401", 0), 0u);
-    ProcessResult factory = run_process(
-        {"/usr/bin/sqlite3", camera.path("/usr/local/korvia/conf/default.db"), "select uuid from System"}, {});
-    EXPECT_EQ(factory.out, std::string(id[1]) + "\n");
   }
   // Without a factory database the connection stays and none is created.
   Camera camera("update System set uuid='aaaaaaaaaaaaaaaa'");
@@ -200,65 +181,61 @@ TEST(Device, TheIdentifierIsMadeOnceAndClosesTheConnection) {
   EXPECT_EQ(camera.get("/PSIA/index"), document_answer(golden("index.xml")));
 }
 
-TEST(Device, NameStatusAndUptime) {
+TEST(Device, NameAndStatus) {
   const char* uri = "/PSIA/System/deviceInfo";
   const char* name = "select DDNSHostname from Network";
+  auto info = [](const std::string& elements) { return "<DeviceInfo>" + elements + "</DeviceInfo>"; };
   auto status = [](const char* uptime) {
-    return document_answer(std::string(kDeclaration) +
-                           "<DeviceStatus version=\"1.0\" xmlns=\"urn:psialliance-org\"><currentDeviceTime>"
-                           "2011-05-12T10:20:30</currentDeviceTime><deviceUpTime>" +
+    return document_answer(kDeclaration +
+                           "<DeviceStatus version=\"1.0\" xmlns=\"urn:psialliance-org\">"
+                           "<currentDeviceTime>2011-05-12T10:20:30</currentDeviceTime><deviceUpTime>" +
                            uptime + "</deviceUpTime></DeviceStatus>");
   };
+  const std::string n31(31, 'n');
+  // clang-format off
   run_cases({
-      {"PUT", uri, "<deviceinfo><deviceName>hall</deviceName><deviceName>lobby</deviceName></deviceinfo>",
-       1, "", {}, {{name, "lobby"}}},
-      {"PUT", uri, "<DeviceInfo><deviceName>" + std::string(31, 'n') + "</deviceName></DeviceInfo>", 1, "",
-       {}, {{name, std::string(31, 'n')}}},
-      {"PUT", uri, "<DeviceInfo><deviceName>" + std::string(40, 'n') + "</deviceName></DeviceInfo>", 1, "",
-       {}, {{name, std::string(31, 'n')}}},
-      {"PUT", uri, "<DeviceInfo/>", 1, "", {}, {{name, ""}}},
-      {"PUT", uri, "<Device><deviceName>x</deviceName></Device>", 3, "", {}, {{name, "camera-lobby"}}},
-      {"PUT", uri, "<DeviceInfo><deviceName>x</deviceName>", 3},
-      {"GET", "/PSIA/System/status", "", 0, status("12345")},
+      put(uri, "<deviceinfo><deviceName>hall</deviceName><deviceName>lobby</deviceName></deviceinfo>").answers(1).leaves(name, "lobby"),
+      put(uri, info("<deviceName>" + n31 + "</deviceName>")).answers(1).leaves(name, n31),
+      put(uri, info("<deviceName>" + n31 + "nnnnnnnn</deviceName>")).answers(1).leaves(name, n31),
+      put(uri, "<DeviceInfo/>").answers(1).leaves(name, ""),
+      put(uri, "<Device><deviceName>x</deviceName></Device>").answers(3).leaves(name, "camera-lobby"),
+      put(uri, "<DeviceInfo><deviceName>x</deviceName>").answers(3),
+      get("/PSIA/System/status").answers(status("12345")),
   });
-  for (const char* uptime : {"", "abc def\n", "12345.67\n"}) {
+  // clang-format on
+  for (const char* uptime : {"", "abc def\n", "12345.67\n", "2147483647.5 1\n"}) {
     Camera camera;
     write_file(camera.path("/proc/uptime"), uptime);
-    EXPECT_EQ(camera.get("/PSIA/System/status"), status_answer("/PSIA/System/status", 3)) << uptime;
+    bool big = uptime[0] == '2';
+    EXPECT_EQ(camera.get("/PSIA/System/status"), big ? status("2147483647") : status_answer("/PSIA/System/status", 3));
   }
-  Camera camera;
-  write_file(camera.path("/proc/uptime"), "2147483647.5 1\n");
-  EXPECT_EQ(camera.get("/PSIA/System/status"), status("2147483647"));
 }
 
 TEST(Maintenance, RebootAndFactoryReset) {
-  const char* reset = "/PSIA/System/factoryReset";
+  const std::string reboot = "/PSIA/System/reboot", reset = "/PSIA/System/factoryReset";
+  // clang-format off
   run_cases({
-      {"PUT", "/PSIA/System/reboot", "", 1, "", {"8"}},
-      {"PUT", std::string(reset) + "?mode=basic", "", 1, "", {"10"}},
-      {"PUT", std::string(reset) + "?MODE=x=FULL", "", 1, "", {"10"}},  // '=' starts the value again
-      {"PUT", std::string(reset) + "?MODE=PARTIAL", "", 3},
-      {"PUT", std::string(reset) + "?KEY=FULL", "", 3},
-      {"PUT", std::string(reset) + "?MODE=" + std::string(300, 'F'), "", 3},
-      {"PUT", std::string(reset) + "?", "", 5},
-      {"PUT", reset, "", 5},
+      put(reboot).answers(1).sends({"8"}),
+      put(reboot).daemon(8, 2).answers(2).sends({"8"}),
+      put(reboot).daemon(8, 7).answers(3).sends({"8"}),  // above 2: a device error
+      put(reboot).daemon(8, 0).answers(3).sends({"8"}),  // outside 1..7: no text but 3's
+      put(reboot).daemon(8, -1).answers(3).sends({"8"}),
+      put(reset + "?mode=basic").answers(1).sends({"10"}),
+      put(reset + "?MODE=x=FULL").answers(1).sends({"10"}),  // '=' starts the value again
+      put(reset + "?MODE=PARTIAL").answers(3),
+      put(reset + "?KEY=FULL").answers(3),
+      put(reset + "?MODE=" + std::string(300, 'F')).answers(3),
+      put(reset + "?").answers(5),
+      put(reset).answers(5),
   });
-  for (const auto& [daemon, answer] : std::vector<std::pair<int, int>>{{2, 2}, {7, 3}, {0, 3}, {-1, 3}}) {
-    Camera camera;
-    camera.daemon().status[8] = daemon;
-    EXPECT_EQ(camera.put("/PSIA/System/reboot", ""), status_answer("/PSIA/System/reboot", answer)) << daemon;
-  }
-  Camera silent;
-  silent.daemon().silent.insert(10);
-  EXPECT_EQ(silent.put(std::string(reset) + "?MODE=FULL", ""), status_answer(std::string(reset) + "?MODE=FULL", 2));
-  EXPECT_EQ(silent.clock().now_us, 180100000);  // 1801 polls of 100 ms
+  // clang-format on
 }
 
 TEST(Maintenance, UploadsAreStoredWholeOrNotAtAll) {
-  for (const char* uri : {"/PSIA/System/updateFirmware", "/PSIA/System/configurationData"}) {
+  for (const char* name : {"psia_firmware.dat", "psia_config.dat"}) {
     Camera camera;
-    std::string file = camera.path(std::string("/usr/local/httpd/htdocs/Web/updownload/") +
-                                   (uri[13] == 'u' ? "psia_firmware.dat" : "psia_config.dat"));
+    const std::string uri = name[5] == 'f' ? "/PSIA/System/updateFirmware" : "/PSIA/System/configurationData";
+    const std::string file = camera.path(std::string("/usr/local/httpd/htdocs/Web/updownload/") + name);
     std::string image(5000, 'i');
     image[100] = '\0';  // any bytes
     EXPECT_EQ(camera.put(uri, image), status_answer(uri, 1));
@@ -281,10 +258,9 @@ TEST(Maintenance, UploadsAreStoredWholeOrNotAtAll) {
 
 TEST(Maintenance, TheConfigurationDownloadSendsTheFileTheDaemonNames) {
   const char* uri = "/PSIA/System/configurationData";
-  const std::string dir = "/usr/local/httpd/htdocs/Web/updownload/";
-  struct Case {
+  const struct {
     const char* name;     // what the daemon names
-    std::string content;  // written there (null name: the simulator's own file)
+    std::string content;  // written there
     int status;           // the daemon's status
     bool sent;
   } cases[] = {
@@ -292,19 +268,22 @@ TEST(Maintenance, TheConfigurationDownloadSendsTheFileTheDaemonNames) {
       {"empty.cfg", "", 1, true},
       {"large.cfg", "x", 2, false},
       {"missing.cfg", "", 1, false},
-      {"", "", 1, false},         // the directory itself
+      {"", "", 1, false},  // the directory itself
       {".", "", 1, false},
-      {"fifo", "", 1, false},     // not a regular file: never opened to block
+      {"fifo", "", 1, false},  // not a regular file: never opened to block
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     Camera camera;
-    std::string path = camera.path(dir + c.name);
-    if (std::string(c.name) == "fifo") mkfifo(path.c_str(), 0600);
-    else if (c.sent || c.status != 1) write_file(path, c.content);
+    std::string path = camera.path(std::string("/usr/local/httpd/htdocs/Web/updownload/") + c.name);
+    if (std::string(c.name) == "fifo")
+      mkfifo(path.c_str(), 0600);
+    else if (c.sent || c.status != 1)
+      write_file(path, c.content);
     camera.daemon().reply_texts.emplace(11, std::make_pair(0, std::string(c.name)));
     camera.daemon().status[11] = c.status;
-    std::string expected = "Content-Type: application/octet-stream\nContent-length: " +
-                           std::to_string(c.content.size()) + "\n\n" + c.content;
+    std::string expected =
+        "Content-Type: application/octet-stream\nContent-length: " + std::to_string(c.content.size()) + "\n\n" +
+        c.content;
     EXPECT_EQ(camera.get(uri), c.sent ? expected : status_answer(uri, 3)) << c.name;
     EXPECT_EQ(camera.commands(), std::vector<std::string>{"11"});
   }

@@ -62,8 +62,8 @@ TEST(Credentials, SplitAtColonsAsTheCameraAlwaysHas) {
   };
   for (const auto& c : cases) {
     credentials who;
-    split_credentials(reinterpret_cast<const unsigned char*>(c.decoded.data()),
-                      static_cast<int>(c.decoded.size()), &who);
+    split_credentials(reinterpret_cast<const unsigned char*>(c.decoded.data()), static_cast<int>(c.decoded.size()),
+                      &who);
     EXPECT_STREQ(who.user, c.user) << c.decoded;
     EXPECT_STREQ(who.password, c.password) << c.decoded;
   }
@@ -90,8 +90,11 @@ TEST(TextBuffer, KeepsExactlyWhatWasFormattedAtEveryLength) {
 }
 
 TEST(BoundedCopy, KeepsSizeMinusOneCharacters) {
-  const std::pair<std::string, std::string> cases[] = {
-      {"", ""}, {"abc", "abc"}, {"abcdefg", "abcdefg"}, {"abcdefgh", "abcdefg"}, {"abcdefghij", "abcdefg"}};
+  const std::pair<std::string, std::string> cases[] = {{"", ""},
+                                                       {"abc", "abc"},
+                                                       {"abcdefg", "abcdefg"},
+                                                       {"abcdefgh", "abcdefg"},
+                                                       {"abcdefghij", "abcdefg"}};
   for (const auto& [text, kept] : cases) {
     char field[9];
     std::memset(field, '#', sizeof field);
@@ -112,8 +115,7 @@ TEST(Parsers, DottedQuadsAndContentLengths) {
   EXPECT_EQ(value, 192u << 24 | 168u << 16 | 1u << 8 | 20u);
   ASSERT_EQ(parse_ipv4_text("0.0.2.300", &value, 0), 1);
   EXPECT_EQ(value, 812u);  // not range-checked: 300 spills into the next byte
-  for (const char* bad : {"1.2.3", "a.b.c.d", "", "1..2.3"})
-    EXPECT_EQ(parse_ipv4_text(bad, &value, 0), 0) << bad;
+  for (const char* bad : {"1.2.3", "a.b.c.d", "", "1..2.3"}) EXPECT_EQ(parse_ipv4_text(bad, &value, 0), 0) << bad;
   EXPECT_EQ(parse_content_length("42"), 42);
   EXPECT_EQ(parse_content_length(nullptr), -1);
   EXPECT_EQ(parse_content_length("x"), -1);
@@ -179,7 +181,7 @@ TEST(TimeZones, TheTableIsSearchedFromItsFirstRow) {
       {"EST5", "EST"},
       {"cst6", "Canada/Saskatchewan"},
       {"Egypt", "Egypt"},
-      {"ACT5", "Brazil/Acre"},  // the first row
+      {"ACT5", "Brazil/Acre"},                                 // the first row
       {"YEKT-5YEKST,M3.5.0,M10.5.0/3", "Asia/Yekaterinburg"},  // the last
       {"", nullptr},
       {"XYZ7", nullptr},

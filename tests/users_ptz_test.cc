@@ -15,65 +15,65 @@ const char kSeededAccounts[] = "admin|admin|0\nanonymous||3\noperator|operator|1
 TEST(Users, DocumentsListAndReadAccounts) {
   const char* setup =
       "delete from UserAccount where UserID in ('operator', 'guest');"
-      "insert into UserAccount values ('carol', 'c', 2); insert into UserAccount values ('dave', 'd', 2)";
+      "insert into UserAccount values ('carol', 'c', 2); insert into UserAccount values ('dave', "
+      "'d', 2)";
   const std::string carol = document_answer(std::string(kDeclaration) +
                                             "<User version=\"1.0\" xmlns=\"urn:psialliance-org\"><id>carol</id>"
                                             "<userName>carol</userName></User>");
-  std::vector<Case> cases = {{"GET", kUsers, "", 0, document_answer(golden("users.xml"))}};
+  std::vector<Case> cases = {get(kUsers).answers(document_answer(golden("users.xml")))};
   // A short id is a position among the accounts that are not built in.
-  for (const char* id : {"2", "999", "carol"}) cases.push_back({"GET", kUsers + "/" + id, "", 0, carol, {}, {}, setup});
-  for (const char* id : {"0", "dave'", "nobody"}) cases.push_back({"GET", kUsers + "/" + id, "", 3, "", {}, {}, setup});
+  for (const char* id : {"2", "999", "carol"}) cases.push_back(get(kUsers + "/" + id).after(setup).answers(carol));
+  for (const char* id : {"0", "dave'", "nobody"}) cases.push_back(get(kUsers + "/" + id).after(setup).answers(3));
   run_cases(cases);
 }
 
 TEST(Users, ChangesAreStoredAndAnnounced) {
+  // clang-format off
   run_cases({
-      {"POST", kUsers,
-       "<User><userName>carol</userName><password>c1</password><userName>o'brien</userName>"
-       "<password>p%n</password></User>",
-       1, "", {"94"}, {{kAccounts, std::string(kSeededAccounts) + "\ncarol|c1|2\no'brien|p%n|2"}}},
-      {"POST", kUsers, "<User><userName>guest</userName><password>x</password></User>", 3, "", {},
-       {{kAccounts, kSeededAccounts}}},
+      post(kUsers,
+           "<User><userName>carol</userName><password>c1</password><userName>o'brien</userName>"
+           "<password>p%n</password></User>").answers(1).sends({"94"}).leaves(kAccounts, std::string(kSeededAccounts) + "\ncarol|c1|2\no'brien|p%n|2"),
+      post(kUsers, "<User><userName>guest</userName><password>x</password></User>").answers(3).leaves(kAccounts, kSeededAccounts),
       // An earlier pair stays added when a later one is refused.
-      {"POST", kUsers,
-       "<User><userName>new</userName><password>n</password><userName>guest</userName><password>x</password></User>",
-       3, "", {}, {{kAccounts, std::string(kSeededAccounts) + "\nnew|n|2"}}},
+      post(kUsers,
+           "<User><userName>new</userName><password>n</password><userName>guest</"
+           "userName><password>x</password></User>").answers(3).leaves(kAccounts, std::string(kSeededAccounts) + "\nnew|n|2"),
       // A body without a complete name and password gets no answer.
-      {"POST", kUsers, "<User><userName>x</userName></User>", kNoAnswer},
-      {"POST", kUsers, "<User/>", kNoAnswer},
-      {"POST", kUsers, "<UserList/>", 3},
-      {"PUT", kUsers + "/admin", "<User><password>one</password><password>two</password></User>", 1, "", {"94"},
-       {{"select Password from UserAccount where UserID='admin'", "two"}}},
-      {"PUT", kUsers + "/nobody", "<User><password>x</password></User>", 1, "", {"94"}, {{kAccounts, kSeededAccounts}}},
-      {"PUT", kUsers + "/Anonymous", "<User><password>x</password></User>", kNoAnswer, "", {},
-       {{kAccounts, kSeededAccounts}}},
-      {"PUT", kUsers + "/guest", "<Account/>", 3},
-      {"PUT", kUsers,
-       "<UserList><User><userName>guest</userName><password>g2</password></User><User><userName>anonymous"
-       "</userName><password>a</password></User><User><userName>operator</userName></User></UserList>",
-       1, "", {"94"}, {{kAccounts, "admin|admin|0\nanonymous||3\noperator|operator|1\nguest|g2|2"}}},
-      {"PUT", kUsers, "<UserList><User><userName>anonymous</userName><password>a</password></User></UserList>",
-       kNoAnswer, "", {}, {{kAccounts, kSeededAccounts}}},
-      {"PUT", kUsers, "<User/>", 3},
-      {"DELETE", kUsers + "/admin", "", kNoAnswer, "", {}, {{kAccounts, kSeededAccounts}}},
-      {"DELETE", kUsers + "/ANONYMOUS", "", kNoAnswer},
-      {"DELETE", kUsers + "/guest", "", 1, "", {"94"},
-       {{kAccounts, "admin|admin|0\nanonymous||3\noperator|operator|1"}}},
-      {"DELETE", kUsers, "", 1, "", {"94"}, {{kAccounts, "admin|admin|0\nanonymous||3"}}},
+      post(kUsers, "<User><userName>x</userName></User>").answers_nothing(),
+      post(kUsers, "<User/>").answers_nothing(),
+      post(kUsers, "<UserList/>").answers(3),
+      put(kUsers + "/admin", "<User><password>one</password><password>two</password></User>").answers(1).sends({"94"}).leaves("select Password from UserAccount where UserID='admin'", "two"),
+      put(kUsers + "/nobody", "<User><password>x</password></User>").answers(1).sends({"94"}).leaves(kAccounts, kSeededAccounts),
+      put(kUsers + "/Anonymous", "<User><password>x</password></User>").answers_nothing().leaves(kAccounts, kSeededAccounts),
+      put(kUsers + "/guest", "<Account/>").answers(3),
+      put(kUsers,
+          "<UserList><User><userName>guest</userName><password>g2</password></"
+          "User><User><userName>anonymous"
+          "</userName><password>a</password></User><User><userName>operator</userName></User></"
+          "UserList>").answers(1).sends({"94"}).leaves(kAccounts, "admin|admin|0\nanonymous||3\noperator|operator|1\nguest|g2|2"),
+      put(kUsers, "<UserList><User><userName>anonymous</userName><password>a</password></User></UserList>").answers_nothing().leaves(kAccounts, kSeededAccounts),
+      put(kUsers, "<User/>").answers(3),
+      del(kUsers + "/admin").answers_nothing().leaves(kAccounts, kSeededAccounts),
+      del(kUsers + "/ANONYMOUS").answers_nothing(),
+      del(kUsers + "/guest").answers(1).sends({"94"}).leaves(kAccounts, "admin|admin|0\nanonymous||3\noperator|operator|1"),
+      del(kUsers).answers(1).sends({"94"}).leaves(kAccounts, "admin|admin|0\nanonymous||3"),
   });
+  // clang-format on
 }
 
 TEST(Users, AFailedUpdateIsAnsweredAndALaterSuccessAnsweredBehindIt) {
   Camera camera;
   // A trigger the camera's firmware does not have makes one update fail.
-  camera.exec("create trigger refuse before update on UserAccount when new.UserID='operator' "
-              "begin select raise(abort, 'refused'); end");
+  camera.exec(
+      "create trigger refuse before update on UserAccount when new.UserID='operator' "
+      "begin select raise(abort, 'refused'); end");
   const std::string body =
       "<UserList><User><userName>operator</userName><password>o</password></User>"
       "<User><userName>guest</userName><password>g</password></User></UserList>";
   EXPECT_EQ(camera.put(kUsers, body), status_answer(kUsers, 3) + status_answer(kUsers, 1));
-  EXPECT_EQ(camera.put(kUsers, "<UserList><User><userName>operator</userName><password>o</password></User>"
-                               "</UserList>"),
+  EXPECT_EQ(camera.put(kUsers,
+                       "<UserList><User><userName>operator</userName><password>o</password></User>"
+                       "</UserList>"),
             status_answer(kUsers, 3));
   EXPECT_EQ(camera.commands(), std::vector<std::string>{"94"});
   // A new account cannot log in: only level-0 accounts are admitted.
@@ -90,80 +90,82 @@ TEST(Ptz, ChannelDocumentsAndControl) {
                     "</id><enabled>" + enabled +
                     "</enabled><videoInputID>0</videoInputID><controlProtocol>Aldex Pellix</controlProtocol>"
                     "</PTZChannel>";
-    return document_answer(kDeclaration + (list ? "<PTZChannelList version=\"1.0\" xmlns=\"urn:psialliance-org\">" +
-                                                      c + "</PTZChannelList>"
-                                                : c));
+    return document_answer(
+        kDeclaration +
+        (list ? "<PTZChannelList version=\"1.0\" xmlns=\"urn:psialliance-org\">" + c + "</PTZChannelList>" : c));
   };
   const char* list = "/PSIA/PTZ/channels";
   const char* one = "/PSIA/PTZ/channels/0";
   const char* enable = "select Enable from PTZControl";
   const char* five = "update PTZControl set Enable=5";
+  // clang-format off
   run_cases({
-      {"GET", list, "", 0, channel("0", "true", true)},
-      {"GET", "/PSIA/PTZ/channels/7", "", 0, channel("7", "false", false), {}, {}, five},
-      {"PUT", one, "<PTZChannel><id>1</id></PTZChannel>", 1, "", {"61"}, {{enable, "0"}}, five},
-      {"PUT", one, "<ptzchannel><enabled>TRUE</enabled></ptzchannel>", 2, "", {"61"}, {{enable, "1"}}, five, "",
-       {{61, 2}}},
-      {"PUT", one, "<PTZChannel><enabled>yes</enabled></PTZChannel>", 1, "", {"61"}, {{enable, "0"}}, five},
-      {"PUT", one, "<Channel/>", 5, "", {}, {{enable, "5"}}, five},
-      {"PUT", one, "<PTZChannel>", 3, "", {}, {{enable, "5"}}, five},
-      {"PUT", list,
-       "<PTZChannelList><PTZChannel><enabled>true</enabled></PTZChannel><PTZChannel><enabled>false</enabled>"
-       "</PTZChannel></PTZChannelList>",
-       1, "", {"61"}, {{enable, "1"}}, five},
-      {"PUT", list, "<PTZChannelList><PTZChannel><id>1</id></PTZChannel></PTZChannelList>", 3, "", {},
-       {{enable, "5"}}, five},
-      {"PUT", list, "<PTZChannelList><PTZChannel><videoInputID>2</videoInputID></PTZChannel></PTZChannelList>", 3,
-       "", {}, {{enable, "5"}}, five},
-      {"PUT", list, "<PTZChannel/>", 5},
-      {"POST", list, "", 1},
-      {"DELETE", list, "", 1},
-      {"DELETE", one, "", 1},
+      get(list).answers(channel("0", "true", true)),
+      get("/PSIA/PTZ/channels/7").after(five).answers(channel("7", "false", false)),
+      put(one, "<PTZChannel><id>1</id></PTZChannel>").after(five).answers(1).sends({"61"}).leaves(enable, "0"),
+      put(one, "<ptzchannel><enabled>TRUE</enabled></ptzchannel>").after(five).daemon(61, 2).answers(2).sends({"61"}).leaves(enable, "1"),
+      put(one, "<PTZChannel><enabled>yes</enabled></PTZChannel>").after(five).answers(1).sends({"61"}).leaves(enable, "0"),
+      put(one, "<Channel/>").after(five).answers(5).leaves(enable, "5"),
+      put(one, "<PTZChannel>").after(five).answers(3).leaves(enable, "5"),
+      put(list,
+          "<PTZChannelList><PTZChannel><enabled>true</enabled></"
+          "PTZChannel><PTZChannel><enabled>false</enabled>"
+          "</PTZChannel></PTZChannelList>").after(five).answers(1).sends({"61"}).leaves(enable, "1"),
+      put(list, "<PTZChannelList><PTZChannel><id>1</id></PTZChannel></PTZChannelList>").after(five).answers(3).leaves(enable, "5"),
+      put(list,
+          "<PTZChannelList><PTZChannel><videoInputID>2</videoInputID></PTZChannel></"
+          "PTZChannelList>").after(five).answers(3).leaves(enable, "5"),
+      put(list, "<PTZChannel/>").answers(5),
+      post(list).answers(1),
+      del(list).answers(1),
+      del(one).answers(1),
   });
+  // clang-format on
 }
 
 TEST(Ptz, Presets) {
   const std::string base = "/PSIA/PTZ/channels/0/presets";
   auto preset = [](int id, const char* name) {
-    return "<PTZPreset version=\"1.0\" xmlns=\"urn:psialliance-org\"><id>" + std::to_string(id) +
-           "</id><presetName>" + name + "</presetName></PTZPreset>";
+    return "<PTZPreset version=\"1.0\" xmlns=\"urn:psialliance-org\"><id>" + std::to_string(id) + "</id><presetName>" +
+           name + "</presetName></PTZPreset>";
   };
   const char* presets = "select PresetAlias, Sequence from Preset";
+  // clang-format off
   run_cases({
-      {"GET", base, "", 0,
-       document_answer(kDeclaration + std::string("<PTZPresetList version=\"1.0\" xmlns=\"urn:psialliance-org\">") +
-                       preset(1, "Entrance") + preset(2, "Parking") + "</PTZPresetList>")},
-      {"GET", base, "", 3, "", {}, {}, "delete from Preset"},  // an empty list
-      {"GET", base + "/2", "", 0, document_answer(kDeclaration + preset(2, "Parking"))},
-      {"GET", base + "/9", "", 3},
-      {"PUT", base + "/2", "<PTZPreset><id>2</id><presetName>Gate's</presetName></PTZPreset>", 1, "", {},
-       {{presets, "Entrance|1\nGate's|2"}}},
-      {"PUT", base + "/2", "<PTZPreset><id>5</id></PTZPreset>", 3, "", {}, {{presets, "Entrance|1\nParking|2"}}},
-      {"PUT", base + "/2", "<Preset/>", 5},
-      {"POST", base, "<PTZPreset><presetName>Any</presetName></PTZPreset>", 1, "", {"52 preset=-1"},
-       {{presets, "Entrance|1\nParking|2\nAny|-1"}}},
-      {"POST", base, "<PTZPreset><id>1</id></PTZPreset>", 3, "", {}, {{presets, "Entrance|1\nParking|2"}}},
-      {"PUT", base + "/3/goto", "", 2, "", {"53 preset=3"}, {}, "", "", {{53, 2}}},
-      {"DELETE", base + "/8", "", 1, "", {"54 preset=8"}},
-      {"DELETE", base + "/1", "", 1, "", {"54 preset=1"}, {{presets, "Parking|2"}}},
-      {"PUT", base,
-       "<PTZPresetList><PTZPreset><id>1</id><presetName>A</presetName></PTZPreset><PTZPreset><id>2</id>"
-       "</PTZPreset></PTZPresetList>",
-       1, "", {}, {{presets, "A|1\nA|2"}}},
-      {"DELETE", base, "", 1, "", {}, {{presets, ""}}},
+      get(base).answers(document_answer(kDeclaration +
+                                        std::string("<PTZPresetList version=\"1.0\" xmlns=\"urn:psialliance-org\">") +
+                                        preset(1, "Entrance") + preset(2, "Parking") + "</PTZPresetList>")),
+      get(base).after("delete from Preset").answers(3),  // an empty list
+      get(base + "/2").answers(document_answer(kDeclaration + preset(2, "Parking"))),
+      get(base + "/9").answers(3),
+      put(base + "/2", "<PTZPreset><id>2</id><presetName>Gate's</presetName></PTZPreset>").answers(1).leaves(presets, "Entrance|1\nGate's|2"),
+      put(base + "/2", "<PTZPreset><id>5</id></PTZPreset>").answers(3).leaves(presets, "Entrance|1\nParking|2"),
+      put(base + "/2", "<Preset/>").answers(5),
+      post(base, "<PTZPreset><presetName>Any</presetName></PTZPreset>").answers(1).sends({"52 preset=-1"}).leaves(presets, "Entrance|1\nParking|2\nAny|-1"),
+      post(base, "<PTZPreset><id>1</id></PTZPreset>").answers(3).leaves(presets, "Entrance|1\nParking|2"),
+      put(base + "/3/goto").daemon(53, 2).answers(2).sends({"53 preset=3"}),
+      del(base + "/8").answers(1).sends({"54 preset=8"}),
+      del(base + "/1").answers(1).sends({"54 preset=1"}).leaves(presets, "Parking|2"),
+      put(base,
+          "<PTZPresetList><PTZPreset><id>1</id><presetName>A</presetName></"
+          "PTZPreset><PTZPreset><id>2</id>"
+          "</PTZPreset></PTZPresetList>").answers(1).leaves(presets, "A|1\nA|2"),
+      del(base).answers(1).leaves(presets, ""),
   });
+  // clang-format on
 }
 
 TEST(Ptz, MotionCommands) {
   const std::string c = "/PSIA/PTZ/channels/0/continuous";
   const std::string a = "/PSIA/PTZ/channels/0/absolute";
   auto move = [&](const std::string& body, const std::string& pairs, const std::string& query = "") {
-    return Case{"PUT", c, body, 1, "", {"50 " + pairs}, {}, "", query};
+    return put(c, body).query(query).answers(1).sends({"50 " + pairs});
   };
   auto frames = [&](const std::string& body, std::vector<std::string> sent) {
     for (std::string& f : sent) f = "63 frame=" + f;
-    return Case{"PUT", a, body, 1, "", sent};
+    return put(a, body).answers(1).sends(sent);
   };
+  // clang-format off
   run_cases({
       move("<PTZData><pan>0</pan><tilt>0</tilt><zoom>0</zoom></PTZData>", "- - STOP=PAN - -"),
       move("<PTZData><zoom>20</zoom></PTZData>", "- - - ZOOMSPEED=0 ZOOM=IN"),
@@ -176,33 +178,37 @@ TEST(Ptz, MotionCommands) {
       // The query can only zero the first key; the body wins.
       move("<PTZData><tilt>30</tilt></PTZData>", "PANSPEED=0 TILTSPEED=38 MOVE=UP - -", "PAN=50&TILT=20"),
       move("<PTZData><pan>7</pan></PTZData>", "PANSPEED=8 TILTSPEED=0 MOVE=RIGHT - -", "PAN=50&"),
-      {"PUT", c, "<PTZData><pan>101</pan></PTZData>", 3},
-      {"PUT", c, "<PTZData><zoom>-101</zoom></PTZData>", 3},
-      {"PUT", c, "<Move/>", 5},
-      {"PUT", c, "<PTZData>", 3},
-      {"PUT", "/PSIA/PTZ/channels/0/homePosition", "", 1, "", {"50 HOME=HOME - - - -"}},
-      {"GET", "/PSIA/PTZ/channels/0/momentary", "", 4},
-      {"PUT", "/PSIA/PTZ/channels/0/relative", "", 4},
-      {"PUT", "/PSIA/PTZ/channels/0/digital", "", 4},
+      put(c, "<PTZData><pan>101</pan></PTZData>").answers(3),
+      put(c, "<PTZData><zoom>-101</zoom></PTZData>").answers(3),
+      put(c, "<Move/>").answers(5),
+      put(c, "<PTZData>").answers(3),
+      put("/PSIA/PTZ/channels/0/homePosition").answers(1).sends({"50 HOME=HOME - - - -"}),
+      get("/PSIA/PTZ/channels/0/momentary").answers(4),
+      put("/PSIA/PTZ/channels/0/relative").answers(4),
+      put("/PSIA/PTZ/channels/0/digital").answers(4),
       frames("<PTZData><azimuth>180</azimuth><elevation>0</elevation></PTZData>", {"E50100CF7F4A8825446F"}),
       frames("<PTZData><azimuth>0</azimuth><elevation>0</elevation></PTZData>", {}),  // where it is
-      frames("<PTZData/>", {"E50100CF7F000025449D"}),  // the remembered 0, 0
-      frames("<PTZData><azimuth>360</azimuth><elevation>90</elevation><absolutezoom>100</absolutezoom></PTZData>",
+      frames("<PTZData/>", {"E50100CF7F000025449D"}),                                 // the remembered 0, 0
+      frames("<PTZData><azimuth>360</azimuth><elevation>90</elevation><absolutezoom>100</"
+             "absolutezoom></PTZData>",
              {"E50100CF7F95104A88AB", "E50100CD000B9654"}),
       frames("<PTZData><azimuth>0</azimuth><elevation>-90</elevation></PTZData>", {"E50100CF7F0000000034"}),
-      {"PUT", a, "<PTZData><azimuth>360.5</azimuth></PTZData>", 3},
-      {"PUT", a, "<PTZData><elevation>-90.5</elevation></PTZData>", 3},
-      {"PUT", a, "<PTZData><absolutezoom>-1</absolutezoom></PTZData>", 3},
-      {"PUT", a, "<PTZ/>", 5},
+      put(a, "<PTZData><azimuth>360.5</azimuth></PTZData>").answers(3),
+      put(a, "<PTZData><elevation>-90.5</elevation></PTZData>").answers(3),
+      put(a, "<PTZData><absolutezoom>-1</absolutezoom></PTZData>").answers(3),
+      put(a, "<PTZ/>").answers(5),
   });
+  // clang-format on
 }
 
 TEST(Ptz, TheLastAbsolutePositionIsRemembered) {
   Camera camera;
   const char* a = "/PSIA/PTZ/channels/0/absolute";
-  camera.put(a, "<PTZData><azimuth>90</azimuth><elevation>10</elevation><absolutezoom>50</absolutezoom></PTZData>");
+  camera.put(a,
+             "<PTZData><azimuth>90</azimuth><elevation>10</elevation><absolutezoom>50</"
+             "absolutezoom></PTZData>");
   camera.put(a, "<PTZData><azimuth>90</azimuth><elevation>10</elevation></PTZData>");  // not again
-  camera.put(a, "<PTZData><elevation>20</elevation></PTZData>");  // the azimuth kept
+  camera.put(a, "<PTZData><elevation>20</elevation></PTZData>");                       // the azimuth kept
   // Without a position, "not given" differs from the last one sent: the
   // remembered position goes again, then the zoom (0 differs from 50).
   camera.put(a, "<PTZData><absolutezoom>0</absolutezoom></PTZData>");
@@ -224,9 +230,11 @@ TEST(Ptz, StatusDecodesThePositionFrame) {
     Camera camera;
     camera.daemon().position_frame.clear();
     for (size_t i = 0; frame[i] != '\0'; i += 2)
-      camera.daemon().position_frame.push_back(static_cast<unsigned char>(std::stoul(std::string(frame + i, 2), nullptr, 16)));
-    EXPECT_EQ(camera.get(uri), document_answer(kDeclaration + std::string("<PTZStatus version=\"1.0\" xmlns=\"urn:"
-                                                                          "psialliance-org\"><Absolute>") +
+      camera.daemon().position_frame.push_back(
+          static_cast<unsigned char>(std::stoul(std::string(frame + i, 2), nullptr, 16)));
+    EXPECT_EQ(camera.get(uri), document_answer(kDeclaration +
+                                               std::string("<PTZStatus version=\"1.0\" xmlns=\"urn:"
+                                                           "psialliance-org\"><Absolute>") +
                                                expected + "</Absolute></PTZStatus>"))
         << frame;
     EXPECT_EQ(camera.commands(), std::vector<std::string>{"65"});
