@@ -1,0 +1,60 @@
+#!/usr/bin/env bash
+# Replays the faults of tests/mutants.tsv against the test suite and prints
+# the share it catches. Each fault is put into a scratch copy of the tree,
+# which is built with the sanitizers (a byte written past a field, or a
+# leak, is caught only there) and tested with ctest; a fault is caught when
+# ctest fails. The working tree is never touched.
+#
+# Usage: scripts/mutate.sh [SCRATCH_DIR] [LINE_FILTER]
+#   SCRATCH_DIR defaults to /tmp/psia-mutate; LINE_FILTER (a grep pattern)
+#   picks some faults only.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scratch=${1:-/tmp/psia-mutate}
+filter=${2:-.}
+
+scripts/install-deps.sh build test
+rm -rf "$scratch"
+mkdir -p "$scratch/tree"
+git ls-files -co --exclude-standard | tar -cf - -T - | tar -xf - -C "$scratch/tree"
+build=$scratch/build
+export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=halt_on_error=1
+cmake -S "$scratch/tree" -B "$build" -DCMAKE_BUILD_TYPE=Debug -DPSIA_SANITIZE=ON >/dev/null
+
+suite() {  # builds and tests; 0 when everything passes
+  cmake --build "$build" -j"$(nproc)" >"$scratch/build.log" 2>&1 || return 2
+  (cd "$build" && timeout 600 ctest -j"$(nproc)" -E '^EndToEnd' >"$scratch/ctest.log" 2>&1)
+}
+
+suite || { echo "mutate: the suite fails without any fault (see $scratch)" >&2; exit 1; }
+
+total=0 caught=0 escaped=()
+while IFS=$'\t' read -r file original replacement what; do
+  case "$file" in ''|'#'*) continue ;; esac
+  line="$file: $what"
+  grep -q -- "$filter" <<<"$line" || continue
+  total=$((total + 1))
+  python3 - "$scratch/tree/$file" "$original" "$replacement" <<'PY'
+import sys
+path, original, replacement = sys.argv[1:]
+unescape = lambda t: t.replace('\\n', '\n').replace('\\t', '\t').replace('\\\\', '\\')
+text = open(path).read()
+original, replacement = unescape(original), unescape(replacement)
+if text.count(original) != 1:
+    sys.exit(f"mutate: the text to replace is not found exactly once in {path}")
+open(path, 'w').write(text.replace(original, replacement))
+PY
+  if suite; then
+    escaped+=("$line")
+    echo "ESCAPED $line"
+  else
+    caught=$((caught + 1))
+    echo "caught  $line"
+  fi
+  cp "$file" "$scratch/tree/$file"
+done < tests/mutants.tsv
+
+suite >/dev/null || true  # leave the scratch build clean
+echo
+echo "$(date -u +%Y-%m-%d) scripts/mutate.sh: $caught of $total faults caught ($((100 * caught / total))%)"
+for line in "${escaped[@]}"; do echo "  escaped: $line"; done
