@@ -34,6 +34,7 @@ while IFS=$'\t' read -r file original replacement what; do
   line="$file: $what"
   grep -q -- "$filter" <<<"$line" || continue
   total=$((total + 1))
+  cp "$scratch/tree/$file" "$scratch/pristine"
   python3 - "$scratch/tree/$file" "$original" "$replacement" <<'PY'
 import sys
 path, original, replacement = sys.argv[1:]
@@ -51,7 +52,7 @@ PY
     caught=$((caught + 1))
     echo "caught  $line"
   fi
-  cp "$file" "$scratch/tree/$file"
+  cp "$scratch/pristine" "$scratch/tree/$file"
 done < tests/mutants.tsv
 
 suite >/dev/null || true  # leave the scratch build clean
