@@ -28,14 +28,14 @@ suite() {  # builds and tests; 0 when everything passes
 
 suite || { echo "mutate: the suite fails without any fault (see $scratch)" >&2; exit 1; }
 
-total=0 caught=0 escaped=()
+total=0 caught=0 stale=0 escaped=()
 while IFS=$'\t' read -r file original replacement what; do
   case "$file" in ''|'#'*) continue ;; esac
   line="$file: $what"
   grep -q -- "$filter" <<<"$line" || continue
   total=$((total + 1))
   cp "$scratch/tree/$file" "$scratch/pristine"
-  python3 - "$scratch/tree/$file" "$original" "$replacement" <<'PY'
+  if ! python3 - "$scratch/tree/$file" "$original" "$replacement" <<'PY'
 import sys
 path, original, replacement = sys.argv[1:]
 unescape = lambda t: t.replace('\\n', '\n').replace('\\t', '\t').replace('\\\\', '\\')
@@ -45,6 +45,11 @@ if text.count(original) != 1:
     sys.exit(f"mutate: the text to replace is not found exactly once in {path}")
 open(path, 'w').write(text.replace(original, replacement))
 PY
+  then
+    echo "STALE   $line (its text is no longer in the tree)"
+    stale=$((stale + 1))
+    continue
+  fi
   if suite; then
     escaped+=("$line")
     echo "ESCAPED $line"
@@ -57,5 +62,7 @@ done < tests/mutants.tsv
 
 suite >/dev/null || true  # leave the scratch build clean
 echo
+total=$((total - stale))
 echo "$(date -u +%Y-%m-%d) scripts/mutate.sh: $caught of $total faults caught ($((100 * caught / total))%)"
+[ "$stale" -eq 0 ] || echo "  $stale faults name text the tree no longer has: update tests/mutants.tsv"
 for line in "${escaped[@]}"; do echo "  escaped: $line"; done

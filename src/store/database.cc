@@ -9,53 +9,69 @@ namespace psia {
 
 namespace {
 
-// Owner of a text SQLite allocated (a statement text, an error message).
+// Owner of a statement text SQLite formatted.
 class SqliteText {
  public:
-  SqliteText() = default;
   explicit SqliteText(char* text) : text_(text) {}
   SqliteText(const SqliteText&) = delete;
   SqliteText& operator=(const SqliteText&) = delete;
   ~SqliteText() { sqlite3_free(text_); }
   const char* get() const { return text_; }
-  char** out() { return &text_; }
 
  private:
-  char* text_ = nullptr;
+  char* text_;
+};
+
+// Resets a statement however its run ends, so that no read lock or open
+// transaction outlives the call: the camera's other processes see the
+// database exactly as free between statements as they always have.
+class ResetOnExit {
+ public:
+  explicit ResetOnExit(sqlite3_stmt* stmt) : stmt_(stmt) {}
+  ResetOnExit(const ResetOnExit&) = delete;
+  ResetOnExit& operator=(const ResetOnExit&) = delete;
+  ~ResetOnExit() { sqlite3_reset(stmt_); }
+
+ private:
+  sqlite3_stmt* stmt_;
 };
 
 }  // namespace
 
-QueryResult::QueryResult(QueryResult&& other) noexcept
-    : table_(other.table_), rows_(other.rows_), columns_(other.columns_), ok_(other.ok_) {
-  other.table_ = nullptr;
-  other.ok_ = false;
-}
-
-QueryResult& QueryResult::operator=(QueryResult&& other) noexcept {
-  if (this != &other) {
-    sqlite3_free_table(table_);
-    table_ = other.table_;
-    rows_ = other.rows_;
-    columns_ = other.columns_;
-    ok_ = other.ok_;
-    other.table_ = nullptr;
-    other.ok_ = false;
-  }
-  return *this;
-}
-
-QueryResult::~QueryResult() { sqlite3_free_table(table_); }
-
 const char* QueryResult::text(int row, int column) const {
-  if (!ok_ || table_ == nullptr || row < 0 || row >= rows_ || column < 0 || column >= columns_)
-    return nullptr;
-  return table_[(row + 1) * columns_ + column];
+  if (!ok_ || row < 0 || row >= rows_ || column < 0 || column >= columns_) return nullptr;
+  int32_t at = offsets_[static_cast<size_t>(row * columns_ + column)];
+  return at >= 0 ? cells_.data() + at : nullptr;
 }
 
 int QueryResult::integer(int row, int column, int fallback) const {
   const char* cell = text(row, column);
   return cell != nullptr ? parse_int(cell) : fallback;
+}
+
+sqlite3_stmt* StatementCache::statement(sqlite3* db, const char* sql) {
+  for (auto it = entries_.begin(); it != entries_.end(); ++it) {
+    if (it->first != sql) continue;
+    entries_.splice(entries_.begin(), entries_, it);
+    return it->second;
+  }
+  sqlite3_stmt* stmt = nullptr;
+  // A statement text is one statement; anything behind it is not run.
+  if (sqlite3_prepare_v2(db, sql, -1, &stmt, nullptr) != SQLITE_OK || stmt == nullptr) {
+    sqlite3_finalize(stmt);
+    return nullptr;
+  }
+  if (entries_.size() >= kCapacity) {
+    sqlite3_finalize(entries_.back().second);
+    entries_.pop_back();
+  }
+  entries_.emplace_front(sql, stmt);
+  return stmt;
+}
+
+void StatementCache::clear() {
+  for (auto& entry : entries_) sqlite3_finalize(entry.second);
+  entries_.clear();
 }
 
 bool Store::open(const std::string& path, Clock* clock) {
@@ -74,6 +90,7 @@ bool Store::open(const std::string& path, Clock* clock) {
 }
 
 void Store::close() {
+  statements_.clear();
   if (db_ != nullptr) sqlite3_close(db_);
   db_ = nullptr;
 }
@@ -85,51 +102,70 @@ int Store::db_busy_handler(void* store, int count) {
   return 1;
 }
 
-QueryResult Store::vquery(const char* format, va_list args) {
-  QueryResult result;
-  if (db_ == nullptr) return result;
+bool Store::run(QueryResult* result, const char* format, va_list args) {
+  if (db_ == nullptr) return false;
   SqliteText sql(sqlite3_vmprintf(format, args));
-  if (sql.get() == nullptr) return result;
-  SqliteText error;
-  int rc = sqlite3_get_table(db_, sql.get(), &result.table_, &result.rows_, &result.columns_,
-                             error.out());
-  result.ok_ = rc == SQLITE_OK;
-  return result;
+  sqlite3_stmt* stmt = sql.get() != nullptr ? statements_.statement(db_, sql.get()) : nullptr;
+  if (stmt == nullptr) return false;
+  ResetOnExit reset(stmt);
+  int columns = sqlite3_column_count(stmt);
+  int rc;
+  while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+    if (result == nullptr) continue;
+    for (int c = 0; c < columns; ++c) {
+      const unsigned char* cell = sqlite3_column_text(stmt, c);
+      if (cell == nullptr) {
+        result->offsets_.push_back(-1);
+        continue;
+      }
+      result->offsets_.push_back(static_cast<int32_t>(result->cells_.size()));
+      result->cells_.append(reinterpret_cast<const char*>(cell),
+                            static_cast<size_t>(sqlite3_column_bytes(stmt, c)));
+      result->cells_.push_back('\0');
+    }
+    ++result->rows_;
+  }
+  if (rc != SQLITE_DONE) return false;
+  if (result != nullptr) {
+    result->columns_ = columns;
+    result->ok_ = true;
+  }
+  return true;
 }
 
 QueryResult Store::query(const char* format, ...) {
+  QueryResult result;
   va_list args;
   va_start(args, format);
-  QueryResult result = vquery(format, args);
+  if (!run(&result, format, args)) result = QueryResult();
   va_end(args);
   return result;
 }
 
 bool Store::exec(const char* format, ...) {
-  if (db_ == nullptr) return false;
   va_list args;
   va_start(args, format);
-  SqliteText sql(sqlite3_vmprintf(format, args));
+  bool done = run(nullptr, format, args);
   va_end(args);
-  if (sql.get() == nullptr) return false;
-  SqliteText error;
-  return sqlite3_exec(db_, sql.get(), nullptr, nullptr, error.out()) == SQLITE_OK;
+  return done;
 }
 
 int Store::query_int(int fallback, const char* format, ...) {
+  QueryResult result;
   va_list args;
   va_start(args, format);
-  QueryResult result = vquery(format, args);
+  bool ran = run(&result, format, args);
   va_end(args);
-  return result.integer(0, 0, fallback);
+  return ran ? result.integer(0, 0, fallback) : fallback;
 }
 
 bool Store::query_text(char* field, size_t size, const char* format, ...) {
+  QueryResult result;
   va_list args;
   va_start(args, format);
-  QueryResult result = vquery(format, args);
+  bool ran = run(&result, format, args);
   va_end(args);
-  const char* cell = result.text(0, 0);
+  const char* cell = ran ? result.text(0, 0) : nullptr;
   if (cell == nullptr) return false;
   copy_bounded(field, size, cell);
   return true;

@@ -8,29 +8,30 @@
 //   QueryResult row = store.query("select uuid from System");
 //   if (row.has_rows()) use(row.text(0, 0));
 //   store.exec("update Network set DDNSHostname='%q'", name);
+//
+// Compiling a statement costs more than running it, so the store keeps the
+// statements it compiled, keyed by their exact text (see StatementCache).
 #ifndef PSIA_STORE_DATABASE_H
 #define PSIA_STORE_DATABASE_H
 
 #include <cstdarg>
 #include <cstddef>
+#include <cstdint>
+#include <list>
 #include <string>
+#include <utility>
+#include <vector>
 
 struct sqlite3;
+struct sqlite3_stmt;
 
 namespace psia {
 
 class Clock;
 
-// The result table of one query: text cells, row-major, header row first.
+// The rows of one query as text cells, as the camera's firmware reads them.
 class QueryResult {
  public:
-  QueryResult() = default;
-  QueryResult(QueryResult&& other) noexcept;
-  QueryResult& operator=(QueryResult&& other) noexcept;
-  QueryResult(const QueryResult&) = delete;
-  QueryResult& operator=(const QueryResult&) = delete;
-  ~QueryResult();
-
   // True when the query ran (it may still have returned no row).
   bool ok() const { return ok_; }
   // True when the query ran and returned at least one row: what every
@@ -46,10 +47,26 @@ class QueryResult {
 
  private:
   friend class Store;
-  char** table_ = nullptr;
+  std::string cells_;             // every cell's text and its NUL
+  std::vector<int32_t> offsets_;  // row-major; -1 for NULL
   int rows_ = 0;
   int columns_ = 0;
   bool ok_ = false;
+};
+
+// The statements a connection compiled, most recently used first. A request
+// text (a user name, a preset name) makes a statement of its own, so the
+// cache is bounded: the least recently used one is finalized to make room.
+class StatementCache {
+ public:
+  static constexpr size_t kCapacity = 48;
+  // The compiled statement of `sql`, or null when it does not compile.
+  sqlite3_stmt* statement(sqlite3* db, const char* sql);
+  // Finalizes every statement (before the connection is closed).
+  void clear();
+
+ private:
+  std::list<std::pair<std::string, sqlite3_stmt*>> entries_;
 };
 
 class Store {
@@ -63,7 +80,8 @@ class Store {
   // the camera's firmware. Installs the busy handler, whose back-off sleeps
   // on `clock`. False (and closed) when the file is not a usable database.
   bool open(const std::string& path, Clock* clock);
-  // Every later statement fails cleanly.
+  // Finalizes the kept statements and closes the connection; every later
+  // statement fails cleanly.
   void close();
   bool is_open() const { return db_ != nullptr; }
 
@@ -86,10 +104,12 @@ class Store {
   static int db_busy_handler(void* store, int count);
 
  private:
-  QueryResult vquery(const char* format, va_list args);
+  // Runs a statement built from `format`; fills `result` when given.
+  bool run(QueryResult* result, const char* format, va_list args);
 
   sqlite3* db_ = nullptr;
   Clock* clock_ = nullptr;
+  StatementCache statements_;
 };
 
 }  // namespace psia
