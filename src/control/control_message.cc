@@ -14,8 +14,13 @@ namespace psia {
 
 namespace {
 
-// The daemon is polled for its reply every 100 ms.
-constexpr int64_t kPollUs = 100000;
+// The daemon is polled for its reply with sleeps that start at 1 ms and
+// double up to 100 ms: a prompt daemon's reply is taken within a couple of
+// milliseconds, a slow one's within 100 ms of its coming.
+constexpr int64_t kFirstPollUs = 1000;
+constexpr int64_t kLongestPollUs = 100000;
+
+bool queue_gone(int error) { return error == EIDRM || error == EINVAL; }
 
 }  // namespace
 
@@ -52,51 +57,91 @@ int32_t control_message::get_int(size_t offset) const {
 }
 
 int64_t control_reply_wait_us(int32_t command) {
+  // The camera's daemon has always been given 1801, 301 or 51 polls of
+  // 100 ms.
   switch (command) {
     case 9:
     case 10:
     case 11:
     case 12:
-    case 32: return 1801 * kPollUs;
-    case 33: return 301 * kPollUs;
-    default: return 51 * kPollUs;
+    case 32: return 180100000;
+    case 33: return 30100000;
+    default: return 5100000;
   }
 }
 
 void ControlChannel::attach(int request_key, int reply_key) {
-  request_queue_ = attach_queue(request_key);
-  reply_queue_ = attach_queue(reply_key);
+  request_key_ = request_key;
+  reply_key_ = reply_key;
+  for (int* id : {&request_queue_, &reply_queue_}) {
+    int key = id == &request_queue_ ? request_key : reply_key;
+    bool told = false;
+    while (lookup(key, id) < 0) {
+      if (!told) log_.error("PSIA: control daemon queue %d missing, waiting for it\n", key);
+      told = true;
+      clock_.sleep_us(1000000);
+    }
+    drain_control_queue(*id);
+  }
 }
 
-int ControlChannel::attach_queue(int key) {
-  int id;
-  bool told = false;
-  while ((id = msgget(static_cast<key_t>(key), 0666)) < 0) {
-    if (!told) log_.error("PSIA: control daemon queue %d missing, waiting for it\n", key);
-    told = true;
-    clock_.sleep_us(1000000);
+int ControlChannel::lookup(int key, int* id) {
+  *id = msgget(static_cast<key_t>(key), 0666);
+  return *id;
+}
+
+// A full queue (a daemon that stopped reading) is tried again until the
+// command's wait is over, never waited on in the kernel; a queue removed by
+// a restarted daemon is looked up again by its key.
+bool ControlChannel::send_within(control_message& msg, int64_t deadline) {
+  for (int64_t pause = kFirstPollUs;; pause = std::min(2 * pause, kLongestPollUs)) {
+    if (msgsnd(request_queue_, &msg, kControlMessageSize, IPC_NOWAIT) == 0) return true;
+    int error = errno;
+    if (error == EINTR) continue;
+    if (queue_gone(error) && lookup(request_key_, &request_queue_) >= 0 &&
+        lookup(reply_key_, &reply_queue_) >= 0)
+      continue;
+    int64_t now = clock_.monotonic_us();
+    if (error != EAGAIN || now >= deadline) {
+      log_.error("Send Message using Message Queue 1 Failed\n: %s\n", std::strerror(error));
+      return false;
+    }
+    clock_.sleep_us(std::min(pause, deadline - now));
   }
-  drain_control_queue(id);
-  return id;
+}
+
+bool ControlChannel::receive_within(control_message& msg, long mtype, int64_t deadline) {
+  for (int64_t pause = kFirstPollUs;; pause = std::min(2 * pause, kLongestPollUs)) {
+    std::memset(static_cast<void*>(&msg), 0, sizeof msg);
+    // A reply larger than the frame is taken cut to it rather than left at
+    // the head of the queue, where it would stand before every later reply.
+    if (msgrcv(reply_queue_, &msg, kControlMessageSize, mtype, IPC_NOWAIT | MSG_NOERROR) >= 0)
+      return true;
+    if (queue_gone(errno)) {
+      // The daemon was restarted: the reply will not come. The next command
+      // finds its new queues.
+      lookup(request_key_, &request_queue_);
+      lookup(reply_key_, &reply_queue_);
+      return false;
+    }
+    int64_t now = clock_.monotonic_us();
+    if (now >= deadline) return false;
+    clock_.sleep_us(std::min(pause, deadline - now));
+  }
 }
 
 int ControlChannel::send_control_message(control_message& msg) {
   long mtype = msg.mtype;
-  if (msgsnd(request_queue_, &msg, kControlMessageSize, 0) < 0) {
-    log_.error("Send Message using Message Queue 1 Failed\n: %s\n", std::strerror(errno));
+  int64_t deadline = clock_.monotonic_us() + control_reply_wait_us(msg.command);
+  if (request_queue_ < 0 || reply_queue_ < 0) {
+    lookup(request_key_, &request_queue_);
+    lookup(reply_key_, &reply_queue_);
+  }
+  bool answered = send_within(msg, deadline) && receive_within(msg, mtype, deadline);
+  if (!answered)
     msg.status = 2;
-    return msg.status;
-  }
-  int attempts = static_cast<int>(control_reply_wait_us(msg.command) / kPollUs);
-  for (int i = 0; i < attempts; ++i) {
-    std::memset(static_cast<void*>(&msg), 0, sizeof msg);
-    if (msgrcv(reply_queue_, &msg, kControlMessageSize, mtype, IPC_NOWAIT) >= 0) {
-      if (msg.status > 2) msg.status = 3;
-      return msg.status;
-    }
-    clock_.sleep_us(kPollUs);
-  }
-  msg.status = 2;
+  else if (msg.status > 2)
+    msg.status = 3;
   return msg.status;
 }
 

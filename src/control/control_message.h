@@ -117,6 +117,10 @@ long init_control_message(control_message* msg);
 // for 33, five seconds for everything else.
 int64_t control_reply_wait_us(int32_t command);
 
+// The exchange with the control daemon. Its waits are bounded by the
+// command's wait whatever the daemon does: a full request queue (a hung
+// daemon), a reply too large for the frame, queues removed and made again
+// by a restarted daemon, or silence.
 class ControlChannel {
  public:
   ControlChannel(Clock& clock, Log& log) : clock_(clock), log_(log) {}
@@ -125,10 +129,11 @@ class ControlChannel {
   // the daemon has made them, and drains each of stale messages.
   void attach(int request_key, int reply_key);
 
-  // Sends the message and waits for the reply. Afterwards the message holds
-  // the reply with its status mapped (above 2 becomes 3), or zeros with
-  // status 2 when the daemon did not answer in time or the send failed.
-  // Returns the status.
+  // Sends the message and waits for the reply, polling with sleeps that
+  // grow from 1 ms to 100 ms so that a prompt reply is taken at once.
+  // Afterwards the message holds the reply with its status mapped (above 2
+  // becomes 3), or zeros with status 2 when the daemon did not answer in
+  // time or the message could not be sent. Returns the status.
   int send_control_message(control_message& msg);
   // The usual exchange of a command without payload.
   int send_command(int32_t command);
@@ -137,10 +142,14 @@ class ControlChannel {
   static void drain_control_queue(int queue_id);
 
  private:
-  int attach_queue(int key);
+  // The queue of `key` as the daemon has it now; -1 when it has none.
+  int lookup(int key, int* id);
+  bool send_within(control_message& msg, int64_t deadline);
+  bool receive_within(control_message& msg, long mtype, int64_t deadline);
 
   Clock& clock_;
   Log& log_;
+  int request_key_ = -1, reply_key_ = -1;
   int request_queue_ = -1;
   int reply_queue_ = -1;
 };
