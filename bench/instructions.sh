@@ -1,21 +1,20 @@
 #!/usr/bin/env bash
 # Run by bench/run.sh inside a demo stack whose responder runs under
 # callgrind: instructions per request in the FastCGI steady state (the
-# difference of two dumps over N requests), then one CGI request with its
-# start-up, and the start-up time.
+# difference of two dumps around N requests), then single CGI requests,
+# start-up included.
 set -euo pipefail
 source bench/endpoints.sh
 base=$PSIA_BASE_URL
-auth="Authorization: Basic YWRtaW46YWRtaW4="
 n=200
 
-send() {  # send COUNT METHOD PATH BODY
+send() {  # send COUNT METHOD PATH BODY AUTH
   local i
   for i in $(seq "$1"); do
     if [ "$2" = GET ]; then
-      curl -s -o /dev/null -H "$auth" "$base$3"
+      curl -s -o /dev/null -H "Authorization: $5" "$base$3"
     else
-      curl -s -o /dev/null -H "$auth" -X "$2" --data-binary "$4" "$base$3"
+      curl -s -o /dev/null -H "Authorization: $5" -X "$2" --data-binary "$4" "$base$3"
     fi
   done
 }
@@ -25,35 +24,47 @@ last_total() {  # the event total of the newest dump
   awk '/^(summary|totals):/ {print $2; exit}' "$file"
 }
 
-echo "## Instructions per request (callgrind, FastCGI steady state, $n requests)"
+echo "## Instructions a request"
+echo
+echo "callgrind, FastCGI steady state: the difference of two dumps around $n requests."
 echo
 echo "| Request | instructions |"
 echo "|---|---|"
-send 5 GET /PSIA/index ""  # the process is up and has served once
+send 5 GET /PSIA/index "" "$admin"  # the process is up and has served once
 for e in "${endpoints[@]}"; do
-  IFS='|' read -r name method path body <<<"$e"
-  send 20 "$method" "$path" "$body"
+  IFS='|' read -r name method path body who target <<<"$e"
+  auth=$admin; [ "$who" = wrong ] && auth=$wrong
+  send 20 "$method" "$path" "$body" "$auth"
   callgrind_control -d >/dev/null 2>&1
-  send "$n" "$method" "$path" "$body"
+  send "$n" "$method" "$path" "$body" "$auth"
   callgrind_control -d >/dev/null 2>&1
-  echo "| $name | $(( $(last_total) / n )) |"
+  count=$(( $(last_total) / n ))
+  echo "| $name | $count |"
+  [ -n "$target" ] && result instructions "$name" "$count" "<= $target"
 done
 
-cgi() {
-  env -i PSIA_ROOT="$PSIA_DEMO_ROOT" PSIA_REQUEST_QUEUE_KEY="$PSIA_REQUEST_QUEUE_KEY" \
-    PSIA_REPLY_QUEUE_KEY="$PSIA_REPLY_QUEUE_KEY" GATEWAY_INTERFACE=CGI/1.1 \
-    REQUEST_METHOD=GET REQUEST_URI=/PSIA/index \
-    HTTP_AUTHORIZATION="Basic YWRtaW46YWRtaW4=" "$@" >/dev/null 2>&1
+cgi() {  # cgi METHOD BODY PROGRAM...
+  local method=$1 body=$2
+  shift 2
+  printf '%s' "$body" | env -i PSIA_ROOT="$PSIA_DEMO_ROOT" PSIA_REQUEST_QUEUE_KEY="$PSIA_REQUEST_QUEUE_KEY" \
+    PSIA_REPLY_QUEUE_KEY="$PSIA_REPLY_QUEUE_KEY" GATEWAY_INTERFACE=CGI/1.1 REQUEST_METHOD="$method" \
+    REQUEST_URI=/PSIA/System/deviceInfo CONTENT_LENGTH=${#body} HTTP_AUTHORIZATION="$admin" \
+    "$@" >/dev/null 2>&1
 }
-cgi valgrind --tool=callgrind --callgrind-out-file="$BENCH_CALLGRIND_OUT/cgi.out" \
-  "$BENCH_BUILD/psia-responder"
-cgi_total=$(awk '/^(summary|totals):/ {print $2; exit}' "$BENCH_CALLGRIND_OUT/cgi.out")
+cgi_instructions() {
+  cgi "$1" "$2" valgrind --tool=callgrind --callgrind-out-file="$BENCH_CALLGRIND_OUT/cgi.out" "$BENCH_BUILD/psia-responder"
+  awk '/^(summary|totals):/ {print $2; exit}' "$BENCH_CALLGRIND_OUT/cgi.out"
+}
+get=$(cgi_instructions GET "")
+put=$(cgi_instructions PUT "<DeviceInfo><deviceName>camera-lobby</deviceName></DeviceInfo>")
+result instructions "one CGI GET of deviceInfo, start-up included" "$get" "<= 2500000"
 start=$(date +%s%N)
-for _ in $(seq 100); do cgi "$BENCH_BUILD/psia-responder"; done
+for _ in $(seq 100); do cgi GET "" "$BENCH_BUILD/psia-responder"; done
 startup_us=$(( ($(date +%s%N) - start) / 100 / 1000 ))
 echo
-echo "| One CGI request (GET /PSIA/index), start-up included | instructions |"
+echo "| One CGI request, start-up included | instructions |"
 echo "|---|---|"
-echo "| callgrind total | $cgi_total |"
+echo "| GET /PSIA/System/deviceInfo | $get |"
+echo "| PUT /PSIA/System/deviceInfo with an XML body (libxml2 loaded) | $put |"
 echo
-echo "Start-up and one CGI request, wall time: ${startup_us} µs (mean of 100)."
+echo "A CGI GET takes ${startup_us} µs of wall time, start-up included (mean of 100)."

@@ -81,7 +81,7 @@ sed -e "s|@PORT@|$port|" -e "s|@RUN@|$run|g" -e "s|@RESPONDER@|$responder|" \
     -e "s|@REPLY_KEY@|$reply_key|" demo/lighttpd.conf.in > "$run/lighttpd.conf"
 # More configuration for this run (the benchmarks add their references).
 if [ -n "${PSIA_LIGHTTPD_EXTRA:-}" ]; then
-  sed -e "s|@RUN@|$run|g" "$PSIA_LIGHTTPD_EXTRA" >> "$run/lighttpd.conf"
+  sed -e "s|@RUN@|$run|g" -e "s|@BUILD@|$build_dir|g" "$PSIA_LIGHTTPD_EXTRA" >> "$run/lighttpd.conf"
 fi
 lighttpd -D -f "$run/lighttpd.conf" &
 pids+=($!)

@@ -14,10 +14,11 @@ namespace psia {
 
 namespace {
 
-// The daemon is polled for its reply with sleeps that start at 1 ms and
-// double up to 100 ms: a prompt daemon's reply is taken within a couple of
-// milliseconds, a slow one's within 100 ms of its coming.
-constexpr int64_t kFirstPollUs = 1000;
+// The daemon is polled for its reply with sleeps that start at 50 us and
+// double up to 100 ms: a prompt daemon's reply is taken within a fraction
+// of a millisecond (the first sleep lets it run), a slow one's within
+// 100 ms of its coming.
+constexpr int64_t kFirstPollUs = 50;
 constexpr int64_t kLongestPollUs = 100000;
 
 bool queue_gone(int error) { return error == EIDRM || error == EINVAL; }

@@ -7,6 +7,7 @@
 #include <strings.h>
 
 #include <cstring>
+#include <string>
 
 #include "resources/catalogue/catalogue.h"
 #include "resources/event/event.h"
@@ -60,6 +61,7 @@ using sub_dispatcher = bool (*)(const request_line&, const char* rest, route_tar
 
 struct route {
   const char* prefix;
+  size_t length;  // of the prefix
   match_kind match;
   argument arg;
   clause clauses[4];
@@ -86,7 +88,7 @@ constexpr clause any_method(level_rule l, handler_call h) { return {kAnyMethod, 
 
 template <typename... C>
 constexpr route row(match_kind m, const char* path, C... clauses) {
-  return {path, m, argument::none, {clauses...}, nullptr};
+  return {path, std::char_traits<char>::length(path), m, argument::none, {clauses...}, nullptr};
 }
 template <typename... C>
 constexpr route prefix(const char* path, C... clauses) {
@@ -101,9 +103,9 @@ constexpr route longer(const char* path, C... clauses) {
   return row(match_kind::longer, path, clauses...);
 }
 constexpr route split(const char* path, sub_dispatcher dispatch) {
-  return {path, match_kind::prefix, argument::suffix, {}, dispatch};
+  return {path, std::char_traits<char>::length(path), match_kind::prefix, argument::suffix, {}, dispatch};
 }
-constexpr route ptz_gate() { return {"", match_kind::ptz_gate, argument::none, {}, nullptr}; }
+constexpr route ptz_gate() { return {"", 0, match_kind::ptz_gate, argument::none, {}, nullptr}; }
 constexpr argument kFullPath = argument::full_path;
 constexpr argument kSuffix = argument::suffix;
 
@@ -306,9 +308,15 @@ const route kRoutes[] = {
 };
 // clang-format on
 
-bool path_matches(const route& r, const char* path) {
-  size_t n = std::strlen(r.prefix);
-  if (strncasecmp(path, r.prefix, n) != 0) return false;
+char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+bool path_matches(const route& r, const char* path, size_t path_length) {
+  size_t n = r.length;
+  // Most rows differ from the path in their last character: a cheap test
+  // before the whole comparison.
+  if (path_length < n || lower(path[n - 1]) != lower(r.prefix[n - 1]) ||
+      strncasecmp(path, r.prefix, n) != 0)
+    return false;
   switch (r.match) {
     case match_kind::prefix: return true;
     case match_kind::exact: return path[n] == '\0';
@@ -338,13 +346,14 @@ Answer route_target::call(Request& req) const {
 bool route_request(const char* path, const char* method, int level, int ptz_support,
                    route_target* target) {
   request_line req{method_bit(method), level};
+  size_t path_length = std::strlen(path);
   for (const route& r : kRoutes) {
     if (r.match == match_kind::ptz_gate) {
       if (ptz_support != 2) return false;
       continue;
     }
-    if (!path_matches(r, path)) continue;
-    const char* rest = path + std::strlen(r.prefix);
+    if (!path_matches(r, path, path_length)) continue;
+    const char* rest = path + r.length;
     if (r.dispatch != nullptr) {
       if (r.dispatch(req, rest, target)) return true;
       continue;
