@@ -124,6 +124,7 @@ TEST(EventSchedule, DocumentAndTheCamerasRules) {
       arm("<TimeBlock><dayOfWeek>2</dayOfWeek><bitString>000000001111111100000000</bitString></"
           "TimeBlock>",
           "4|1500|900"),
+      arm("<TimeBlock><dayOfWeek>1</dayOfWeek><bitString>000000000000000000000001</bitString></TimeBlock>", "2|2300|2400"),
       arm("<TimeBlock><dayOfWeek>7</dayOfWeek><bitString>111</bitString></TimeBlock>",
           "1|2400|0"),  // dropped
       arm("", "0|2400|0"),

@@ -26,32 +26,46 @@ void split_credentials(const unsigned char* decoded, int count, credentials* out
   out->password[index < kLast ? index : kLast] = '\0';
 }
 
-authentication authenticate_request(Request& req) {
-  authentication result;
-  const char* header = req.params.authorization;
-  // The scheme word and its blank ("Basic ") are skipped unread; a header
-  // too short to hold them carries no credentials.
-  if (header == nullptr || std::strlen(header) < 6) {
-    result.refusal = Refusal::no_credentials;
-    return result;
+const char* refusal_text(Refusal refusal) {
+  switch (refusal) {
+    case Refusal::none: return "admitted";
+    case Refusal::no_credentials: return "no credentials";
+    case Refusal::wrong_password: return "wrong password";
+    case Refusal::not_administrator: return "not an administrator";
+    case Refusal::unknown_user: return "unknown user";
+    case Refusal::locked_out: return "locked out";
   }
+  return "";
+}
+
+bool read_credentials(const char* header, credentials* who) {
+  std::memset(who, 0, sizeof *who);
+  if (header == nullptr || std::strlen(header) < 6) return false;
   unsigned char decoded[128];
   int capacity = static_cast<int>(std::strlen(header));
   if (capacity > static_cast<int>(sizeof decoded) - 1) capacity = sizeof decoded - 1;
   int count = base64_decode(header + 6, decoded, capacity);
   decoded[count] = '\0';
-  split_credentials(decoded, count, &result.who);
+  split_credentials(decoded, count, who);
+  return true;
+}
 
-  QueryResult account =
-      req.db().query("select * from UserAccount where UserID='%q'", result.who.user);
+authentication authenticate_request(Request& req) {
+  authentication result;
+  if (!read_credentials(req.params.authorization, &result.who)) {
+    result.refusal = Refusal::no_credentials;
+    return result;
+  }
+  QueryResult account = req.db().query("select * from UserAccount where UserID='%q'", result.who.user);
   if (!account.has_rows()) {
     result.refusal = Refusal::unknown_user;
     return result;
   }
   const char* password = account.text(0, 1);
-  bool admitted = password != nullptr && std::strcmp(password, result.who.password) == 0 &&
-                  account.text(0, 2) != nullptr && account.integer(0, 2, -1) == kLevelAdministrator;
-  if (!admitted) result.refusal = Refusal::rejected;
+  if (password == nullptr || std::strcmp(password, result.who.password) != 0)
+    result.refusal = Refusal::wrong_password;
+  else if (account.text(0, 2) == nullptr || account.integer(0, 2, -1) != kLevelAdministrator)
+    result.refusal = Refusal::not_administrator;
   return result;
 }
 

@@ -23,17 +23,25 @@ void split_credentials(const unsigned char* decoded, int count, credentials* out
 // Why a caller was refused; the reason decides nothing on the wire (every
 // refusal is the same 401) but goes into the audit trail.
 enum class Refusal {
-  none,            // admitted
-  no_credentials,  // no Authorization header, or one too short to hold any
-  rejected,        // wrong password, or an account of a level other than 0
-  unknown_user,    // no such account, or the query failed
+  none,               // admitted
+  no_credentials,     // no Authorization header, or one too short to hold any
+  wrong_password,     //
+  not_administrator,  // the right password of an account of a level other than 0
+  unknown_user,       // no such account, or the query failed
+  locked_out,         // the login guard refused the client's address
 };
+const char* refusal_text(Refusal refusal);
 
 struct authentication {
   Refusal refusal = Refusal::none;
   int level = kLevelAdministrator;  // when admitted
   credentials who = {};             // as the client sent them
 };
+
+// Decodes the credentials of an Authorization header. The scheme word and
+// its blank ("Basic ") are skipped unread; false for a header too short to
+// hold them.
+bool read_credentials(const char* header, credentials* who);
 
 // Checks the request's Authorization header. Only level-0 accounts are
 // admitted: accounts of other levels are refused as the camera always has.

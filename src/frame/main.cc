@@ -7,13 +7,13 @@
 // libfcgi's own formatter, so nothing here formats through it: every answer
 // reaches the streams as bytes.
 #include <fcgi_stdio.h>
-#include <syslog.h>
 #include <unistd.h>
 
 #include <cstdlib>
 
 #include "frame/request_loop.h"
 #include "frame/startup.h"
+#include "util/syslog.h"
 
 namespace {
 
@@ -47,12 +47,13 @@ void write_error(const char* text, size_t size) {
 }  // namespace
 
 int main() {
-  openlog("psia-responder", LOG_PID, LOG_DAEMON);
   psia::SystemClock clock;
   // Settings are read before the first accept: FastCGI replaces the
   // environment with each request's parameters.
   psia::request_context ctx(psia::load_settings(), clock);
   ctx.log.set_stream(write_error);
+  psia::SyslogSocket syslog(ctx.settings.host_path("/dev/log"), "psia-responder");
+  ctx.log.set_syslog([&syslog](int priority, const char* line) { syslog.send(priority, line); });
   if (!psia::start_up(ctx)) return -1;
 
   FcgiOutput out;

@@ -47,6 +47,7 @@ struct clause {
   unsigned methods = 0;
   level_rule level = level_rule::any;
   handler_call handler;
+  bool changes = false;  // the handler changes the camera (the audit trail records it)
 };
 
 struct request_line {
@@ -79,12 +80,14 @@ constexpr level_rule any = level_rule::any;
 constexpr level_rule up1 = level_rule::up_to_1;
 constexpr level_rule lv0 = level_rule::only_0;
 
-constexpr clause get(level_rule l, handler_call h) { return {kGet, l, h}; }
-constexpr clause put(level_rule l, handler_call h) { return {kPut, l, h}; }
-constexpr clause post(level_rule l, handler_call h) { return {kPost, l, h}; }
-constexpr clause del(level_rule l, handler_call h) { return {kDelete, l, h}; }
+constexpr clause get(level_rule l, handler_call h) { return {kGet, l, h, false}; }
+constexpr clause put(level_rule l, handler_call h) { return {kPut, l, h, true}; }
+constexpr clause post(level_rule l, handler_call h) { return {kPost, l, h, true}; }
+constexpr clause del(level_rule l, handler_call h) { return {kDelete, l, h, true}; }
+// A GET that changes the camera (the crossed interface row).
+constexpr clause get_changing(level_rule l, handler_call h) { return {kGet, l, h, true}; }
 // Taken whatever the method: the handler decides what it accepts.
-constexpr clause any_method(level_rule l, handler_call h) { return {kAnyMethod, l, h}; }
+constexpr clause any_method(level_rule l, handler_call h, bool changes) { return {kAnyMethod, l, h, changes}; }
 
 template <typename... C>
 constexpr route row(match_kind m, const char* path, C... clauses) {
@@ -125,6 +128,7 @@ bool take_clause(const clause (&clauses)[N], const request_line& req, route_targ
     if (c.methods == 0) break;
     if ((c.methods & req.method) != 0 && level_allows(c.level, req.level)) {
       target->handler = c.handler;
+      target->changes = c.changes;
       return true;
     }
   }
@@ -191,13 +195,13 @@ bool dispatch_ptz_channel(const request_line& req, const char* rest, route_targe
     clause clauses[4];
   };
   static const sub_resource kSubResources[] = {
-      {"homePosition", {any_method(up1, put_ptz_home_position)}},
-      {"continuous", {any_method(up1, put_ptz_continuous)}},
-      {"momentary", {any_method(up1, reject_ptz_operation)}},
-      {"relative", {any_method(up1, reject_ptz_operation)}},
-      {"absolute", {any_method(up1, put_ptz_absolute)}},
-      {"digital", {any_method(up1, reject_ptz_operation)}},
-      {"status", {any_method(up1, get_ptz_status)}},
+      {"homePosition", {any_method(up1, put_ptz_home_position, true)}},
+      {"continuous", {any_method(up1, put_ptz_continuous, true)}},
+      {"momentary", {any_method(up1, reject_ptz_operation, false)}},
+      {"relative", {any_method(up1, reject_ptz_operation, false)}},
+      {"absolute", {any_method(up1, put_ptz_absolute, true)}},
+      {"digital", {any_method(up1, reject_ptz_operation, false)}},
+      {"status", {any_method(up1, get_ptz_status, false)}},
       {"presets/",
        {get(any, get_ptz_preset), put(up1, put_ptz_preset),  // or goto, below
         del(up1, delete_ptz_preset)}},
@@ -255,7 +259,7 @@ const route kRoutes[] = {
     exact("/PSIA/System/Network/interfaces/eth0/discovery", get(any, get_discovery), put(lv0, put_discovery)),
     // Crossed on purpose, as the camera's clients know it: GET runs the
     // interface update and PUT answers the interface document.
-    exact("/PSIA/System/Network/interfaces/eth0", get(any, put_network_interface), put(lv0, get_network_interface)),
+    exact("/PSIA/System/Network/interfaces/eth0", get_changing(any, put_network_interface), put(lv0, get_network_interface)),
     exact("/PSIA/System/Network/interfaces",    get(any, get_network_interface_list)),
     prefix("/PSIA/System/Audio/index",          get(any, get_audio_index)),
     prefix("/PSIA/System/Audio/description",    get(any, get_audio_description)),
@@ -364,10 +368,11 @@ bool route_request(const char* path, const char* method, int level, int ptz_supp
   return false;
 }
 
-Answer dispatch_request(Request& req, const char* path, const char* method, int level) {
+Answer dispatch_request(Request& req, const char* path, const char* method, int level, bool* changes) {
   route_target target;
   if (!route_request(path, method, level, req.ctx.ptz_support, &target))
     return Answer::status(kStatusInvalidOperation);
+  *changes = target.changes;
   return target.call(req);
 }
 

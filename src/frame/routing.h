@@ -33,6 +33,7 @@ struct route_target {
   Answer call(Request& req) const;
 
   handler_call handler;
+  bool changes = false;  // the handler changes the camera
   const char* text = "";
   const char* second = "";
   int number = 0;
@@ -47,8 +48,9 @@ bool route_request(const char* path, const char* method, int level, int ptz_supp
                    route_target* target);
 
 // Calls the one handler the routing table gives for the request, or
-// answers ResponseStatus 4 when no rule takes it.
-Answer dispatch_request(Request& req, const char* path, const char* method, int level);
+// answers ResponseStatus 4 when no rule takes it. `changes` tells whether
+// a handler that changes the camera was called.
+Answer dispatch_request(Request& req, const char* path, const char* method, int level, bool* changes);
 
 }  // namespace psia
 

@@ -10,7 +10,7 @@ namespace psia {
 
 namespace {
 
-int key_from_environment(const char* name, int fallback) {
+int number_from_environment(const char* name, int fallback) {
   const char* text = std::getenv(name);
   if (text == nullptr || *text == '\0') return fallback;
   return parse_int(text);
@@ -24,8 +24,10 @@ Settings load_settings() {
   s.root = root != nullptr ? root : "";
   // A trailing slash would double the one every absolute path starts with.
   while (!s.root.empty() && s.root.back() == '/') s.root.pop_back();
-  s.request_queue_key = key_from_environment("PSIA_REQUEST_QUEUE_KEY", 1111);
-  s.reply_queue_key = key_from_environment("PSIA_REPLY_QUEUE_KEY", 2222);
+  s.request_queue_key = number_from_environment("PSIA_REQUEST_QUEUE_KEY", 1111);
+  s.reply_queue_key = number_from_environment("PSIA_REPLY_QUEUE_KEY", 2222);
+  s.login_attempts = number_from_environment("PSIA_LOGIN_ATTEMPTS", 10);
+  s.login_lockout = number_from_environment("PSIA_LOGIN_LOCKOUT", 60);
   const char* host = std::getenv("HOSTNAME");
   char name[64] = "";
   if (host != nullptr && *host != '\0') {

@@ -13,6 +13,7 @@
 #include "store/database.h"
 #include "util/clock.h"
 #include "util/log.h"
+#include "util/login_guard.h"
 
 namespace psia {
 
@@ -25,6 +26,10 @@ struct Settings {
   // The device name shown when the database has none: HOSTNAME as the
   // responder was started, else the system's host name.
   std::string host_name;
+  // The login guard (PSIA_LOGIN_ATTEMPTS failures in a row lock an address
+  // out for PSIA_LOGIN_LOCKOUT seconds, doubling); 0 turns it off.
+  int login_attempts = 10;
+  int login_lockout = 60;
 
   // An absolute file path of the camera, moved below `root` when it is set.
   std::string host_path(const std::string& absolute_path) const;
@@ -43,7 +48,10 @@ struct PtzPosition {
 
 struct request_context {
   request_context(Settings process_settings, Clock& process_clock)
-      : settings(std::move(process_settings)), clock(process_clock), control(clock, log) {}
+      : settings(std::move(process_settings)),
+        clock(process_clock),
+        control(clock, log),
+        guard(settings.login_attempts, settings.login_lockout) {}
   request_context(const request_context&) = delete;
   request_context& operator=(const request_context&) = delete;
 
@@ -57,6 +65,7 @@ struct request_context {
   // left open.
   Store factory_store;
   ControlChannel control;
+  LoginGuard guard;
   XmlLibrary xml;
   RequestBody body;
 

@@ -23,8 +23,7 @@ Log::Log()
     : stream_([](const char* text, size_t size) {
         ssize_t ignored = write(2, text, size);
         (void)ignored;
-      }),
-      syslog_([](int priority, const char* line) { ::syslog(priority, "%s", line); }) {}
+      }) {}
 
 void Log::diagnostic(const char* format, ...) {
   char line[512];
@@ -54,6 +53,16 @@ void Log::error(const char* format, ...) {
     if (kept == '\0') break;
     start = end + 1;
   }
+}
+
+void Log::audit(int priority, const char* format, ...) {
+  if (!syslog_) return;
+  char line[512];
+  va_list args;
+  va_start(args, format);
+  size_t size = format_line(line, sizeof line, format, args);
+  va_end(args);
+  if (size > 0) syslog_(priority, line);
 }
 
 }  // namespace psia

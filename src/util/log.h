@@ -1,10 +1,11 @@
-// Where the responder's complaints go. Every line goes to the error stream
-// (the web server's error log, or standard error before the first request);
-// errors that an operator must see (the database cannot be opened, the
-// control daemon's queues are missing or refuse a command, memory is
-// short) also go to syslog, facility daemon, ident psia-responder, where
-// the camera's log reader shows them. Texts are formatted locally and
-// written as bytes, cut at 512 bytes.
+// Where the responder's complaints and its audit trail go. Every complaint
+// goes to the error stream (the web server's error log, or standard error
+// before the first request); errors that an operator must see (the
+// database cannot be opened, the control daemon's queues are missing or
+// refuse a command, memory is short) also go to syslog, facility daemon,
+// where the camera's log reader shows them. The audit trail (logins
+// refused, changes made) goes to syslog alone. Texts are formatted locally
+// and written as bytes, cut at 512 bytes.
 #ifndef PSIA_UTIL_LOG_H
 #define PSIA_UTIL_LOG_H
 
@@ -21,8 +22,7 @@ class Log {
   // `priority` is a syslog priority (LOG_ERR ...); `line` has no line end.
   using SyslogSink = std::function<void(int priority, const char* line)>;
 
-  // Standard error and the system's syslog (the process opens it with its
-  // ident and facility at start-up; a priority may name another facility).
+  // Standard error, and no syslog until one is set.
   Log();
 
   void set_stream(StreamSink sink) { stream_ = std::move(sink); }
@@ -33,6 +33,9 @@ class Log {
   void diagnostic(const char* format, ...) PSIA_PRINTF(2, 3);
   // An error: the error stream and syslog (daemon.err).
   void error(const char* format, ...) PSIA_PRINTF(2, 3);
+  // A line of the audit trail, syslog only; `priority` names the facility
+  // (auth for logins, daemon for changes) and the level.
+  void audit(int priority, const char* format, ...) PSIA_PRINTF(3, 4);
 
  private:
   StreamSink stream_;

@@ -1,0 +1,33 @@
+// A syslog client that cannot hold the service up: one datagram a line to
+// the system logger's socket (/dev/log, below PSIA_ROOT when it is set),
+// sent without waiting. A logger that is absent, gone or too busy to take
+// the line loses it; the request in hand goes on.
+#ifndef PSIA_UTIL_SYSLOG_H
+#define PSIA_UTIL_SYSLOG_H
+
+#include <string>
+
+#include "util/file.h"
+
+namespace psia {
+
+class SyslogSocket {
+ public:
+  SyslogSocket(std::string socket_path, std::string ident)
+      : path_(std::move(socket_path)), ident_(std::move(ident)) {}
+
+  // `priority` is a syslog facility and level (LOG_DAEMON | LOG_ERR ...);
+  // `line` has no line end.
+  void send(int priority, const char* line);
+
+ private:
+  bool connect_socket();
+
+  std::string path_;
+  std::string ident_;
+  UniqueFd fd_;
+};
+
+}  // namespace psia
+
+#endif  // PSIA_UTIL_SYSLOG_H
