@@ -15,7 +15,7 @@ package() {  # package ARCH [CMAKE-ARGS...]
   local arch=$1; shift
   local dir=build-package-$arch
   echo "== $arch package in $dir"
-  cmake -S . -B "$dir" -DCMAKE_BUILD_TYPE=MinSizeRel -DPSIA_BUILD_TESTS=OFF \
+  cmake -S . -B "$dir" -DCMAKE_BUILD_TYPE=MinSizeRel -DBUILD_TESTING=OFF \
         -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_INSTALL_SYSCONFDIR=/etc "$@" >/dev/null
   cmake --build "$dir" -j2 --target psia-responder >/dev/null
   (cd "$dir" && cpack -G DEB >/dev/null)
