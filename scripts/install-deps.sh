@@ -10,7 +10,10 @@ want=(build-essential cmake pkg-config libfcgi-dev libsqlite3-dev libxml2-dev
 for role in "$@"; do
   case "$role" in
     build) ;;
-    test) want+=(libgtest-dev clang libclang-rt-14-dev lighttpd curl tzdata) ;;
+    # busybox, spawn-fcgi and cgi-fcgi (libfcgi-bin) drive the init script
+    # test; systemd brings systemd-analyze for the units.
+    test) want+=(libgtest-dev clang libclang-rt-14-dev lighttpd curl tzdata
+                 busybox spawn-fcgi libfcgi-bin systemd) ;;
     demo) want+=(lighttpd curl tzdata) ;;
     bench) want+=(lighttpd curl tzdata wrk valgrind) ;;
     *) echo "install-deps: unknown role '$role'" >&2; exit 2 ;;
