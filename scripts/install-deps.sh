@@ -2,7 +2,7 @@
 # Installs what the responder needs to build, test and run its demo, from
 # Debian's own packages, and checks that libfcgi carries the fix for
 # CVE-2025-23016 (a heap overflow in parameter parsing on 32-bit targets).
-# Usage: scripts/install-deps.sh [build|test|demo|bench]...
+# Usage: scripts/install-deps.sh [build|test|demo|bench|package]...
 set -euo pipefail
 
 want=(build-essential cmake pkg-config libfcgi-dev libsqlite3-dev libxml2-dev
@@ -15,6 +15,7 @@ for role in "$@"; do
     test) want+=(libgtest-dev clang libclang-rt-14-dev lighttpd curl tzdata
                  busybox spawn-fcgi libfcgi-bin systemd) ;;
     demo) want+=(lighttpd curl tzdata) ;;
+    package) want+=(dpkg-dev binutils lintian) ;;
     bench) want+=(lighttpd curl tzdata wrk valgrind) ;;
     *) echo "install-deps: unknown role '$role'" >&2; exit 2 ;;
   esac
