@@ -62,7 +62,7 @@ highest() {
 # not NEEDED) at the version its symbols file gives the functions it looks
 # up by name.
 depends() {
-  local bin=$1 arch=$2 work clauses so symbols pkg floor
+  local bin=$1 arch=$2 work clauses needed so symbols pkg floor
   work=$(mktemp -d)
   mkdir "$work/debian"
   printf 'Source: %s\n\nPackage: %s\nArchitecture: any\n' $name $name > "$work/debian/control"
@@ -72,8 +72,9 @@ depends() {
   rm -rf "$work"
   floor=$( (sed -n 's/^libfcgi0ldbl (>= \(.*\))$/\1/p' <<<"$clauses"; echo "$fcgi_floor") | highest)
   clauses=$(grep -v '^libfcgi0ldbl' <<<"$clauses"; echo "libfcgi0ldbl (>= $floor)")
+  needed=$(readelf -d "$bin")
   for so in $(strings -a "$bin" | grep -xE 'lib[A-Za-z0-9_+-]+\.so\.[0-9]+' | sort -u); do
-    readelf -d "$bin" | grep -q "NEEDED.*\[$so\]" && continue
+    grep -q "NEEDED.*\[$so\]" <<<"$needed" && continue
     symbols=$(grep -l "^$so " /var/lib/dpkg/info/*:"$arch".symbols | head -1)
     pkg=$(sed -n "1s/^[^ ]* \([^ ]*\) .*/\1/p" "$symbols")
     floor=$(strings -a "$bin" | sort -u |
@@ -157,6 +158,21 @@ assemble() {
   done
 }
 
+# hardening BINARY TOOL-PREFIX: the protections the packaged binary carries
+# (PIE, full RELRO, stack protector, fortified calls); fails without one.
+hardening() {
+  local bin=$1 tool=$2 found=() header dynamic symbols
+  header=$("${tool}readelf" -hlW "$bin")
+  dynamic=$("${tool}readelf" -dW "$bin")
+  symbols=$("${tool}readelf" --dyn-syms -W "$bin")
+  grep -q 'Type: *DYN' <<<"$header" && found+=(PIE)
+  grep -q GNU_RELRO <<<"$header" && grep -q BIND_NOW <<<"$dynamic" && found+=("full RELRO")
+  grep -q ' __stack_chk_fail' <<<"$symbols" && found+=("stack protector")
+  grep -qE ' __[a-z0-9_]+_chk@' <<<"$symbols" && found+=("fortified calls")
+  (IFS=,; echo "${found[*]}" | sed 's/,/, /g')
+  [ "${#found[@]}" -eq 4 ]
+}
+
 summary=()
 status=0
 for arch in "${archs[@]}"; do
@@ -177,7 +193,11 @@ for arch in "${archs[@]}"; do
     reproducible="NO: the two builds differ (compare them with diffoscope)"
     status=1
   fi
+  protection=$(hardening build-package-$arch/deb/$name/usr/bin/psia-responder "$tool") ||
+    { protection="MISSING PIECES, has only: $protection"; status=1; }
   for deb in build-package-"$arch"/*.deb; do
+    hardened=
+    [[ $deb = *-dbgsym_* ]] || hardened=$'\n'"  hardening: $protection"
     # (lintian's advice not to run it as root goes to its error stream)
     lint=$(lintian --tag-display-limit 0 "$deb" 2>"$deb.lintian-errors") ||
       { status=1; cat "$deb.lintian-errors"; }
@@ -185,7 +205,7 @@ for arch in "${archs[@]}"; do
     summary+=("$deb
   $(sha256sum "$deb" | cut -d' ' -f1)  $(stat -c %s "$deb") bytes
 $(dpkg-deb --field "$deb" Depends | sed 's/^/  Depends: /')
-  reproducible: $reproducible
+  reproducible: $reproducible$hardened
   lintian: ${lint:-no errors, no warnings}")
   done
 done
