@@ -14,7 +14,7 @@ source_dir=$(pwd)
 export BENCH_SECONDS=${1:-10}
 
 scripts/install-deps.sh build bench >/dev/null
-cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DPSIA_BUILD_TESTS=OFF -DBUILD_TESTING=OFF >/dev/null
+cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF >/dev/null
 cmake --build build-bench -j"$(nproc)" --target psia-responder psia-control-sim >/dev/null
 # shellcheck disable=SC2046
 cc -O2 -o build-bench/reference_fcgi bench/reference_fcgi.c $(pkg-config --cflags --libs fcgi sqlite3)

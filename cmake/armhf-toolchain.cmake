@@ -3,6 +3,9 @@
 # (/usr/lib/arm-linux-gnueabihf). scripts/cross-armhf.sh installs both.
 #
 #   cmake -S . -B build-armhf -DCMAKE_TOOLCHAIN_FILE=cmake/armhf-toolchain.cmake
+#
+# 64-bit time_t and off_t are not set here but in CMakeLists.txt, for every
+# 32-bit build, whichever toolchain file a build system brings.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR arm)
 

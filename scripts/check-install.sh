@@ -1,61 +1,106 @@
 #!/usr/bin/env bash
-# Installs a build into a temporary staging root (DESTDIR) and checks that
-# the responder, the lighttpd snippet and the init script land where the
-# build says, that the snippet is a configuration lighttpd accepts, and that
-# the init script is sound shell. Run by ctest (Install.StagingLayout).
+# Checks what `cmake --install` lays out. Run by ctest.
 #
-# Usage: scripts/check-install.sh BUILD_DIR PROGRAM LIGHTTPD_CONF INIT_SCRIPT
-#   (the installed paths, as absolute paths on the target)
-set -euo pipefail
-if [ $# -ne 4 ]; then
-  echo "usage: $0 BUILD_DIR PROGRAM LIGHTTPD_CONF INIT_SCRIPT" >&2
-  exit 2
-fi
-build=$1 program=$2 conf=$3 init=$4
-
-stage=$(mktemp -d /tmp/psia-stage-XXXXXX)
-trap 'rm -rf "$stage"' EXIT
-DESTDIR=$stage cmake --install "$build" >/dev/null
+#   scripts/check-install.sh BUILD_DIR
+#     Installs BUILD_DIR twice: staged with DESTDIR (the files must name the
+#     run-time paths, found below the stage) and with --prefix DIR (they
+#     must name DIR). Then: lighttpd accepts the snippet, the init script
+#     parses, and systemd-analyze verifies the units where it can run.
+#   scripts/check-install.sh --buildroot [CMAKE-ARGS...]
+#     Configures the source tree as Buildroot does (prefix /usr, BUILD_TESTING
+#     off, configuration in /etc; GoogleTest must not be looked for), builds
+#     it and stages it with DESTDIR: exactly the expected files, at the
+#     expected places.
+set -uo pipefail
+here=$(cd "$(dirname "$0")/.." && pwd)
+tmp=$(mktemp -d /tmp/psia-install-XXXXXX)
+trap 'rm -rf "$tmp"' EXIT
 
 failures=0
-check() {  # check WHAT TEST-ARGS...
+check() {  # check WHAT COMMAND...: the command must succeed
   local what=$1; shift
-  if test "$@"; then echo "ok   $what"; else echo "FAIL $what"; failures=$((failures + 1)); fi
+  if "$@"; then echo "ok   $what"; else echo "FAIL $what"; failures=$((failures + 1)); fi
 }
-check "responder at $program" -x "$stage$program"
-check "lighttpd snippet at $conf" -f "$stage$conf"
-check "init script at $init" -x "$stage$init"
-[ "$failures" -eq 0 ] || exit 1
 
-# The snippet names the installed program and serves /PSIA/ on one socket.
-grep -qF "\"bin-path\" => \"$program\"" "$stage$conf" &&
-  grep -qF '"/PSIA/" =>' "$stage$conf"
-check "snippet serves /PSIA/ with the installed program" $? -eq 0
+# Every path the installed files name, each with the file that names it.
+named_paths() {  # named_paths TREE
+  grep -rHo -e '"bin-path" => "[^"]*"' -e '^DAEMON=.*' -e '^DEFAULTS=.*' \
+       -e '^LIGHTTPD_CONF=.*' -e '^ExecStart=.*' -e '^EnvironmentFile=.*' "$1" |
+    sed -E 's/"bin-path" => "([^"]*)"/\1/; s/:[A-Za-z_]+=-?/:/'
+}
+# The named paths exist once ROOT is put in front of them.
+paths_match() {  # paths_match TREE ROOT
+  local file path bad=0 count=0
+  while IFS=: read -r file path; do
+    count=$((count + 1))
+    [ -e "$2$path" ] || { echo "     ${file#"$1"/} names $path, not installed"; bad=1; }
+  done < <(named_paths "$1")
+  [ "$count" -ge 6 ] && [ "$bad" -eq 0 ]
+}
 
-if sh -n "$stage$init"; then ok=0; else ok=1; fi
-check "init script parses" $ok -eq 0
-# With lighttpd spawning the responder, the init script leaves it alone.
-status=$(sed -e "s|^LIGHTTPD_CONF=.*|LIGHTTPD_CONF=$stage$conf|" \
-             -e "s|^PIDFILE=.*|PIDFILE=$stage/pid|" "$stage$init" |
-         sh -s start 2>&1) || true
-case "$status" in *"started by lighttpd"*) ok=0 ;; *) ok=1 ;; esac
-check "init script defers to lighttpd's bin-path" $ok -eq 0
+if [ "${1:-}" = --buildroot ]; then
+  shift
+  # The flags Buildroot's cmake-package passes (less its toolchain file).
+  cmake -S "$here" -B "$tmp/build" -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_BUILD_TYPE=Release \
+        -DBUILD_TESTING=OFF -DCMAKE_INSTALL_SYSCONFDIR=/etc -DCMAKE_INSTALL_LOCALSTATEDIR=/var \
+        -DCMAKE_INSTALL_RUNSTATEDIR=/run -DBUILD_SHARED_LIBS=ON -DCMAKE_COLOR_MAKEFILE=OFF \
+        -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON "$@" >"$tmp/configure.log" 2>&1
+  check "configures with Buildroot's flags, without GoogleTest" test $? -eq 0 ||
+    { cat "$tmp/configure.log"; exit 1; }
+  cmake --build "$tmp/build" -j2 >"$tmp/build.log" 2>&1 || { cat "$tmp/build.log"; exit 1; }
+  DESTDIR=$tmp/stage cmake --install "$tmp/build" >/dev/null
+  (cd "$tmp/stage" && find . -type f | sort) > "$tmp/files"
+  cat > "$tmp/expected" <<'FILES'
+./etc/default/psia-responder
+./etc/init.d/S49psia-responder
+./etc/lighttpd/conf-available/90-psia-responder.conf
+./usr/bin/psia-responder
+./usr/lib/systemd/system/psia-responder.service
+./usr/lib/systemd/system/psia-responder.socket
+./usr/share/man/man8/psia-responder.8
+FILES
+  check "stages exactly the expected files" diff "$tmp/expected" "$tmp/files"
+  check "installed files name the run-time paths" paths_match "$tmp/stage" "$tmp/stage"
+  check "the snippet starts /usr/bin/psia-responder" \
+    grep -q '"bin-path" => "/usr/bin/psia-responder"' "$tmp/stage/etc/lighttpd/conf-available/90-psia-responder.conf"
+  exit $((failures > 0))
+fi
+
+build=$1
+DESTDIR=$tmp/stage cmake --install "$build" >/dev/null
+check "staged with DESTDIR: the files name run-time paths" paths_match "$tmp/stage" "$tmp/stage"
+cmake --install "$build" --prefix "$tmp/prefix" >/dev/null
+check "installed with --prefix: the files name that prefix" paths_match "$tmp/prefix" ""
+init=$(find "$tmp/prefix" -path '*/init.d/*' -type f)
+conf=$(find "$tmp/prefix" -name '*psia-responder.conf')
+check "init script parses (sh)" sh -n "$init"
+if command -v busybox >/dev/null; then
+  check "init script parses (busybox sh)" busybox sh -n "$init"
+fi
 
 if command -v lighttpd >/dev/null; then
-  cat > "$stage/lighttpd.conf" <<CONF
-server.document-root = "$stage"
+  cat > "$tmp/lighttpd.conf" <<CONF
+server.document-root = "$tmp"
 server.port = 1
-include "$stage/snippet.conf"
+include "$tmp/snippet.conf"
 CONF
-  # The staged copy, pointed at the staged program and a socket of its own.
-  sed -e "s|\"bin-path\" => \"[^\"]*\"|\"bin-path\" => \"$stage$program\"|" \
-      -e "s|\"socket\" => \"[^\"]*\"|\"socket\" => \"$stage/socket\"|" \
-      "$stage$conf" > "$stage/snippet.conf"
-  if lighttpd -tt -f "$stage/lighttpd.conf" >"$stage/lighttpd.out" 2>&1; then
-    ok=0
-  else
-    ok=1; cat "$stage/lighttpd.out"
-  fi
-  check "lighttpd accepts the snippet" $ok -eq 0
+  # A socket of its own (lighttpd -tt checks, and may make, its directory).
+  sed -e "s|\"socket\" => \"[^\"]*\"|\"socket\" => \"$tmp/socket\"|" "$conf" > "$tmp/snippet.conf"
+  check "lighttpd accepts the snippet" lighttpd -tt -f "$tmp/lighttpd.conf"
+fi
+
+# systemd-analyze verify checks the units offline (ExecStart must exist:
+# the --prefix install's does), in a container too. Its warnings count as
+# failures.
+if command -v systemd-analyze >/dev/null; then
+  units=$(find "$tmp/prefix" -name 'psia-responder.s*' -path '*systemd*' | sort)
+  # Documentation=man:psia-responder(8) is looked up where it was installed.
+  man_check=--man=no
+  command -v man >/dev/null && man_check=--man=yes
+  out=$(MANPATH=$tmp/prefix/share/man systemd-analyze verify $man_check $units 2>&1); status=$?
+  [ -z "$out" ] || echo "$out"
+  check "systemd-analyze verify accepts the units" test $status -eq 0 -a -z "$out"
+else
+  echo "skip systemd-analyze verify (no systemd-analyze here)"
 fi
 exit $((failures > 0))

@@ -4,8 +4,11 @@
 # cross toolchain, qemu and the armhf libraries first (Debian packages,
 # multiarch). Safe to run again: what is installed is left alone.
 #
-# Usage: scripts/cross-armhf.sh [--install-only] [--no-test] [--build-dir DIR]
-#                               [--build-type TYPE]
+# Usage: scripts/cross-armhf.sh [--install-only] [--no-test] [--record]
+#                               [--build-dir DIR] [--build-type TYPE]
+# Ends with a report (size, libraries, symbol versions, 64-bit time, the
+# test count) in BUILD_DIR/armhf-report.md; --record also writes it to
+# docs/armhf.md, the figures of record.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -13,13 +16,16 @@ build_dir=build-armhf
 build_type=MinSizeRel
 run_build=yes
 run_tests=yes
+record=no
+args="$*"
 while [ $# -gt 0 ]; do
   case "$1" in
     --install-only) run_build=no; run_tests=no; shift ;;
     --no-test) run_tests=no; shift ;;
+    --record) record=yes; shift ;;
     --build-dir) build_dir=$2; shift 2 ;;
     --build-type) build_type=$2; shift 2 ;;
-    *) echo "usage: $0 [--install-only] [--no-test] [--build-dir DIR]" \
+    *) echo "usage: $0 [--install-only] [--no-test] [--record] [--build-dir DIR]" \
             "[--build-type TYPE]" >&2; exit 2 ;;
   esac
 done
@@ -146,17 +152,99 @@ cmake -S . -B "$build_dir" -DCMAKE_TOOLCHAIN_FILE="$(pwd)/cmake/armhf-toolchain.
       -DCMAKE_BUILD_TYPE="$build_type" >/dev/null
 cmake --build "$build_dir" -j2
 
-# The figures that matter on the camera: the size of the stripped binary
-# and the library versions its target firmware must provide.
+# The figures that matter on the camera, printed and kept in
+# $build_dir/armhf-report.md (docs/armhf.md with --record).
+report=$build_dir/armhf-report.md
+libc=$(arm-linux-gnueabihf-gcc -print-file-name=libc.so.6)
+[ -e /lib/arm-linux-gnueabihf/libc.so.6 ] && libc=/lib/arm-linux-gnueabihf/libc.so.6
 stripped=$build_dir/psia-responder.stripped
 arm-linux-gnueabihf-strip -o "$stripped" "$build_dir/psia-responder"
-echo "== psia-responder for armhf: $(stat -c %s "$stripped") bytes stripped"
-echo "   needs: $(arm-linux-gnueabihf-objdump -p "$stripped" |
-                  awk '/NEEDED/ {printf "%s ", $2}')"
-echo "   symbol versions: $(arm-linux-gnueabihf-objdump -T "$stripped" |
-                  grep -o '\(GLIBC\|GLIBCXX\|CXXABI\|GCC\)_[A-Z0-9_.]*' | sort -u -V |
-                  tr '\n' ' ')"
+size=$(stat -c %s "$stripped")
+size_limit=409600
 
-[ "$run_tests" = yes ] || exit 0
-echo "== test $build_dir (through qemu-arm)"
-cd "$build_dir" && ctest --output-on-failure -j2
+# Code on the 32-bit forms calls a C library function for which glibc also
+# has a 64-bit time or offset variant (mktime and __mktime64, fstat and
+# __fstat64_time64, lseek and lseek64, ...). narrow_calls prints such calls
+# among the undefined symbols read from standard input.
+libc_symbols=$(arm-linux-gnueabihf-objdump -T "$libc" | awk '{print $NF}' | sort -u)
+narrow_calls() {
+  local sym
+  for sym in $(sed 's/@.*//' | sort -u); do
+    case "$sym" in *64*) continue ;; esac
+    if grep -qxE -e "__${sym}64|__${sym}_time64|__${sym}64_time64|${sym}64" <<<"$libc_symbols"; then
+      echo "$sym"
+    fi
+  done
+}
+# Every object compiled for the target (responder, simulator, tests) must be
+# on the 64-bit forms; what the linked responder still calls on 32-bit forms
+# comes from the prebuilt C++ runtime (reported, not refused).
+narrow_objects=$(find "$build_dir" -name '*.o' -path '*/CMakeFiles/*' -print0 |
+                 xargs -0 arm-linux-gnueabihf-nm -u | awk 'NF == 2 {print $2}' |
+                 narrow_calls | xargs)
+responder_calls=$(arm-linux-gnueabihf-nm -D -u "$build_dir/psia-responder" | awk '{print $NF}')
+narrow_linked=$(narrow_calls <<<"$responder_calls" | xargs)
+wide_calls=$(sed 's/@.*//' <<<"$responder_calls" | grep -E '64' | sort -u | xargs)
+
+# Type sizes as the build compiles them: a probe with the definitions CMake
+# gives the responder's sources, run under qemu-arm.
+defines=$(sed -n 's/^CXX_DEFINES = //p' "$build_dir/CMakeFiles/psia_core.dir/flags.make")
+cat > "$build_dir/abi-probe.cc" <<'PROBE'
+#include <sys/types.h>
+#include <cstdio>
+#include <ctime>
+#include "control/control_message.h"
+int main() {
+  std::printf("%zu %zu %zu %zu\n", sizeof(time_t), sizeof(off_t), sizeof(long),
+              sizeof(control_message));
+}
+PROBE
+# shellcheck disable=SC2086
+arm-linux-gnueabihf-g++ -std=c++17 $defines -Isrc -o "$build_dir/abi-probe" "$build_dir/abi-probe.cc"
+qemu_prefix=/usr/arm-linux-gnueabihf  # as the toolchain file chooses
+[ -e /lib/ld-linux-armhf.so.3 ] && qemu_prefix=/
+read -r time_size off_size long_size frame_size < <(qemu-arm -L "$qemu_prefix" "$build_dir/abi-probe")
+
+tests="not run (--no-test)"
+test_status=0
+if [ "$run_tests" = yes ]; then
+  echo "== test $build_dir (through qemu-arm)"
+  (cd "$build_dir" && ctest --output-on-failure -j2) 2>&1 | tee "$build_dir/ctest.log" ||
+    test_status=1
+  tests=$(sed -n 's/.*tests passed, \([0-9]*\) tests failed out of \([0-9]*\)/\1 \2/p' \
+            "$build_dir/ctest.log" | awk '{printf "%d of %d pass", $2 - $1, $2}')
+  [ -n "$tests" ] || { tests="ctest did not finish"; test_status=1; }
+fi
+
+{
+  echo "# The responder on the camera (armhf)"
+  echo
+  echo "Written by \`scripts/cross-armhf.sh${args:+ $args}\` on $(date -u +%Y-%m-%d) ($build_type," \
+       "$(arm-linux-gnueabihf-g++ --version | head -1), $(qemu-arm --version | head -1))."
+  echo
+  echo "| What | Figure |"
+  echo "|---|---|"
+  echo "| \`psia-responder\`, stripped | $size bytes ($( [ "$size" -le "$size_limit" ] &&
+         echo "within" || echo "OVER") the $((size_limit / 1024)) KB target) |"
+  echo "| shared libraries at start-up | $(arm-linux-gnueabihf-objdump -p "$stripped" |
+         awk '/NEEDED/ {printf "%s%s", sep, $2; sep = ", "}'); libxml2.so.2 with the first document |"
+  echo "| symbol versions needed | $(arm-linux-gnueabihf-objdump -T "$stripped" |
+         grep -o '\(GLIBC\|GLIBCXX\|CXXABI\|GCC\)_[A-Z0-9_.]*' | sort -u -V |
+         awk '{printf "%s%s", sep, $1; sep = ", "}') |"
+  echo "| time_t, off_t, long | $time_size, $off_size and $long_size bytes |"
+  echo "| control frame | $frame_size bytes |"
+  echo "| the responder's 64-bit time and offset calls | ${wide_calls:-none} |"
+  echo "| 32-bit time or offset calls in objects built here | ${narrow_objects:-none} |"
+  echo "| 32-bit forms linked in from the prebuilt C++ runtime | ${narrow_linked:-none} |"
+  echo "| tests under qemu-arm | $tests |"
+} > "$report"
+echo
+cat "$report"
+if [ "$record" = yes ]; then cp "$report" docs/armhf.md; echo "(recorded in docs/armhf.md)"; fi
+
+# The camera needs what the report says: 64-bit time everywhere, the frame
+# the daemon reads, and a binary that fits.
+[ -z "$narrow_objects" ] && [ "$time_size" = 8 ] && [ "$off_size" = 8 ] &&
+  [ "$frame_size" = 1132 ] && [ "$size" -le "$size_limit" ] || {
+  echo "cross-armhf: the build does not meet the camera's needs (above)" >&2; exit 1; }
+exit $test_status

@@ -14,7 +14,7 @@ seconds=${1:-60}
 scripts/install-deps.sh build test >/dev/null
 
 CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-  -DPSIA_FUZZ=ON -DPSIA_BUILD_TESTS=OFF >/dev/null
+  -DPSIA_FUZZ=ON -DBUILD_TESTING=OFF >/dev/null
 cmake --build build-fuzz -j"$(nproc 2>/dev/null || echo 2)" >/dev/null
 
 found=0

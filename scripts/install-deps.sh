@@ -2,7 +2,7 @@
 # Installs what the responder needs to build, test and run its demo, from
 # Debian's own packages, and checks that libfcgi carries the fix for
 # CVE-2025-23016 (a heap overflow in parameter parsing on 32-bit targets).
-# Usage: scripts/install-deps.sh [build|test|demo|bench]...
+# Usage: scripts/install-deps.sh [build|test|demo|bench|package]...
 set -euo pipefail
 
 want=(build-essential cmake pkg-config libfcgi-dev libsqlite3-dev libxml2-dev
@@ -10,8 +10,12 @@ want=(build-essential cmake pkg-config libfcgi-dev libsqlite3-dev libxml2-dev
 for role in "$@"; do
   case "$role" in
     build) ;;
-    test) want+=(libgtest-dev clang libclang-rt-14-dev lighttpd curl tzdata) ;;
+    # busybox, spawn-fcgi and cgi-fcgi (libfcgi-bin) drive the init script
+    # test; systemd brings systemd-analyze for the units.
+    test) want+=(libgtest-dev clang libclang-rt-14-dev lighttpd curl tzdata
+                 busybox spawn-fcgi libfcgi-bin systemd) ;;
     demo) want+=(lighttpd curl tzdata) ;;
+    package) want+=(dpkg-dev binutils lintian) ;;
     bench) want+=(lighttpd curl tzdata wrk valgrind) ;;
     *) echo "install-deps: unknown role '$role'" >&2; exit 2 ;;
   esac

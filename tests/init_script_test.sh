@@ -1,0 +1,143 @@
+#!/usr/bin/env bash
+# The installed init script as the camera runs it: `busybox sh`, BusyBox's
+# applets first in PATH, against the built responder on a camera root and a
+# control daemon simulator of its own. Both modes: spawn-fcgi (start,
+# status, a second start, a crash, restart, stop, a stale and an empty pid
+# file, a failed start) and lighttpd spawning the responder (status with
+# and without it, start, stop, restart). Needs no root; everything lives in
+# a temporary directory. Exits 77 (skipped) without busybox or spawn-fcgi.
+#   tests/init_script_test.sh BUILD_DIR
+set -uo pipefail
+build=$(cd "$1" && pwd)
+cd "$(dirname "$0")/.."
+for tool in busybox spawn-fcgi; do
+  command -v "$tool" >/dev/null || { echo "skipped: no $tool"; exit 77; }
+done
+
+t=$(mktemp -d /tmp/psia-init-XXXXXX)
+sim= unrelated= lighttpd=
+cleanup() {
+  run stop >/dev/null 2>&1
+  kill $sim $unrelated $lighttpd 2>/dev/null; wait 2>/dev/null
+  [ -n "${KEEP:-}" ] || rm -rf "$t"
+}
+trap cleanup EXIT
+
+mkdir -p "$t/bin" "$t/run" "$t/empty"
+for applet in $(busybox --list); do ln -s "$(command -v busybox)" "$t/bin/$applet"; done
+rm "$t/bin/logger"  # the supervisor's messages go to the test's log
+printf '#!/bin/sh\necho "$*" >> "%s/log"\n' "$t" > "$t/bin/logger"
+chmod +x "$t/bin/logger"
+
+DESTDIR=$t/stage cmake --install "$build" >/dev/null
+init=$(find "$t/stage" -path '*/init.d/*' -type f)
+daemon=$(find "$t/stage" -path '*/bin/psia-responder')
+sed -i "s|^DEFAULTS=.*|DEFAULTS=$t/default|" "$init"
+grep -v '"bin-path"' "$(find "$t/stage" -name '*psia-responder.conf')" > "$t/spawn-fcgi.conf"
+cp "$(find "$t/stage" -name '*psia-responder.conf')" "$t/lighttpd.conf"
+
+scripts/make-root.sh "$t/root" >/dev/null
+request_key=$((50000 + $$ % 10000)) reply_key=$((60000 + $$ % 10000))
+"$build/tools/psia-control-sim" --request-key $request_key --reply-key $reply_key \
+  --ready-file "$t/ready" --log "$t/control.log" &
+sim=$!
+
+socket=$t/run/psia.socket pidfile=$t/run/psia.pid
+settings() {  # settings MODE [PSIA_ROOT]: the defaults file
+  cat > "$t/default" <<EOF
+DAEMON=$daemon
+LIGHTTPD_CONF=$t/$1.conf
+SOCKET=$socket
+PIDFILE=$pidfile
+SUPERVISOR_PIDFILE=$t/run/supervisor.pid
+PSIA_USER=$(id -un)
+RESPAWN_DELAY=1
+PSIA_ROOT=${2:-$t/root}
+PSIA_REQUEST_QUEUE_KEY=$request_key
+PSIA_REPLY_QUEUE_KEY=$reply_key
+EOF
+}
+run() { env PATH="$t/bin:$PATH" busybox sh "$init" "$@"; }
+
+failures=0
+check() {  # check WHAT COMMAND...: the command must succeed
+  local what=$1; shift
+  if "$@"; then echo "ok   $what"; else echo "FAIL $what"; failures=$((failures + 1)); fi
+}
+# expect ACTION STATUS PATTERN: the script's exit status and output
+expect() {
+  local out status
+  out=$(run "$1" 2>&1); status=$?
+  # shellcheck disable=SC2053
+  check "$1 -> $2 ($out)" test "$status" = "$2" -a -n "$(grep -e "$3" <<<"$out")"
+}
+pid() { cat "$pidfile" 2>/dev/null; }
+is_responder() { [ "$(readlink "/proc/$1/exe")" = "$daemon" ]; }
+alive() { kill -0 "$1" 2>/dev/null; }
+gone() { ! alive "$1"; }
+eventually() { local n; for n in $(seq 50); do "$@" && return 0; sleep 0.1; done; "$@"; }
+
+echo "== spawn-fcgi mode"
+settings spawn-fcgi
+expect status 3 stopped
+expect start 0 OK
+first=$(pid)
+check "the pid file names the responder" is_responder "$first"
+check "the defaults reach the responder" grep -qz "^PSIA_REPLY_QUEUE_KEY=$reply_key\$" "/proc/$first/environ"
+if command -v cgi-fcgi >/dev/null; then
+  answer=$(env -i REQUEST_METHOD=GET REQUEST_URI=/PSIA/index \
+           HTTP_AUTHORIZATION="Basic YWRtaW46YWRtaW4=" cgi-fcgi -bind -connect "$socket")
+  check "it answers on the socket" grep -q '<ResourceList' <<<"$answer"
+fi
+expect status 0 "running (pid $first)"
+expect start 0 "already running"
+kill -9 "$first"
+check "a crashed responder comes back" eventually eval '[ -n "$(pid)" ] && [ "$(pid)" != "$first" ] && is_responder "$(pid)" && [ -S "$socket" ]'
+check "the restart is logged" grep -q "responder $first ended" "$t/log"
+second=$(pid)
+expect restart 0 OK
+check "restart ends the old responder" gone "$second"
+check "restart starts a new one" is_responder "$(pid)"
+third=$(pid)
+expect force-reload 0 OK
+expect stop 0 OK
+check "stop ends the responder" gone "$third"
+check "stop removes the socket and the pid files" test ! -e "$socket" -a ! -e "$pidfile"
+expect status 3 stopped
+
+sleep 300 & unrelated=$!
+echo "$unrelated" > "$pidfile"; echo "$unrelated" > "$t/run/supervisor.pid"
+expect status 1 "stale pid file"
+expect stop 0 OK
+check "a stale pid file's process is left alone" alive "$unrelated"
+echo "$unrelated" > "$pidfile"
+expect start 0 OK
+check "start over a stale pid file runs the responder" is_responder "$(pid)"
+expect stop 0 OK
+: > "$pidfile"
+expect status 3 stopped
+expect start 0 OK
+expect stop 0 OK
+
+settings spawn-fcgi "$t/empty"  # no database: the responder cannot start
+expect start 1 FAIL
+expect status 3 stopped
+check "a failed start leaves no supervisor" test ! -e "$t/run/supervisor.pid"
+
+echo "== lighttpd mode"
+settings lighttpd
+expect status 3 "not running"
+expect start 0 "started by lighttpd"
+# lighttpd starts the responder as spawn-fcgi does, on SOCKET-0.
+env PSIA_ROOT="$t/root" PSIA_REQUEST_QUEUE_KEY=$request_key PSIA_REPLY_QUEUE_KEY=$reply_key \
+  spawn-fcgi -n -s "$socket-0" -- "$daemon" >/dev/null & lighttpd=$!
+check "lighttpd's responder is up" eventually is_responder $lighttpd
+expect status 0 "running (spawned by lighttpd)"
+expect stop 0 "left to lighttpd"
+check "stop leaves lighttpd's responder" alive $lighttpd
+expect restart 0 "lighttpd starts it again"
+check "restart ends lighttpd's responder" eventually gone $lighttpd
+expect status 3 "not running"
+
+[ "$failures" -eq 0 ] && echo "all passed"
+exit $((failures > 0))
