@@ -60,6 +60,9 @@ TEST(Frame, UnmatchedRequestsAnswerInvalidOperation) {
                           "/PSIA/System/Network/interfaces/eth0/", "/PSIA/System/reboot"})
     EXPECT_EQ(camera.send("POST", uri), status_answer(uri, 4)) << uri;
   EXPECT_EQ(camera.send("PATCH", "/PSIA/System/deviceInfo"), status_answer("/PSIA/System/deviceInfo", 4));
+  // A path that only begins like a resource's is not that resource.
+  EXPECT_EQ(camera.send("GET", "/PSIA/System/Network/interfaces/eth0/"),
+            status_answer("/PSIA/System/Network/interfaces/eth0/", 4));
   // Paths and methods are compared without regard to case.
   EXPECT_EQ(camera.send("get", "/psia/security/index"), document_answer(golden("security_index.xml")));
 }

@@ -207,7 +207,9 @@ TEST(Ptz, TheLastAbsolutePositionIsRemembered) {
   camera.put(a,
              "<PTZData><azimuth>90</azimuth><elevation>10</elevation><absolutezoom>50</"
              "absolutezoom></PTZData>");
-  camera.put(a, "<PTZData><azimuth>90</azimuth><elevation>10</elevation></PTZData>");  // not again
+  camera.put(a,
+             "<PTZData><azimuth>90</azimuth><elevation>10</elevation><absolutezoom>50</"
+             "absolutezoom></PTZData>");  // neither again
   camera.put(a, "<PTZData><elevation>20</elevation></PTZData>");                       // the azimuth kept
   // Without a position, "not given" differs from the last one sent: the
   // remembered position goes again, then the zoom (0 differs from 50).
