@@ -88,7 +88,7 @@ int read_mac_address(Log& log, const char* interface_name, unsigned char mac[6])
 
 uint32_t read_default_gateway(Log& log, const std::string& route_path, const char* interface_name) {
   std::string table;
-  if (!read_regular_file(route_path, kHostFileLimit, &table)) {
+  if (!read_regular_file(route_path, kHostFileLimit, &table, kFollowSystemLinks)) {
     log.diagnostic("Do not support /proc file system?\n");
     return kProbeFailed;
   }
@@ -117,7 +117,7 @@ int read_name_servers(const std::string& resolv_path, char primary[kIpv4TextSize
   primary[0] = '\0';
   secondary[0] = '\0';
   std::string resolver;
-  if (!read_regular_file(resolv_path, kHostFileLimit, &resolver)) return -1;
+  if (!read_regular_file(resolv_path, kHostFileLimit, &resolver, kFollowSystemLinks)) return -1;
   static const char kKeyword[] = "nameserver";
   const size_t keyword_length = sizeof kKeyword - 1;
   int found = 0;

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 namespace psia {
@@ -14,10 +15,49 @@ void UniqueFd::reset(int fd) {
   fd_ = fd;
 }
 
-bool read_regular_file(const std::string& path, size_t limit, std::string* contents) {
-  UniqueFd fd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+namespace {
+
+// True when `path` resolves to a place inside the directory `within`.
+bool resolves_within(const std::string& path, const char* within, std::string* resolved) {
+  char* target = realpath(path.c_str(), nullptr);
+  char* directory = realpath(within, nullptr);
+  bool inside = false;
+  if (target != nullptr && directory != nullptr) {
+    size_t n = std::strlen(directory);
+    // The root directory holds everything; any other holds what follows
+    // its name and a slash.
+    inside = std::strncmp(target, directory, n) == 0 &&
+             (n == 1 || target[n] == '/') && target[n] != '\0';
+    if (inside) *resolved = target;
+  }
+  free(target);
+  free(directory);
+  return inside;
+}
+
+UniqueFd open_no_follow(const std::string& path) {
+  return UniqueFd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
+}
+
+}  // namespace
+
+UniqueFd open_regular_file(const std::string& path, off_t* size, const char* links_within) {
+  UniqueFd fd = open_no_follow(path);
+  std::string resolved;
+  if (!fd.valid() && errno == ELOOP && links_within != nullptr &&
+      resolves_within(path, links_within, &resolved))
+    fd = open_no_follow(resolved);
   struct stat info;
-  if (!fd.valid() || fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) return false;
+  if (!fd.valid() || fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) return UniqueFd();
+  *size = info.st_size;
+  return fd;
+}
+
+bool read_regular_file(const std::string& path, size_t limit, std::string* contents,
+                       const char* links_within) {
+  off_t size = 0;
+  UniqueFd fd = open_regular_file(path, &size, links_within);
+  if (!fd.valid()) return false;
   contents->clear();
   char chunk[4096];
   for (;;) {

@@ -5,6 +5,8 @@
 #ifndef PSIA_UTIL_FILE_H
 #define PSIA_UTIL_FILE_H
 
+#include <sys/types.h>
+
 #include <cstddef>
 #include <string>
 
@@ -36,10 +38,23 @@ class UniqueFd {
   int fd_ = -1;
 };
 
-// Reads a whole regular file of at most `limit` bytes into `contents`.
-// False when it cannot be opened, is not a regular file, is larger, or a
-// read fails.
-bool read_regular_file(const std::string& path, size_t limit, std::string* contents);
+// Opens a regular file for reading: without blocking, and without
+// following a final symbolic link unless `links_within` names a directory,
+// in which case a link is followed when it resolves inside that directory
+// (many zoneinfo names are links to others). An invalid descriptor when the
+// file cannot be opened or is not a regular file; `size` gets its size.
+UniqueFd open_regular_file(const std::string& path, off_t* size, const char* links_within = nullptr);
+
+// For the system's own files (/proc/uptime, /etc/resolv.conf), whose names
+// no data chooses: their links are followed wherever they lead (Buildroot's
+// /etc/resolv.conf is a link into /tmp).
+constexpr const char* kFollowSystemLinks = "/";
+
+// Reads a whole regular file of at most `limit` bytes into `contents`,
+// opened as open_regular_file() opens it. False when it cannot be opened,
+// is not a regular file, is larger, or a read fails.
+bool read_regular_file(const std::string& path, size_t limit, std::string* contents,
+                       const char* links_within = nullptr);
 
 // The lines of a text as fgets(line, size, file) hands them out: at most
 // size - 1 characters each, the line end included when it fits.

@@ -143,7 +143,7 @@ Answer get_device_status(Request& req) {
   std::string uptime;
   char line[36] = "";
   double up = 0, idle = 0;
-  if (!read_regular_file(req.host_path("/proc/uptime"), 4096, &uptime) ||
+  if (!read_regular_file(req.host_path("/proc/uptime"), 4096, &uptime, kFollowSystemLinks) ||
       !LineReader(uptime).next(line, sizeof line) || std::sscanf(line, "%lf %lf", &up, &idle) < 2 ||
       !(up >= 0 && up < 2147483648.0))
     return Answer::status(kStatusDeviceError);

@@ -2,9 +2,7 @@
 // and the configuration download. Rebooting, resetting and producing the
 // configuration file are the control daemon's work; uploads are stored in
 // the web server's transfer directory for the daemon to find.
-#include <fcntl.h>
 #include <strings.h>
-#include <sys/stat.h>
 
 #include <cstdio>
 #include <cstring>
@@ -84,15 +82,16 @@ Answer get_configuration_data(Request& req) {
     length = sizeof name - sizeof kTransferDirectory;
   std::memcpy(name, named, length);
   name[length] = '\0';
-  std::string path = req.host_path(std::string(kTransferDirectory) + name);
-  // Only a regular file has a size worth announcing (an empty name opens
-  // the transfer directory itself).
-  UniqueFd file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-  struct stat info;
-  if (!file.valid() || fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode) ||
-      info.st_size > 0x7fffffff)
+  // Only a regular file directly in the transfer directory goes out: the
+  // name may not lead elsewhere, by a path or a link, and an empty name
+  // (the directory itself) or a FIFO is no file to send.
+  if (std::strchr(name, '/') != nullptr || std::strstr(name, "..") != nullptr)
     return Answer::status(kStatusDeviceError);
-  return Answer::file(std::move(file), static_cast<uint32_t>(info.st_size));
+  off_t size = 0;
+  UniqueFd file =
+      open_regular_file(req.host_path(std::string(kTransferDirectory) + name), &size);
+  if (!file.valid() || size > 0x7fffffff) return Answer::status(kStatusDeviceError);
+  return Answer::file(std::move(file), static_cast<uint32_t>(size));
 }
 
 }  // namespace psia

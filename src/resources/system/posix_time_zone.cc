@@ -173,10 +173,12 @@ bool read_posix_time_zone(Request& req, std::string* zone) {
     return true;
   }
   // The name comes from the database: it may not climb out of the zoneinfo
-  // directory, and only a regular file of zone-file size is read.
+  // directory, not even through a link (many zone names are links to
+  // others), and only a regular file of zone-file size is read.
   std::string contents;
   if (std::strstr(path, "..") != nullptr ||
-      !read_regular_file(req.host_path(path), 1 << 20, &contents))
+      !read_regular_file(req.host_path(path), 1 << 20, &contents,
+                         req.host_path("/usr/share/zoneinfo").c_str()))
     return false;
   *zone = last_line_of_zone_file(contents);
   return true;
