@@ -38,6 +38,8 @@ authentication check_caller(Request& req, const char* address) {
 void serve_request(request_context& ctx, const RequestParams& params, Input& in, Output& out) {
   // The previous request's body is not needed any more.
   ctx.body.clear();
+  ctx.store.reopen_if_replaced();
+  if (ctx.factory_store.is_open()) ctx.factory_store.reopen_if_replaced();
   Request req(ctx, params, in);
   const char* address = params.remote_addr != nullptr ? params.remote_addr : "";
   authentication who = check_caller(req, address);

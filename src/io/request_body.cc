@@ -1,11 +1,15 @@
 #include "io/request_body.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
 
 #include "io/stream.h"
+#include "util/file.h"
 
 namespace psia {
 
@@ -20,6 +24,17 @@ size_t read_fully(Input& in, char* data, size_t size) {
     got += chunk;
   }
   return got;
+}
+
+bool write_fully(int fd, const char* data, size_t size) {
+  while (size > 0) {
+    ssize_t n = write(fd, data, size);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return false;
+    data += n;
+    size -= static_cast<size_t>(n);
+  }
+  return true;
 }
 
 }  // namespace
@@ -63,18 +78,25 @@ void RequestBody::clear() {
 bool store_request_body(Input& in, const char* content_length, const std::string& path) {
   long long n = parse_content_length(content_length);
   if (n <= 0) return false;
+  // The body is written beside its final name and renamed over it once
+  // whole, so the daemon never finds half a file. The partial file is made
+  // anew: a stale one, or a link planted in its place, is removed (never
+  // followed) first.
   std::string partial = path + ".part";
-  FILE* file = std::fopen(partial.c_str(), "wb");
-  if (file == nullptr) return false;
+  unlink(partial.c_str());
+  UniqueFd file(open(partial.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+  if (!file.valid()) return false;
   bool stored = true;
   char piece[1024];
   while (stored && n > 0) {
     size_t want = n < 1024 ? static_cast<size_t>(n) : sizeof piece;
     n -= static_cast<long long>(want);
-    stored = read_fully(in, piece, want) == want && std::fwrite(piece, want, 1, file) == 1;
+    stored = read_fully(in, piece, want) == want && write_fully(file.get(), piece, want);
   }
-  stored = std::fclose(file) == 0 && stored && std::rename(partial.c_str(), path.c_str()) == 0;
-  if (!stored) std::remove(partial.c_str());
+  // A full disk or a file-size limit shows in a write (SIGXFSZ is ignored)
+  // or in the close; either way nothing is left behind.
+  stored = close(file.release()) == 0 && stored && std::rename(partial.c_str(), path.c_str()) == 0;
+  if (!stored) unlink(partial.c_str());
   return stored;
 }
 

@@ -1,6 +1,9 @@
 #include "store/database.h"
 
 #include <sqlite3.h>
+#include <sys/stat.h>
+
+#include <utility>
 
 #include "util/bounded_copy.h"
 #include "util/clock.h"
@@ -77,6 +80,12 @@ void StatementCache::clear() {
 bool Store::open(const std::string& path, Clock* clock) {
   close();
   clock_ = clock;
+  path_ = path;
+  struct stat info;
+  if (stat(path.c_str(), &info) == 0) {
+    device_ = info.st_dev;
+    inode_ = info.st_ino;
+  }
   // Never create: an absent database is a broken camera, not an empty one.
   int rc = sqlite3_open_v2(path.c_str(), &db_, SQLITE_OPEN_READWRITE, nullptr);
   if (rc == SQLITE_OK) {
@@ -87,6 +96,20 @@ bool Store::open(const std::string& path, Clock* clock) {
   }
   if (rc != SQLITE_OK) close();
   return rc == SQLITE_OK;
+}
+
+void Store::reopen_if_replaced() {
+  struct stat info;
+  if (db_ == nullptr || stat(path_.c_str(), &info) != 0 ||
+      (info.st_dev == device_ && info.st_ino == inode_))
+    return;
+  Store fresh;
+  if (!fresh.open(path_, clock_)) return;
+  close();
+  std::swap(db_, fresh.db_);
+  sqlite3_busy_handler(db_, db_busy_handler, this);
+  device_ = fresh.device_;
+  inode_ = fresh.inode_;
 }
 
 void Store::close() {

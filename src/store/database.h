@@ -14,6 +14,8 @@
 #ifndef PSIA_STORE_DATABASE_H
 #define PSIA_STORE_DATABASE_H
 
+#include <sys/types.h>
+
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
@@ -84,6 +86,11 @@ class Store {
   // statement fails cleanly.
   void close();
   bool is_open() const { return db_ != nullptr; }
+  // Opens the database again when another file has taken its path since it
+  // was opened (the camera's other processes replace it whole, by a
+  // rename); a connection would otherwise keep reading the old file for
+  // good. Kept as it is when the new file cannot be opened.
+  void reopen_if_replaced();
 
   // A query; a closed store or a failing statement gives a result that is
   // not ok().
@@ -109,6 +116,9 @@ class Store {
 
   sqlite3* db_ = nullptr;
   Clock* clock_ = nullptr;
+  std::string path_;
+  dev_t device_ = 0;  // the file opened, to notice its replacement
+  ino_t inode_ = 0;
   StatementCache statements_;
 };
 
