@@ -9,6 +9,10 @@ using namespace psia_test;
 
 namespace {
 
+// The Event table refusing every change, as a full or read-only database does.
+const char kEventUnchangeable[] =
+    "create trigger refuse before update on Event begin select raise(fail, 'read-only'); end";
+
 const std::string kNs = " version=\"1.0\" xmlns=\"urn:psialliance-org\"";
 const std::string kTriggers = "/PSIA/Custom/Event/triggers";
 const std::string kSensor = kTriggers + "/Sensor-0";
@@ -135,7 +139,7 @@ TEST(EventSchedule, DocumentAndTheCamerasRules) {
       // bounded so the stored time cannot overflow.
       arm(block(6, "99999999:00:00", "00:99999999"), "64|2400|2147483600"),
       put(uri, "<Schedule/>").answers(3),
-      put(uri, "<EventSchedule/>").after("drop table Event").answers(3),
+      put(uri, "<EventSchedule/>").after(kEventUnchangeable).answers(3),
   });
   // clang-format on
 }
@@ -260,8 +264,8 @@ TEST(EventDocument, APutAppliesEachPart) {
           "<id>ftp-archive</id><portNo>99</portNo></FTPNotification></FTPNotificationList>"
           "</EventNotificationMethods></EventNotification>").answers(1).leaves("select Week, StartTime, EndTime, MinTimeInterval, RelayID from Event", "32|700|1500|3|-1").leaves("select Port from FTPServer", "99"),
       // Only a schedule that cannot be stored is reported.
-      put(uri, "<EventNotification><EventSchedule/></EventNotification>").after("drop table Event").answers(3),
-      put(uri, "<EventNotification/>").after("drop table Event").answers(1),
+      put(uri, "<EventNotification><EventSchedule/></EventNotification>").after(kEventUnchangeable).answers(3),
+      put(uri, "<EventNotification/>").after(kEventUnchangeable).answers(1),
       put(uri, "<Event/>").answers(3),
   });
   // clang-format on

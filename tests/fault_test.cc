@@ -5,11 +5,21 @@
 // next request is served as usual.
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <dlfcn.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <memory>
 
 #include "harness.h"
 
 using namespace psia_test;
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -27,77 +37,203 @@ class Lock {
   sqlite3* db_ = nullptr;
 };
 
-TEST(Fault, ALockIsWaitedOutForAboutASecondAtMost) {
-  const char* uri = "/PSIA/System/deviceInfo";
-  const char* body = "<DeviceInfo><deviceName>hall</deviceName></DeviceInfo>";
-  Camera camera;
-  {
-    // Released while the busy handler waits: the change goes through.
-    Lock lock(camera, "begin exclusive");
-    camera.clock().on_sleep = [&] {
-      if (camera.clock().now_us >= 300000) lock.release();
-    };
-    EXPECT_EQ(camera.put(uri, body), status_answer(uri, 1));
-    EXPECT_EQ(camera.clock().now_us, 300000);  // 50 + 100 + 150 ms
+constexpr char kReboot[] = "/PSIA/System/reboot";
+constexpr char kDeviceInfo[] = "/PSIA/System/deviceInfo";
+constexpr char kConfiguration[] = "/PSIA/System/configurationData";
+constexpr char kFirmware[] = "/PSIA/System/updateFirmware";
+constexpr char kTransfer[] = "/usr/local/httpd/htdocs/Web/updownload/";
+constexpr char kDatabase[] = "/usr/local/korvia/kkorvia.db";
+
+// Restores a resource limit when the fault ends.
+struct Limit {
+  Limit(int limited, rlim_t soft) : resource(limited) {
+    getrlimit(resource, &saved);
+    rlimit lowered = saved;
+    lowered.rlim_cur = soft;
+    setrlimit(resource, &lowered);
   }
-  camera.clock().on_sleep = nullptr;
-  camera.clock().now_us = 0;
-  {
-    Lock lock(camera, "begin immediate; update Audio set Enable=Enable");
-    EXPECT_EQ(camera.put(uri, "<DeviceInfo><deviceName>gate</deviceName></DeviceInfo>"), status_answer(uri, 3));
-    EXPECT_EQ(camera.clock().now_us, 1050000);  // then given up
-  }
-  EXPECT_EQ(camera.put(uri, body), status_answer(uri, 1));
-  EXPECT_EQ(camera.query("select DDNSHostname from Network"), "hall");
+  ~Limit() { setrlimit(resource, &saved); }
+  int resource;
+  rlimit saved;
+};
+
+// The daemon names `name` as the configuration file it wrote.
+void daemon_names(Camera& camera, const char* name) {
+  camera.daemon().reply_texts.emplace(11, std::make_pair(static_cast<int>(psia::ConfigurationFilePayload::kFileName),
+                                                         std::string(name)));
 }
 
-TEST(Fault, SlowSilentAndLateDaemons) {
-  const char* reboot = "/PSIA/System/reboot";
-  Camera slow;
-  slow.daemon().delay_ms[8] = 2000;
-  EXPECT_EQ(slow.put(reboot, ""), status_answer(reboot, 1));
-  EXPECT_GE(slow.clock().now_us, 2000000);
-  EXPECT_LT(slow.clock().now_us, 2200000);
-  // A silent daemon costs each command its bound: about 5, 30 or 180 s.
-  const struct {
-    int command;
-    const char* method;
-    const char* uri;
-    int64_t waited_us;
-  } silent[] = {
-      {8, "PUT", reboot, 5100000},
-      {11, "GET", "/PSIA/System/configurationData", 180100000},
-      {94, "DELETE", "/PSIA/Security/AAA/users", 5100000},  // ignored: still 1
+// A zoneinfo directory of the camera's own, holding `entry` as the zone
+// the database names.
+void plant_zone(Camera& camera, const std::function<void(const std::string&)>& entry) {
+  std::string zoneinfo = camera.path("/usr/share/zoneinfo");
+  fs::remove(zoneinfo);
+  fs::create_directory(zoneinfo);
+  entry(zoneinfo + "/Planted");
+  camera.exec("update DateTime set TimeZone='Planted'");
+}
+
+// One fault of the camera's environment, the request made under it, and
+// what that request must cost: its answer and the camera time it took.
+// After it, the next ordinary request is served as usual.
+struct EnvironmentFault {
+  const char* what;
+  std::function<std::shared_ptr<void>(Camera&)> make;  // what it returns lasts until the next request
+  std::string method, uri, body;
+  std::string answer;  // "1".."7": that ResponseStatus; otherwise a text the answer holds
+  int64_t waited_us;
+  std::function<void(Camera&)> leaves = nullptr;  // what must (not) be left behind
+  Req next = {"GET", kDeviceInfo};
+  std::string next_answer = "<DeviceInfo";
+};
+
+std::shared_ptr<void> nothing() { return nullptr; }
+
+std::string file_text(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
+  const std::string body = "<DeviceInfo><deviceName>hall</deviceName></DeviceInfo>";
+  const std::string upload(5000, 'f');
+  // clang-format off
+  const EnvironmentFault faults[] = {
+      {"a lock released while it is waited for",
+       [](Camera& c) {
+         auto lock = std::make_shared<Lock>(c, "begin exclusive");
+         c.clock().on_sleep = [&c, lock] { if (c.clock().now_us >= 300000) lock->release(); };
+         return lock;
+       },
+       "PUT", kDeviceInfo, body, "1", 300000},  // 50 + 100 + 150 ms
+      {"a write lock held past the back-off",
+       [](Camera& c) { return std::make_shared<Lock>(c, "begin immediate; update Audio set Enable=Enable"); },
+       "PUT", kDeviceInfo, body, "3", 1050000},
+      {"a slow daemon", [](Camera& c) { c.daemon().delay_ms[8] = 2000; return nothing(); },
+       "PUT", kReboot, "", "1", 2002350},
+      {"a silent daemon", [](Camera& c) { c.daemon().silent.insert(8); return nothing(); },
+       "PUT", kReboot, "", "2", 5100000},
+      {"a silent daemon, configuration file", [](Camera& c) { c.daemon().silent.insert(11); return nothing(); },
+       "GET", kConfiguration, "", "3", 180100000},
+      {"a silent daemon, a command whose status is not told", [](Camera& c) { c.daemon().silent.insert(94); return nothing(); },
+       "DELETE", "/PSIA/Security/AAA/users", "", "1", 5100000},
+      {"a hung daemon whose request queue is full",
+       [](Camera& c) { c.daemon().hung = true; c.fill_request_queue(); return nothing(); },
+       "PUT", kReboot, "", "2", 5100000},
+      {"a reply longer than the frame", [](Camera& c) { c.daemon().oversized.insert(8); return nothing(); },
+       "PUT", kReboot, "", "1", 50, nullptr, {"PUT", kReboot}, "<statusCode>1<"},
+      {"queues made again by a restarted daemon", [](Camera& c) { c.simulator().recreate_queues(); return nothing(); },
+       "PUT", kReboot, "", "1", 50, nullptr, {"PUT", kReboot}, "<statusCode>1<"},
+      {"queues made again while a reply is awaited",
+       [](Camera& c) {
+         c.clock().on_sleep = [&c, serve = c.clock().on_sleep] { c.simulator().recreate_queues(); c.clock().on_sleep = serve; };
+         return nothing();
+       },
+       "PUT", kReboot, "", "2", 50},
+      {"no queues: the daemon is gone", [](Camera& c) { c.simulator().remove_queues(); return nothing(); },
+       "PUT", kReboot, "", "2", 0},
+      {"a FIFO named as the configuration file",
+       [](Camera& c) { mkfifo(c.path(std::string(kTransfer) + "fifo").c_str(), 0600); daemon_names(c, "fifo"); return nothing(); },
+       "GET", kConfiguration, "", "3", 50},
+      {"a link named as the configuration file",
+       [](Camera& c) { fs::create_symlink("/etc/passwd", c.path(std::string(kTransfer) + "link")); daemon_names(c, "link"); return nothing(); },
+       "GET", kConfiguration, "", "3", 50},
+      {"a path named as the configuration file",
+       [](Camera& c) { daemon_names(c, "../../../../../../etc/passwd"); return nothing(); },
+       "GET", kConfiguration, "", "3", 50},
+      {"a FIFO as the zone file",
+       [](Camera& c) { plant_zone(c, [](const std::string& p) { mkfifo(p.c_str(), 0600); }); return nothing(); },
+       "GET", "/PSIA/System/time", "", "<timeZone>GMT0</timeZone>", 0},
+      {"a zone link leading out of the zoneinfo directory",
+       [](Camera& c) {
+         std::ofstream(c.path("/outside")) << "TZif\nEST5\n";
+         plant_zone(c, [&c](const std::string& p) { fs::create_symlink(c.path("/outside"), p); });
+         return nothing();
+       },
+       "GET", "/PSIA/System/time", "", "<timeZone>GMT0</timeZone>", 0},
+      {"a link planted as the upload's partial file",
+       [](Camera& c) {
+         std::ofstream(c.path("/victim")) << "kept";
+         fs::create_symlink(c.path("/victim"), c.path(std::string(kTransfer) + "psia_firmware.dat.part"));
+         return nothing();
+       },
+       "PUT", kFirmware, upload, "1", 0,
+       [&upload](Camera& c) {
+         EXPECT_EQ(file_text(c.path("/victim")), "kept");
+         EXPECT_EQ(file_text(c.path(std::string(kTransfer) + "psia_firmware.dat")), upload);
+       }},
+      {"a file-size limit (or a full disk) during an upload",
+       [](Camera&) { return std::make_shared<Limit>(RLIMIT_FSIZE, 4096); },
+       "PUT", kFirmware, upload, "3", 0,
+       [](Camera& c) {
+         EXPECT_FALSE(fs::exists(c.path(std::string(kTransfer) + "psia_firmware.dat")));
+         EXPECT_FALSE(fs::exists(c.path(std::string(kTransfer) + "psia_firmware.dat.part")));
+       }},
+      {"the database replaced by a rename",
+       [](Camera& c) {
+         std::string db = c.path(kDatabase);
+         fs::copy_file(db, db + ".new");
+         sqlite3* copy = nullptr;
+         sqlite3_open((db + ".new").c_str(), &copy);
+         sqlite3_exec(copy, "update Network set DDNSHostname='replaced'", nullptr, nullptr, nullptr);
+         sqlite3_close(copy);
+         fs::rename(db + ".new", db);
+         return nothing();
+       },
+       "GET", kDeviceInfo, "", "<deviceName>replaced</deviceName>", 0, nullptr,
+       {"PUT", kDeviceInfo, body}, "<statusCode>1<"},
   };
-  for (const auto& s : silent) {
+  // clang-format on
+  for (const EnvironmentFault& f : faults) {
+    SCOPED_TRACE(f.what);
     Camera camera;
-    camera.daemon().silent.insert(s.command);
-    EXPECT_EQ(camera.send(s.method, s.uri), status_answer(s.uri, s.command == 94 ? 1 : s.command == 11 ? 3 : 2));
-    EXPECT_EQ(camera.clock().now_us, s.waited_us) << s.command;
+    const std::function<void()> serve_daemon = camera.clock().on_sleep;
+    std::string out;
+    {
+      std::shared_ptr<void> fault = f.make(camera);
+      out = camera.send(f.method, f.uri, f.body);
+    }
+    if (f.answer.size() == 1)
+      EXPECT_EQ(out, status_answer(f.uri, f.answer[0] - '0'));
+    else
+      EXPECT_NE(out.find(f.answer), std::string::npos) << out;
+    EXPECT_EQ(camera.clock().now_us, f.waited_us);
+    if (f.leaves) f.leaves(camera);
+    camera.clock().on_sleep = serve_daemon;
+    out = camera.request(f.next);
+    EXPECT_NE(out.find(f.next_answer), std::string::npos) << out;
   }
-  // Replies are matched by process alone: a late reply waits in the queue
-  // and is taken by the next exchange, whose own reply answers the one after.
+}
+
+// Replies are matched by process alone: a late reply waits in the queue and
+// is taken by the next exchange, whose own reply answers the one after.
+TEST(Fault, ALateReplyAnswersTheNextExchange) {
   Camera late;
   late.daemon().delay_ms[8] = 5600;
   late.daemon().status[8] = 7;
   late.daemon().status[41] = 2;
-  EXPECT_EQ(late.put(reboot, ""), status_answer(reboot, 2));
+  EXPECT_EQ(late.put(kReboot, ""), status_answer(kReboot, 2));
   late.clock().sleep_us(600000);  // the reply comes in between requests
   const char* ip = "/PSIA/System/Network/interfaces/eth0/ipAddress";
   const char* dhcp = "<IPAddress><addressingType>dhcp</addressingType></IPAddress>";
-  EXPECT_EQ(late.put(ip, dhcp), status_answer(ip, 3));        // command 8's status 7
-  EXPECT_EQ(late.put(reboot, ""), status_answer(reboot, 2));  // 41's
+  EXPECT_EQ(late.put(ip, dhcp), status_answer(ip, 3));          // command 8's status 7
+  EXPECT_EQ(late.put(kReboot, ""), status_answer(kReboot, 2));  // 41's
   EXPECT_EQ(late.commands(), (std::vector<std::string>{"8", "41", "8"}));
 }
 
-TEST(Fault, AFullDiskLeavesNoUpload) {
+// A transient failure to load the XML library (no descriptor left) costs
+// that request alone.
+TEST(Fault, TheXmlLibraryIsLoadedAgainAfterAFailure) {
+  if (dlopen("libxml2.so.2", RTLD_NOW | RTLD_NOLOAD) != nullptr) GTEST_SKIP() << "already loaded in this process";
   Camera camera;
-  std::string target = camera.path("/usr/local/httpd/htdocs/Web/updownload/psia_firmware.dat");
-  ASSERT_EQ(symlink("/dev/full", (target + ".part").c_str()), 0);
-  const char* uri = "/PSIA/System/updateFirmware";
-  EXPECT_EQ(camera.put(uri, std::string(5000, 'f')), status_answer(uri, 3));
-  EXPECT_NE(access(target.c_str(), F_OK), 0);
-  EXPECT_EQ(camera.put("/PSIA/System/reboot", ""), status_answer("/PSIA/System/reboot", 1));
+  const std::string body = "<DeviceInfo><deviceName>hall</deviceName></DeviceInfo>";
+  {
+    int lowest_free = dup(0);
+    close(lowest_free);
+    Limit no_descriptor(RLIMIT_NOFILE, static_cast<rlim_t>(lowest_free));
+    EXPECT_EQ(camera.put(kDeviceInfo, body), status_answer(kDeviceInfo, 3));
+  }
+  EXPECT_EQ(camera.put(kDeviceInfo, body), status_answer(kDeviceInfo, 1));
 }
 
 const char* const kHostile[] = {

@@ -189,11 +189,16 @@ TEST(Frame, BodiesThatCannotBeReadAnswerDeviceError) {
 }
 
 TEST(Startup, ADatabaseThatCannotBeOpenedStopsTheResponder) {
-  for (const char* replacement : {"", "this is not a database, it is a text file...\n"}) {
+  // Missing, empty, not a database, and a database without a camera table.
+  for (const char* replacement : {"missing", "", "this is not a database, it is a text file...\n", "drop"}) {
     Camera camera;
     std::string db = camera.path("/usr/local/korvia/kkorvia.db");
-    ASSERT_EQ(unlink(db.c_str()), 0);
-    if (*replacement != '\0') std::ofstream(db) << replacement;
+    if (std::string(replacement) == "drop") {
+      camera.exec("drop table Relay");
+    } else {
+      ASSERT_EQ(unlink(db.c_str()), 0);
+      if (std::string(replacement) != "missing") std::ofstream(db) << replacement;
+    }
     psia::Settings settings = camera.ctx().settings;
     psia::request_context ctx(settings, camera.clock());
     std::string errors;
@@ -203,7 +208,7 @@ TEST(Startup, ADatabaseThatCannotBeOpenedStopsTheResponder) {
     EXPECT_FALSE(psia::start_up(ctx));
     EXPECT_EQ(errors, "PSIA: DB Open Failed\n");
     EXPECT_EQ(syslog, (std::vector<std::string>{"27 PSIA: DB Open Failed"}));  // daemon.err
-    EXPECT_EQ(access(db.c_str(), F_OK) == 0, *replacement != '\0');            // never created
+    EXPECT_EQ(access(db.c_str(), F_OK) == 0, std::string(replacement) != "missing");  // never created
   }
 }
 

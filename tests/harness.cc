@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/msg.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -221,6 +222,12 @@ std::vector<std::string> Camera::commands() const {
     out.push_back(std::to_string(c.code) + (fields.empty() ? "" : " " + fields));
   }
   return out;
+}
+
+void Camera::fill_request_queue() {
+  psia::control_message m(0);
+  while (msgsnd(sim_->request_queue(), &m, psia::kControlMessageSize, IPC_NOWAIT) == 0) {
+  }
 }
 
 std::vector<std::string> Camera::payloads() const {

@@ -74,6 +74,10 @@ class Camera {
   std::vector<std::string> commands() const;
   std::vector<std::string> payloads() const;  // hex, trailing zero bytes cut
   void forget_commands() { sim_->clear_commands(); }
+  psia::ControlSimulator& simulator() { return *sim_; }
+  // Fills the daemon's request queue to the brim, as commands pile up
+  // before a daemon that stopped reading.
+  void fill_request_queue();
 
   psia::request_context& ctx() { return *ctx_; }
   TestClock& clock() { return clock_; }

@@ -37,6 +37,7 @@ TEST(Time, DocumentsShowModeClockAndZone) {
       get(kTime).answers(time_doc("NTP", now, cet)),
       get(kTime).after(zone + "'CST-0', DateTimeSync=1").answers(time_doc("manual", now, "CST-0")),
       get(kTime).after(zone + "'No/Such_Zone'").answers(time_doc("NTP", now, "GMT0")),
+      get(kTime).after(zone + "'US/Eastern'").answers(time_doc("NTP", now, "EST5EDT,M3.2.0,M11.1.0")),  // a link
       get(kTime).after(zone + "'../../../etc/passwd'").answers(time_doc("NTP", now, "GMT0")),
       get(kTime).after(zone + "'Europe'").answers(time_doc("NTP", now, "GMT0")),  // a directory
       get(kTime).after("delete from DateTime").answers(time_doc("manual", now, "GMT0")),

@@ -127,6 +127,11 @@ void ControlSimulator::remove_queues() {
   request_queue_ = reply_queue_ = -1;
 }
 
+bool ControlSimulator::recreate_queues() {
+  remove_queues();
+  return create_queues();
+}
+
 std::string ControlSimulator::describe(const control_message& m, bool answered) {
   char head[160];
   std::snprintf(head, sizeof head, "command %d (%s) from %ld%s", m.command, meaning(m.command),
@@ -177,6 +182,10 @@ control_message ControlSimulator::reply_to(const control_message& request) {
 
 bool ControlSimulator::serve_one(bool wait, int64_t now_ms) {
   control_message m;
+  if (options_.hung) {
+    errno = EAGAIN;
+    return false;
+  }
   if (msgrcv(request_queue_, &m, kControlMessageSize, 0, wait ? 0 : IPC_NOWAIT) < 0) return false;
   SimCommand c;
   c.code = m.command;
@@ -198,7 +207,16 @@ void ControlSimulator::release_due(int64_t now_ms) {
       ++it;
       continue;
     }
-    if (msgsnd(reply_queue_, &it->second, kControlMessageSize, 0) != 0)
+    // An oversized reply carries 64 bytes more than the frame.
+    struct {
+      control_message message;
+      char beyond[64];
+    } reply;
+    std::memset(static_cast<void*>(&reply), 0x5a, sizeof reply);
+    reply.message = it->second;
+    size_t size = options_.oversized.count(reply.message.command) != 0 ? sizeof reply - sizeof(long)
+                                                                       : kControlMessageSize;
+    if (msgsnd(reply_queue_, &reply, size, 0) != 0)
       std::fprintf(stderr, "psia-control-sim: reply failed: %s\n", std::strerror(errno));
     it = delayed_.erase(it);
   }

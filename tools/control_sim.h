@@ -28,6 +28,8 @@ struct SimOptions {
   std::multimap<int, std::pair<int, int>> reply_ints;           // offset, value
   std::multimap<int, std::pair<int, std::string>> reply_texts;  // offset, text
   std::vector<unsigned char> position_frame;                    // command 65, from payload byte 4
+  std::set<int> oversized;  // commands answered with a reply longer than the frame
+  bool hung = false;        // alive but reading nothing: its request queue fills up
   std::string transfer_dir = "/usr/local/httpd/htdocs/Web/updownload";
 
   SimOptions();
@@ -54,6 +56,8 @@ class ControlSimulator {
   bool create_queues();
   // Removes both queues.
   void remove_queues();
+  // Removes both queues and makes them again, as a restarted daemon does.
+  bool recreate_queues();
 
   // Receives one command (waiting for it when `wait`), records it and
   // answers it now, later (its delay, measured on `now_ms`) or never.

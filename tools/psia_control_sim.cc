@@ -4,12 +4,16 @@
 // It creates the request and reply queues, answers every command the
 // responder sends with status 1 (or what it was told per command), gives
 // plausible reply payloads where a command returns data, and logs every
-// command it receives, decoded, one line each.
+// command it receives, decoded, one line each. Faults for trying the
+// responder against a failing daemon: replies too large for the frame, a
+// daemon that stops reading (--hung), and queues made again (SIGHUP), as a
+// restarted daemon makes them.
 //
 //   psia-control-sim [--request-key K] [--reply-key K]
 //                    [--status CODE=STATUS]... [--silent CODE]...
 //                    [--delay CODE=MS]... [--reply-int CODE=OFFSET:VALUE]...
 //                    [--reply-text CODE=OFFSET:TEXT]... [--position-frame HEX]
+//                    [--oversized CODE]... [--hung]
 //                    [--transfer-dir DIR] [--log FILE] [--ready-file FILE]
 #include <signal.h>
 #include <time.h>
@@ -28,8 +32,14 @@
 namespace {
 
 volatile sig_atomic_t g_stop = 0;
+volatile sig_atomic_t g_recreate = 0;
 
-void on_signal(int) { g_stop = 1; }
+void on_signal(int signal_number) {
+  if (signal_number == SIGHUP)
+    g_recreate = 1;
+  else
+    g_stop = 1;
+}
 
 const char kUsage[] =
     "usage: psia-control-sim [options]\n"
@@ -42,6 +52,8 @@ const char kUsage[] =
     "  --reply-text CODE=OFF:T  put a text into a reply's payload (for 11: the\n"
     "                           file to name instead of writing one)\n"
     "  --position-frame HEX     command 65's position frame (payload byte 4 on)\n"
+    "  --oversized CODE         answer a command with a reply longer than the frame\n"
+    "  --hung                   read no command at all (the request queue fills)\n"
     "  --transfer-dir DIR       where command 11 writes the configuration file\n"
     "  --log FILE               decoded command log (default: standard error)\n"
     "  --ready-file FILE        written once the queues exist\n";
@@ -91,6 +103,10 @@ psia::SimOptions parse_options(int argc, char** argv, Files* files) {
       std::fputs(kUsage, stdout);
       std::exit(0);
     }
+    if (name == "--hung") {
+      o.hung = true;
+      continue;
+    }
     if (i + 1 >= argc) usage("missing value for " + name);
     std::string value = argv[++i];
     if (name == "--request-key") {
@@ -115,6 +131,8 @@ psia::SimOptions parse_options(int argc, char** argv, Files* files) {
       if (colon == std::string::npos) usage("expected CODE=OFFSET:TEXT: " + value);
       o.reply_texts.emplace(
           code, std::make_pair(to_int(field.substr(0, colon)), field.substr(colon + 1)));
+    } else if (name == "--oversized") {
+      o.oversized.insert(to_int(value));
     } else if (name == "--position-frame") {
       o.position_frame = parse_hex(value);
     } else if (name == "--transfer-dir") {
@@ -157,6 +175,7 @@ int main(int argc, char** argv) {
   sa.sa_handler = on_signal;  // no SA_RESTART: msgrcv must return on a signal
   sigaction(SIGINT, &sa, nullptr);
   sigaction(SIGTERM, &sa, nullptr);
+  sigaction(SIGHUP, &sa, nullptr);
 
   if (!files.ready.empty()) append_line(files.ready, "ready");
   if (files.log.empty())
@@ -164,6 +183,18 @@ int main(int argc, char** argv) {
                  sim.options().reply_key);
 
   while (!g_stop) {
+    if (g_recreate) {
+      g_recreate = 0;
+      if (!sim.recreate_queues()) {
+        std::fprintf(stderr, "psia-control-sim: msgget failed: %s\n", std::strerror(errno));
+        return 1;
+      }
+      append_line(files.log, "queues made again");
+    }
+    if (sim.options().hung) {
+      pause();
+      continue;
+    }
     // A delayed reply holds the daemon up, as a busy daemon would.
     for (int64_t due = sim.next_due_ms(); due >= 0 && !g_stop; due = sim.next_due_ms()) {
       int64_t wait = due - now_ms();
