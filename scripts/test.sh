@@ -24,6 +24,13 @@ ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   run_suite build-asan -DCMAKE_BUILD_TYPE=Debug -DPSIA_SANITIZE=ON
 
+# The source tree as Buildroot configures, builds and stages it, and the
+# installed init script under BusyBox sh in both of its modes.
+echo "== Buildroot build and init script"
+scripts/check-install.sh --buildroot || status=1
+rc=0; tests/init_script_test.sh build || rc=$?
+[ $rc = 0 ] || [ $rc = 77 ] || status=1
+
 # A short run of every fuzz target from its seed corpus: any finding fails.
 echo "== fuzz smoke"
 scripts/fuzz.sh 5 || status=1
