@@ -10,10 +10,11 @@ want=(build-essential cmake pkg-config libfcgi-dev libsqlite3-dev libxml2-dev
 for role in "$@"; do
   case "$role" in
     build) ;;
-    # busybox, spawn-fcgi and cgi-fcgi (libfcgi-bin) drive the init script
-    # test; systemd brings systemd-analyze for the units.
+    # busybox, spawn-fcgi, cgi-fcgi (libfcgi-bin) and python3 (a raw
+    # FastCGI record) drive the init script test; systemd brings
+    # systemd-analyze for the units.
     test) want+=(libgtest-dev clang libclang-rt-14-dev lighttpd curl tzdata
-                 busybox spawn-fcgi libfcgi-bin systemd) ;;
+                 busybox spawn-fcgi libfcgi-bin python3 systemd) ;;
     demo) want+=(lighttpd curl tzdata) ;;
     package) want+=(dpkg-dev binutils lintian) ;;
     bench) want+=(lighttpd curl tzdata wrk valgrind) ;;

@@ -91,7 +91,23 @@ if command -v cgi-fcgi >/dev/null; then
 fi
 expect status 0 "running (pid $first)"
 expect start 0 "already running"
-kill -9 "$first"
+# The FastCGI record that makes libfcgi abort (two parameter lengths of
+# 0x40000000, whose sum overflows its int): the responder ends, and the
+# supervisor starts another.
+python3 - "$socket" <<'EOF'
+import socket, struct, sys
+s = socket.socket(socket.AF_UNIX)
+s.connect(sys.argv[1])
+begin = struct.pack('>BBHHBBHB5x', 1, 1, 1, 8, 0, 0, 1, 0)
+params = struct.pack('>BBHHBB', 1, 4, 1, 8, 0, 0) + bytes([0xC0, 0, 0, 0] * 2)
+s.sendall(begin + params)
+s.settimeout(5)
+try:
+    s.recv(1)
+except OSError:
+    pass
+EOF
+check "the record ends the responder" eventually gone "$first"
 check "a crashed responder comes back" eventually eval '[ -n "$(pid)" ] && [ "$(pid)" != "$first" ] && is_responder "$(pid)" && [ -S "$socket" ]'
 check "the restart is logged" grep -q "responder $first ended" "$t/log"
 second=$(pid)
