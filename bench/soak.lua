@@ -58,4 +58,9 @@ function done(summary, latency, requests)
     summary.errors.connect, summary.errors.read, summary.errors.write,
     summary.errors.timeout, summary.errors.status))
   io.write(string.format("requests %d\n", summary.requests))
+  -- One Markdown table row for soak.sh (it adds the connections).
+  io.write(string.format("row | %.0f | %d | %d | %d | %d | %d | %.1f | %.1f |\n",
+    summary.requests / (summary.duration / 1e6), total["document"] or 0, total["http 401"] or 0,
+    total["status 1"] or 0, total["status 4"] or 0, bad,
+    latency:percentile(50) / 1000, latency:percentile(99) / 1000))
 end

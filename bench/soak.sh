@@ -44,11 +44,12 @@ trap "kill $writer 2>/dev/null || true" EXIT
 
 total=1000
 malformed=0
+rows=
 for connections in 1 4 16; do
-  echo "== $connections connections, $PSIA_SOAK_SECONDS s"
   out=$(wrk -t 1 -c "$connections" -d "${PSIA_SOAK_SECONDS}s" --latency \
           -s bench/soak.lua "$PSIA_BASE_URL")
-  echo "$out" | grep -E "^answers|^errors|Requests/sec|^ +(50|99)%"
+  echo "$out" | grep -E "^errors" | grep -v "connect 0 read 0 write 0 timeout 0" >&2 || true
+  rows+="| $connections $(echo "$out" | sed -n "s/^row //p")"$'"'\n'"'
   total=$((total + $(echo "$out" | awk "/^requests/ {print \$2}")))
   malformed=$((malformed + $(echo "$out" | awk "/^answers malformed/ {print \$3}")))
 done
@@ -56,12 +57,17 @@ kill $writer 2>/dev/null || true
 
 after=$(responder_pid)
 rss_end=$(rss_kb "$after")
-echo "== requests served: $total"
-echo "== responder RSS: ${rss_start} kB after 1,000 requests, ${rss_end} kB after $total"
+echo "Taken $(date -u +%Y-%m-%d) with \`bench/soak.sh $PSIA_SOAK_SECONDS\` on $(nproc) cores ($(uname -m)), $PSIA_SOAK_SECONDS s a level."
+echo
+echo "| Connections | requests/s | Documents | 401 | ResponseStatus 1 | ResponseStatus 4 | Malformed | p50 ms | p99 ms |"
+echo "|---|---|---|---|---|---|---|---|---|"
+printf "%s" "$rows"
+echo
+echo "Requests served: $total. Responder RSS: ${rss_start} kB after the first 1,000, ${rss_end} kB after $total."
 status=0
 [ "$pid" = "$after" ] || { echo "FAIL: the responder restarted ($pid -> $after)"; status=1; }
 [ "$malformed" -eq 0 ] || { echo "FAIL: $malformed malformed answers"; status=1; }
 [ $((rss_end - rss_start)) -le 1024 ] || { echo "FAIL: memory grew by $((rss_end - rss_start)) kB"; status=1; }
-[ $status -ne 0 ] || echo "== soak passed"
+[ $status -ne 0 ] || echo "The responder never restarted and no answer was malformed."
 exit $status
 '
