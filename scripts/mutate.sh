@@ -36,9 +36,10 @@ while IFS=$'\t' read -r file original replacement what; do
   total=$((total + 1))
   cp "$scratch/tree/$file" "$scratch/pristine"
   if ! python3 - "$scratch/tree/$file" "$original" "$replacement" <<'PY'
-import sys
+import re, sys
 path, original, replacement = sys.argv[1:]
-unescape = lambda t: t.replace('\\n', '\n').replace('\\t', '\t').replace('\\\\', '\\')
+# \n, \t and \\ stand for a line break, a tab and a backslash.
+unescape = lambda t: re.sub(r'\\(.)', lambda m: {'n': '\n', 't': '\t'}.get(m.group(1), m.group(1)), t)
 text = open(path).read()
 original, replacement = unescape(original), unescape(replacement)
 if text.count(original) != 1:

@@ -115,6 +115,8 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
        "PUT", kReboot, "", "2", 5100000},
       {"a silent daemon, configuration file", [](Camera& c) { c.daemon().silent.insert(11); return nothing(); },
        "GET", kConfiguration, "", "3", 180100000},
+      {"a silent daemon, factory reset", [](Camera& c) { c.daemon().silent.insert(10); return nothing(); },
+       "PUT", "/PSIA/System/factoryReset?mode=basic", "", "2", 180100000},
       {"a silent daemon, a command whose status is not told", [](Camera& c) { c.daemon().silent.insert(94); return nothing(); },
        "DELETE", "/PSIA/Security/AAA/users", "", "1", 5100000},
       {"a hung daemon whose request queue is full",

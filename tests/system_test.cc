@@ -61,6 +61,9 @@ TEST(Time, ChangesAreSentToTheDaemon) {
           .answers(1).sends({kSent + std::string("2010-03-03 01:00:00")}),
       put(kTime, "<time><timeMode>Manual</timeMode><localTime>2012-11-26T17:38:49</localTime></time>")
           .answers(1).sends({kSent + std::string("2012-11-26 17:38:49")}),
+      // A stored server name as long as its field is sent cut by one.
+      put(kTime, time("<timeMode>NTP</timeMode>")).after("update DateTime set NTPServerName='" + std::string(128, 'n') + "'")
+          .answers(1).sends({"6 mode=2 ntp=\"" + std::string(127, 'n') + "\" interval=24 time=2011-05-12 10:20:30"}),
       // No timeMode asks for NTP, which carries the camera's own time.
       put(kTime, time("<localTime>1999-01-01T00:00:00</localTime>")).answers(1).sends({kSentNtp + std::string("2011-05-12 10:20:30")}),
       // A zone that fits its 64-byte field; the time sent is in that zone.
