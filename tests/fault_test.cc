@@ -223,18 +223,21 @@ TEST(Fault, ALateReplyAnswersTheNextExchange) {
   EXPECT_EQ(late.commands(), (std::vector<std::string>{"8", "41", "8"}));
 }
 
-// A transient failure to load the XML library (no descriptor left) costs
-// that request alone.
+// A transient failure to load the XML library (no descriptor left) is not
+// remembered: the next document loads it.
 TEST(Fault, TheXmlLibraryIsLoadedAgainAfterAFailure) {
   if (dlopen("libxml2.so.2", RTLD_NOW | RTLD_NOLOAD) != nullptr) GTEST_SKIP() << "already loaded in this process";
   Camera camera;
-  const std::string body = "<DeviceInfo><deviceName>hall</deviceName></DeviceInfo>";
   {
+    // Only the load runs short of descriptors: the sanitizers' own checks
+    // need some.
     int lowest_free = dup(0);
     close(lowest_free);
     Limit no_descriptor(RLIMIT_NOFILE, static_cast<rlim_t>(lowest_free));
-    EXPECT_EQ(camera.put(kDeviceInfo, body), status_answer(kDeviceInfo, 3));
+    EXPECT_FALSE(camera.ctx().xml.load(camera.ctx().log));
   }
+  EXPECT_NE(camera.errors().find("PSIA: libxml2 cannot be loaded"), std::string::npos);
+  const std::string body = "<DeviceInfo><deviceName>hall</deviceName></DeviceInfo>";
   EXPECT_EQ(camera.put(kDeviceInfo, body), status_answer(kDeviceInfo, 1));
 }
 

@@ -84,6 +84,19 @@ TEST(Time, ChangesAreSentToTheDaemon) {
   // clang-format on
 }
 
+// Past January 2038 (a 32-bit time_t ends there): the camera's clock is
+// read, shown and sent, and a manual time normalised, as before it.
+TEST(Time, DatesPast2038) {
+  Camera camera;
+  camera.clock().wall_start = 2214129600;  // 2040-02-29T12:00:00Z
+  EXPECT_EQ(camera.get(kLocal), document_answer("2040-02-29T12:00:00", kXmlUtf8));
+  EXPECT_EQ(camera.put(kTime, "<Time><timeMode>NTP</timeMode></Time>"), status_answer(kTime, 1));
+  camera.exec("update DateTime set DateTimeSync=0");
+  EXPECT_EQ(camera.put(kLocal, "2040-02-30T25:00:00"), status_answer(kLocal, 1));
+  EXPECT_EQ(camera.commands(), (std::vector<std::string>{kSentNtp + std::string("2040-02-29 12:00:00"),
+                                                         kSent + std::string("2040-03-02 01:00:00")}));
+}
+
 TEST(Time, AZoneGivenWithTheTimeIsKeptForTheProcess) {
   Camera camera;
   camera.daemon().status[6] = 2;
