@@ -78,7 +78,7 @@ TEST(TextBuffer, KeepsExactlyWhatWasFormattedAtEveryLength) {
   for (size_t before : {0, 1, 1000}) {
     for (size_t size : {1023, 1024, 1025, 2048, 5000}) {
       text_buffer doc;
-      std::string head(before, 'h'), text(size - 6, 'x');
+      std::string head(before, 'h'), text(size - 7, 'x');
       doc.append(head.c_str());
       doc.appendf("<v>%s</v>", text.c_str());
       std::string expected = head + "<v>" + text + "</v>";
