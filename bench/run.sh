@@ -43,6 +43,8 @@ PSIA_LOGIN_ATTEMPTS=0 taskset -c 0 scripts/demo.sh --build-dir build-bench --por
 taskset -c 0 scripts/demo.sh --build-dir build-bench --port auto \
   --responder "$source_dir/bench/callgrind-responder.sh" --run bench/instructions.sh
 echo
+bench/bind-now.sh
+echo
 echo "## Targets"
 echo
 echo "| Figure | measured | target | |"
