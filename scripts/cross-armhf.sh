@@ -196,7 +196,7 @@ cat > "$build_dir/abi-probe.cc" <<'PROBE'
 #include "control/control_message.h"
 int main() {
   std::printf("%zu %zu %zu %zu\n", sizeof(time_t), sizeof(off_t), sizeof(long),
-              sizeof(control_message));
+              sizeof(psia::control_message));
 }
 PROBE
 # shellcheck disable=SC2086
