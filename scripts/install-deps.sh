@@ -11,8 +11,9 @@ for role in "$@"; do
   case "$role" in
     build) ;;
     # busybox, spawn-fcgi and cgi-fcgi (libfcgi-bin) drive the init script
-    # test; systemd brings systemd-analyze for the units.
-    test) want+=(libgtest-dev clang libclang-rt-14-dev lighttpd curl tzdata
+    # test; systemd brings systemd-analyze for the units; llvm brings
+    # llvm-profdata and llvm-cov for the fuzz targets' coverage.
+    test) want+=(libgtest-dev clang libclang-rt-14-dev llvm lighttpd curl tzdata
                  busybox spawn-fcgi libfcgi-bin systemd) ;;
     demo) want+=(lighttpd curl tzdata) ;;
     package) want+=(dpkg-dev binutils lintian) ;;
