@@ -204,6 +204,10 @@ while read -r method uri; do
       write "corpus/control_reply/gone-$i" "$(octal $i)\002$ok"
       write "corpus/control_reply/restarted-$i" "$(octal $i)\004$ok$ok"
       write "corpus/control_reply/restarted-waiting-$i" "$(octal $i)\010$(reply 1 1 1128)" ;;
+    # Handlers that go on sending after a failed command.
+    */Streaming/channels*)
+      write "corpus/control_reply/gone-$i" "$(octal $i)\002$ok"
+      write "corpus/control_reply/hung-$i" "$(octal $i)\001$ok" ;;
   esac
   # A file name that fills the whole payload, unterminated.
   [[ $uri == */configurationData ]] &&
