@@ -12,7 +12,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 seconds=${1:-0}
-command="scripts/fuzz-coverage.sh $*"
+command="scripts/fuzz-coverage.sh${*:+ $*}"
 scripts/install-deps.sh build test >/dev/null
 
 build=build-fuzz-coverage

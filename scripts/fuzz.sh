@@ -18,6 +18,7 @@ CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo 
 cmake --build build-fuzz -j"$(nproc 2>/dev/null || echo 2)" >/dev/null
 
 found=0
+echo "$(date -u '+%Y-%m-%d %H:%M UTC'), scripts/fuzz.sh $seconds (clang $(clang -dumpversion), $(nproc 2>/dev/null || echo '?') cores)"
 printf '%-20s %12s %10s %9s\n' target executions corpus findings
 for source in fuzz/fuzz_*.cc; do
   target=$(basename "$source" .cc)
