@@ -4,6 +4,7 @@
 #include "fuzz_driver.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  fuzz_new_input();
   fuzz_serve(fuzz_request_from_bytes(data, size));
   return 0;
 }

@@ -18,7 +18,8 @@ CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo 
 cmake --build build-fuzz -j"$(nproc 2>/dev/null || echo 2)" >/dev/null
 
 found=0
-printf '%-18s %12s %10s %9s\n' target executions corpus findings
+echo "$(date -u '+%Y-%m-%d %H:%M UTC'), scripts/fuzz.sh $seconds (clang $(clang -dumpversion), $(nproc 2>/dev/null || echo '?') cores)"
+printf '%-20s %12s %10s %9s\n' target executions corpus findings
 for source in fuzz/fuzz_*.cc; do
   target=$(basename "$source" .cc)
   [ "$target" = fuzz_driver ] && continue
@@ -35,7 +36,7 @@ for source in fuzz/fuzz_*.cc; do
   runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -1)
   corpus=$(find "$work" -type f | wc -l)
   count=$(find "$findings" -type f | wc -l)
-  printf '%-18s %12s %10s %9s\n' "$target" "${runs:-?}" "$corpus" "$count"
+  printf '%-20s %12s %10s %9s\n' "$target" "${runs:-?}" "$corpus" "$count"
   if [ "$count" -gt 0 ]; then
     found=1
     grep -m3 -E 'ERROR|SUMMARY|runtime error' "$log" || true

@@ -12,8 +12,9 @@ for role in "$@"; do
     build) ;;
     # busybox, spawn-fcgi, cgi-fcgi (libfcgi-bin) and python3 (a raw
     # FastCGI record) drive the init script test; systemd brings
-    # systemd-analyze for the units.
-    test) want+=(libgtest-dev clang libclang-rt-14-dev lighttpd curl tzdata
+    # systemd-analyze for the units; llvm brings llvm-profdata and llvm-cov
+    # for the fuzz targets' coverage.
+    test) want+=(libgtest-dev clang libclang-rt-14-dev llvm lighttpd curl tzdata
                  busybox spawn-fcgi libfcgi-bin python3 systemd) ;;
     demo) want+=(lighttpd curl tzdata) ;;
     package) want+=(dpkg-dev binutils lintian) ;;
