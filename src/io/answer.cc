@@ -99,17 +99,6 @@ Answer Answer::file(UniqueFd file, uint32_t size) {
   return a;
 }
 
-int Answer::final_status() const {
-  switch (kind_) {
-    case Kind::statuses: return codes_.empty() ? 0 : codes_.back();
-    case Kind::document:
-    case Kind::file: return kStatusOk;
-    case Kind::nothing:
-    case Kind::unauthorized: break;
-  }
-  return 0;
-}
-
 void write_response_status(Output& out, const char* request_uri, int code) {
   if (code < kStatusOk || code > kStatusRebootRequired) code = kStatusDeviceError;
   text_buffer body;

@@ -64,9 +64,6 @@ class Answer {
   // The status codes of a statuses answer (also the 3 of a document that
   // could not be built).
   const std::vector<int>& codes() const { return codes_; }
-  // The status a client sees first: the last code of a statuses answer, 1
-  // for a document or file; 0 when nothing is answered.
-  int final_status() const;
 
  private:
   friend void write_answer(Output& out, const Answer& answer, const char* request_uri);
