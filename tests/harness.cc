@@ -314,8 +314,11 @@ ProcessResult run_process(const std::vector<std::string>& argv, std::vector<std:
     if (const char* v = getenv(pass)) env.push_back(std::string(pass) + "=" + v);
   std::vector<std::string> command = argv;
 #ifdef PSIA_TEST_EMULATOR
-  std::istringstream emulator(PSIA_TEST_EMULATOR);
-  command.insert(command.begin(), std::istream_iterator<std::string>(emulator), {});
+  // The responder is built for the target; the host's shell is not.
+  if (argv[0] == PSIA_RESPONDER_PATH) {
+    std::istringstream emulator(PSIA_TEST_EMULATOR);
+    command.insert(command.begin(), std::istream_iterator<std::string>(emulator), {});
+  }
 #endif
   // The streams go through files: the child may write all it likes.
   char dir[] = "/tmp/psia-run-XXXXXX";
