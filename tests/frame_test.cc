@@ -41,16 +41,10 @@ TEST(Frame, OnlyLevelZeroAccountsAreAdmitted) {
       {basic_authorization("admin' or '1'='1", "admin"), false},
       {"Basic " + std::string(5000, 'Q'), false},
   };
-  for (const auto& c : cases) {
-    Req r;
-    r.uri = "/PSIA/Security/index";
-    r.authorization = c.authorization;
-    std::string out = camera.request(r);
-    if (c.admitted)
-      EXPECT_EQ(out, document_answer(golden("security_index.xml"))) << c.authorization;
-    else
-      EXPECT_EQ(out, kUnauthorized) << c.authorization;
-  }
+  for (const auto& c : cases)
+    EXPECT_EQ(camera.request(get_as("/PSIA/Security/index", c.authorization)),
+              c.admitted ? document_answer(golden("security_index.xml")) : kUnauthorized)
+        << c.authorization;
 }
 
 TEST(Frame, UnmatchedRequestsAnswerInvalidOperation) {
@@ -177,10 +171,7 @@ TEST(Frame, BodiesThatCannotBeReadAnswerDeviceError) {
       {"<?xml version=\"1.0\"?><!DOCTYPE EventSchedule><EventSchedule/>", nullptr},
   };
   for (const auto& c : cases) {
-    Req r;
-    r.method = "PUT";
-    r.uri = uri;
-    r.body = c.body;
+    Req r{"PUT", uri, c.body};
     r.content_length = c.length;
     r.no_content_length = c.length == nullptr && c.body.empty();
     EXPECT_EQ(camera.request(r), status_answer(uri, 3)) << (c.length ? c.length : c.body);
@@ -207,7 +198,7 @@ TEST(Startup, ADatabaseThatCannotBeOpenedStopsTheResponder) {
     ctx.log.set_syslog([&](int p, const char* line) { syslog.push_back(std::to_string(p) + " " + line); });
     EXPECT_FALSE(psia::start_up(ctx));
     EXPECT_EQ(errors, "PSIA: DB Open Failed\n");
-    EXPECT_EQ(syslog, (std::vector<std::string>{"27 PSIA: DB Open Failed"}));  // daemon.err
+    EXPECT_EQ(syslog, (std::vector<std::string>{"27 PSIA: DB Open Failed"}));         // daemon.err
     EXPECT_EQ(access(db.c_str(), F_OK) == 0, std::string(replacement) != "missing");  // never created
   }
 }
@@ -227,23 +218,18 @@ TEST(Startup, ThePtzBranchOpensOnlyWithPtzSupportTwo) {
 // refusing to start without its database.
 TEST(Executable, ServesOneRequestAsACgiProgram) {
   Camera camera;
-  std::vector<std::string> env = {"PSIA_ROOT=" + camera.root(),
-                                  "PSIA_REQUEST_QUEUE_KEY=" + std::to_string(camera.ctx().settings.request_queue_key),
-                                  "PSIA_REPLY_QUEUE_KEY=" + std::to_string(camera.ctx().settings.reply_queue_key),
-                                  "GATEWAY_INTERFACE=CGI/1.1",
-                                  "REQUEST_METHOD=GET",
-                                  "REQUEST_URI=/PSIA/index",
+  std::vector<std::string> env = {"REQUEST_METHOD=GET", "REQUEST_URI=/PSIA/index",
                                   "HTTP_AUTHORIZATION=" + basic_authorization("admin", "admin")};
-  ProcessResult answer = run_process({PSIA_RESPONDER_PATH}, env);
+  ProcessResult answer = camera.run_cgi(env);
   EXPECT_EQ(answer.exit_status, 0) << answer.err;
   EXPECT_EQ(answer.out, document_answer(golden("index.xml")));
 
   env.back() = "HTTP_AUTHORIZATION=";
   env.push_back("CONTENT_LENGTH=11");
-  EXPECT_EQ(run_process({PSIA_RESPONDER_PATH}, env, "<x></x>....").out, kUnauthorized);
+  EXPECT_EQ(camera.run_cgi(env, "<x></x>....").out, kUnauthorized);
 
   ASSERT_EQ(unlink(camera.path("/usr/local/korvia/kkorvia.db").c_str()), 0);
-  answer = run_process({PSIA_RESPONDER_PATH}, env);
+  answer = camera.run_cgi(env);
   EXPECT_EQ(answer.exit_status, 255);
   EXPECT_EQ(answer.out, "");
   EXPECT_EQ(answer.err, "PSIA: DB Open Failed\n");

@@ -63,22 +63,30 @@ int next_key_pair() {
   return 0x5a000000 + ((getpid() & 0xffff) << 8) + 2 * (counter++ & 0x7f);
 }
 
-std::string hex(const std::vector<unsigned char>& bytes) {
-  size_t used = bytes.size();
-  while (used > 0 && bytes[used - 1] == 0) --used;
-  std::string out;
-  char pair[3];
-  for (size_t i = 0; i < used; ++i) {
-    std::snprintf(pair, sizeof pair, "%02x", bytes[i]);
-    out += pair;
-  }
-  return out;
-}
-
 psia::control_message message_of(const psia::SimCommand& c) {
   psia::control_message m(c.code);
   std::copy(c.payload.begin(), c.payload.end(), m.payload);
   return m;
+}
+
+// The eth0 address, mask and hardware address of the machine the tests
+// run on, as the responder reads them.
+std::string host_address(bool mask) {
+  psia::Log log;
+  log.set_stream(nullptr);
+  char text[psia::kIpv4TextSize];
+  psia::format_ipv4(mask ? psia::read_subnet_mask(log, "eth0") : psia::read_ip_address(log, "eth0"), text);
+  return text;
+}
+
+std::string host_mac() {
+  psia::Log log;
+  log.set_stream(nullptr);
+  unsigned char m[6] = {0, 0, 0, 0, 0, 0};
+  psia::read_mac_address(log, "eth0", m);
+  char text[18];
+  std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", m[0], m[1], m[2], m[3], m[4], m[5]);
+  return text;
 }
 
 }  // namespace
@@ -171,12 +179,16 @@ std::string Camera::request(const Req& r) {
 
 std::string Camera::send(const std::string& method, const std::string& uri, const std::string& body,
                          const std::string& query) {
-  Req r;
-  r.method = method;
-  r.uri = uri;
-  r.body = body;
-  r.query = query;
-  return request(r);
+  return request({method, uri, body, query});
+}
+
+ProcessResult Camera::run_cgi(const std::vector<std::string>& cgi, const std::string& input) const {
+  std::vector<std::string> env = {"PSIA_ROOT=" + root_,
+                                  "PSIA_REQUEST_QUEUE_KEY=" + std::to_string(sim_->options().request_key),
+                                  "PSIA_REPLY_QUEUE_KEY=" + std::to_string(sim_->options().reply_key),
+                                  "GATEWAY_INTERFACE=CGI/1.1"};
+  env.insert(env.end(), cgi.begin(), cgi.end());
+  return run_process({PSIA_RESPONDER_PATH}, env, input);
 }
 
 std::string Camera::rows(const std::string& sql) const {
@@ -215,6 +227,19 @@ void Camera::exec(const std::string& sql) const {
   sqlite3_close(db);
 }
 
+DatabaseLock::DatabaseLock(const Camera& camera, const char* begin) {
+  sqlite3_open(camera.path("/usr/local/korvia/kkorvia.db").c_str(), &db_);
+  EXPECT_EQ(sqlite3_exec(db_, begin, nullptr, nullptr, nullptr), SQLITE_OK);
+}
+DatabaseLock::~DatabaseLock() { sqlite3_close(db_); }
+void DatabaseLock::release() { sqlite3_exec(db_, "commit", nullptr, nullptr, nullptr); }
+
+Req get_as(const std::string& uri, const std::string& authorization) {
+  Req r{"GET", uri};
+  r.authorization = authorization;
+  return r;
+}
+
 std::vector<std::string> Camera::commands() const {
   std::vector<std::string> out;
   for (const psia::SimCommand& c : sim_->commands()) {
@@ -228,12 +253,6 @@ void Camera::fill_request_queue() {
   psia::control_message m(0);
   while (msgsnd(sim_->request_queue(), &m, psia::kControlMessageSize, IPC_NOWAIT) == 0) {
   }
-}
-
-std::vector<std::string> Camera::payloads() const {
-  std::vector<std::string> out;
-  for (const psia::SimCommand& c : sim_->commands()) out.push_back(std::to_string(c.code) + " " + hex(c.payload));
-  return out;
 }
 
 void run_cases(const std::vector<Case>& cases) {
@@ -276,6 +295,10 @@ std::string status_answer(const std::string& uri, int code) {
       kXmlUtf8);
 }
 
+std::string psia_element(const std::string& name, const std::string& inner) {
+  return "<" + name + " version=\"1.0\" xmlns=\"urn:psialliance-org\">" + inner + "</" + name + ">";
+}
+
 std::string golden(const std::string& name) {
   std::ifstream in(std::string(PSIA_SOURCE_DIR) + "/tests/golden/" + name, std::ios::binary);
   if (!in) throw std::runtime_error("no golden document " + name);
@@ -290,22 +313,9 @@ std::string golden(const std::string& name) {
   return text;
 }
 
-std::string host_address(bool mask) {
-  psia::Log log;
-  log.set_stream(nullptr);
-  char text[psia::kIpv4TextSize];
-  psia::format_ipv4(mask ? psia::read_subnet_mask(log, "eth0") : psia::read_ip_address(log, "eth0"), text);
-  return text;
-}
-
-std::string host_mac() {
-  psia::Log log;
-  log.set_stream(nullptr);
-  unsigned char m[6] = {0, 0, 0, 0, 0, 0};
-  psia::read_mac_address(log, "eth0", m);
-  char text[18];
-  std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", m[0], m[1], m[2], m[3], m[4], m[5]);
-  return text;
+std::string file_text(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 ProcessResult run_process(const std::vector<std::string>& argv, std::vector<std::string> env,
@@ -335,11 +345,7 @@ ProcessResult run_process(const std::vector<std::string>& argv, std::vector<std:
   }
   int status = 0;
   waitpid(pid, &status, 0);
-  auto read = [](const std::string& file) {
-    std::ifstream in(file, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-  };
-  ProcessResult result{read(files[1]), read(files[2]), WIFEXITED(status) ? WEXITSTATUS(status) : -1};
+  ProcessResult result{file_text(files[1]), file_text(files[2]), WIFEXITED(status) ? WEXITSTATUS(status) : -1};
   fs::remove_all(dir);
   return result;
 }

@@ -4,8 +4,7 @@
 //
 // Time is the test's: the camera's clock reads 2011-05-12T10:20:30 UTC,
 // and every wait (the busy handler, the control daemon) advances a virtual
-// clock instead of sleeping. The simulator is served whenever the responder
-// waits, so slow, silent and late daemons are exact and cost nothing.
+// clock and serves the simulator instead of sleeping.
 #ifndef PSIA_TESTS_HARNESS_H
 #define PSIA_TESTS_HARNESS_H
 
@@ -16,6 +15,8 @@
 
 #include "control_sim.h"
 #include "io/request_context.h"
+
+struct sqlite3;
 
 namespace psia_test {
 
@@ -37,13 +38,28 @@ struct Req {
   std::string method = "GET";
   std::string uri;
   std::string body;
-  std::string query;  // QUERY_STRING; absent when empty
-  // The Authorization header; empty sends none.
-  std::string authorization = basic_authorization("admin", "admin");
+  std::string query;                                                  // QUERY_STRING; absent when empty
+  std::string authorization = basic_authorization("admin", "admin");  // empty: none
   // CONTENT_LENGTH: the body's size unless given; none for a bodiless GET.
   const char* content_length = nullptr;
   bool no_content_length = false;
 };
+// A GET with the Authorization header `authorization`.
+Req get_as(const std::string& uri, const std::string& authorization);
+
+// A file's bytes ("" when it cannot be read).
+std::string file_text(const std::string& path);
+
+// What one process run produced.
+struct ProcessResult {
+  std::string out;
+  std::string err;
+  int exit_status = -1;  // -1 when it died of a signal
+};
+// Runs argv with exactly `env` (and the sanitizer settings of this
+// process), feeding `input` on its standard input.
+ProcessResult run_process(const std::vector<std::string>& argv, std::vector<std::string> env,
+                          const std::string& input = "");
 
 class Camera {
  public:
@@ -59,6 +75,9 @@ class Camera {
   std::string put(const std::string& uri, const std::string& body) { return send("PUT", uri, body); }
   std::string send(const std::string& method, const std::string& uri, const std::string& body = "",
                    const std::string& query = "");
+  // Runs the executable as a CGI program on this camera, with `cgi` added
+  // to its environment.
+  ProcessResult run_cgi(const std::vector<std::string>& cgi, const std::string& input = "") const;
 
   // The first cell of a query on the database ("" when none), or every
   // row joined by "|" columns and "\n" rows.
@@ -72,8 +91,6 @@ class Camera {
   // "code fields" lines.
   psia::SimOptions& daemon() { return sim_->options(); }
   std::vector<std::string> commands() const;
-  std::vector<std::string> payloads() const;  // hex, trailing zero bytes cut
-  void forget_commands() { sim_->clear_commands(); }
   psia::ControlSimulator& simulator() { return *sim_; }
   // Fills the daemon's request queue to the brim, as commands pile up
   // before a daemon that stopped reading.
@@ -93,15 +110,27 @@ class Camera {
   std::vector<std::string> syslog_;
 };
 
+// Another process's connection to the camera's database, holding the lock
+// `begin` takes until released or destroyed.
+class DatabaseLock {
+ public:
+  DatabaseLock(const Camera& camera, const char* begin);
+  ~DatabaseLock();
+  void release();
+
+ private:
+  sqlite3* db_ = nullptr;
+};
+
 // One row of a request table: a request to a fresh camera, and everything
-// it must leave behind. Written as a sentence:
-//   put(uri, body).after(sql).answers(1).sends({"94"}).leaves(query, rows)
+// it must leave behind:
+//   put(uri, body).after(sql).daemon(3, 2).answers(1).sends({"94"}).leaves(query, rows)
 struct Case {
   Case(std::string request_method, std::string request_uri, std::string request_body = "")
       : method(std::move(request_method)), uri(std::move(request_uri)), body(std::move(request_body)) {}
 
-  // The camera before the request: SQL on its database, and what the
-  // daemon answers a command.
+  // The camera before the request: SQL on its database, and the status the
+  // daemon answers a command with.
   Case&& after(std::string sql) && { return setup = std::move(sql), std::move(*this); }
   Case&& daemon(int command, int reply_status) && {
     return daemon_status.emplace_back(command, reply_status), std::move(*this);
@@ -114,8 +143,7 @@ struct Case {
   // The commands the daemon got, as Camera::commands() shows them; none
   // unless given.
   Case&& sends(std::vector<std::string> expected) && { return commands = std::move(expected), std::move(*this); }
-  // A query on the database afterwards and the rows it must give (as
-  // Camera::rows() shows them).
+  // A query afterwards and the rows it must give, as Camera::rows() shows them.
   Case&& leaves(std::string sql, std::string expected) && {
     return rows.emplace_back(std::move(sql), std::move(expected)), std::move(*this);
   }
@@ -143,24 +171,14 @@ extern const char kXmlUtf8[];           // ... charset="UTF-8" ...
 extern const std::string kDeclaration;  // the GET documents' XML declaration
 std::string document_answer(const std::string& body, const char* content_type = kXml);
 std::string status_answer(const std::string& uri, int code);
+// document_answer() of the declaration and `element`.
+inline std::string xml_answer(const std::string& element, const char* content_type = kXml) {
+  return document_answer(kDeclaration + element, content_type);
+}
+// `<name version="1.0" xmlns="urn:psialliance-org">inner</name>`
+std::string psia_element(const std::string& name, const std::string& inner);
 // A golden document of tests/golden/ (without its headers).
 std::string golden(const std::string& name);
-
-// The eth0 address, mask and hardware address of the machine the tests run
-// on, as the responder reads them.
-std::string host_address(bool mask);
-std::string host_mac();
-
-// What one process run produced.
-struct ProcessResult {
-  std::string out;
-  std::string err;
-  int exit_status = -1;  // -1 when it died of a signal
-};
-// Runs argv with exactly `env` (and the sanitizer settings of this
-// process), feeding `input` on its standard input.
-ProcessResult run_process(const std::vector<std::string>& argv, std::vector<std::string> env,
-                          const std::string& input = "");
 
 }  // namespace psia_test
 

@@ -57,13 +57,10 @@ TEST(Time, ChangesAreSentToTheDaemon) {
   // clang-format off
   run_cases({
       // Out-of-range fields roll over; every field is read at its place.
-      put(kTime, time("<timeMode>manual</timeMode><localTime>2010-02-30T25:00:00</localTime>"))
-          .answers(1).sends({kSent + std::string("2010-03-03 01:00:00")}),
-      put(kTime, "<time><timeMode>Manual</timeMode><localTime>2012-11-26T17:38:49</localTime></time>")
-          .answers(1).sends({kSent + std::string("2012-11-26 17:38:49")}),
+      put(kTime, time("<timeMode>manual</timeMode><localTime>2010-02-30T25:00:00</localTime>")).answers(1).sends({kSent + std::string("2010-03-03 01:00:00")}),
+      put(kTime, "<time><timeMode>Manual</timeMode><localTime>2012-11-26T17:38:49</localTime></time>").answers(1).sends({kSent + std::string("2012-11-26 17:38:49")}),
       // A stored server name as long as its field is sent cut by one.
-      put(kTime, time("<timeMode>NTP</timeMode>")).after("update DateTime set NTPServerName='" + std::string(128, 'n') + "'")
-          .answers(1).sends({"6 mode=2 ntp=\"" + std::string(127, 'n') + "\" interval=24 time=2011-05-12 10:20:30"}),
+      put(kTime, time("<timeMode>NTP</timeMode>")).after("update DateTime set NTPServerName='" + std::string(128, 'n') + "'").answers(1).sends({"6 mode=2 ntp=\"" + std::string(127, 'n') + "\" interval=24 time=2011-05-12 10:20:30"}),
       // No timeMode asks for NTP, which carries the camera's own time.
       put(kTime, time("<localTime>1999-01-01T00:00:00</localTime>")).answers(1).sends({kSentNtp + std::string("2011-05-12 10:20:30")}),
       // A zone that fits its 64-byte field; the time sent is in that zone.
@@ -115,11 +112,9 @@ TEST(Ntp, TheOneServerIsShownAndReplaced) {
     const std::string kind = address ? "ipaddress" : "hostname", element = address ? "ipAddress" : "hostName";
     const std::string server = pad + "<id>1</id>" + pad + "<addressingFormatType>" + kind + "</addressingFormatType>" +
                                pad + "<" + element + ">" + name + "</" + element + ">" + pad + "<portNo>123</portNo>";
-    const std::string open = "NTPServer version=\"1.0\" xmlns=\"urn:psialliance-org\">";
-    return document_answer(kDeclaration + (list ? "<NTPServerList " + open.substr(10) + "<" + open + server +
-                                                      "</NTPServer></NTPServerList>"
-                                                : "  <" + open + server + "  </NTPServer>"),
-                           kXmlUtf8);
+    return xml_answer(list ? psia_element("NTPServerList", psia_element("NTPServer", server))
+                           : "  " + psia_element("NTPServer", server + "  "),
+                      kXmlUtf8);
   };
   const std::string list = "/PSIA/System/time/ntpServers", one = list + "/1";
   const char* name = "select NTPServerName from DateTime";
@@ -131,16 +126,13 @@ TEST(Ntp, TheOneServerIsShownAndReplaced) {
       get(list + "/7").after(set + "'192.168.0.1'").answers(doc(false, "192.168.0.1", true)),
       get(one).after(set + "'ntp-1.example.com.and.a.long.tail'").answers(doc(false, "ntp-1.example.com.and.a.long.ta")),
       get(list).after("delete from DateTime").answers(doc(true, "pool.ntp.org")),
-      put(one, server("<addressingFormatType>ipaddress</addressingFormatType><ipAddress>10.0.0.1</ipAddress>"))
-          .answers(1).leaves(name, "10.0.0.1"),
+      put(one, server("<addressingFormatType>ipaddress</addressingFormatType><ipAddress>10.0.0.1</ipAddress>")).answers(1).leaves(name, "10.0.0.1"),
       put(one, server("<hostName>time.lan</hostName>")).answers(1).leaves(name, "time.lan"),
       // Only a format type of "NTP" selects the host name.
-      put(one, server("<addressingFormatType>hostname</addressingFormatType><hostName>time.lan</hostName>"))
-          .answers(1).leaves(name, ""),
+      put(one, server("<addressingFormatType>hostname</addressingFormatType><hostName>time.lan</hostName>")).answers(1).leaves(name, ""),
       post(list, "<ntpserver><hostName>o'clock</hostName></ntpserver>").answers(1).leaves(name, "o'clock"),
       put(list, "<NTPServerList>" + server("<hostName>a.lan</hostName>") + "<NTPServer/>" +
-                server("<addressingFormatType>NTP</addressingFormatType><hostName>b.lan</hostName>") + "</NTPServerList>")
-          .answers(1).leaves(name, "b.lan"),
+                server("<addressingFormatType>NTP</addressingFormatType><hostName>b.lan</hostName>") + "</NTPServerList>").answers(1).leaves(name, "b.lan"),
       put(list, "<NTPServer/>").answers(3).leaves(name, "pool.ntp.org"),
       del(one).answers(1).leaves(name, "pool.ntp.org"),
       del(list).answers(1).leaves(name, "pool.ntp.org"),
@@ -202,11 +194,10 @@ TEST(Device, NameAndStatus) {
   const char* uri = "/PSIA/System/deviceInfo";
   const char* name = "select DDNSHostname from Network";
   auto info = [](const std::string& elements) { return "<DeviceInfo>" + elements + "</DeviceInfo>"; };
-  auto status = [](const char* uptime) {
-    return document_answer(kDeclaration +
-                           "<DeviceStatus version=\"1.0\" xmlns=\"urn:psialliance-org\">"
-                           "<currentDeviceTime>2011-05-12T10:20:30</currentDeviceTime><deviceUpTime>" +
-                           uptime + "</deviceUpTime></DeviceStatus>");
+  auto status = [](const std::string& uptime) {
+    return xml_answer(
+        psia_element("DeviceStatus", "<currentDeviceTime>2011-05-12T10:20:30</currentDeviceTime><deviceUpTime>" +
+                                         uptime + "</deviceUpTime>"));
   };
   const std::string n31(31, 'n');
   // clang-format off
@@ -256,13 +247,9 @@ TEST(Maintenance, UploadsAreStoredWholeOrNotAtAll) {
     std::string image(5000, 'i');
     image[100] = '\0';  // any bytes
     EXPECT_EQ(camera.put(uri, image), status_answer(uri, 1));
-    std::ifstream in(file, std::ios::binary);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), image);
+    EXPECT_EQ(file_text(file), image);
     // Cut short, or empty: refused, and the earlier upload stays.
-    Req cut;
-    cut.method = "PUT";
-    cut.uri = uri;
-    cut.body = "short";
+    Req cut{"PUT", uri, "short"};
     cut.content_length = "6000";
     EXPECT_EQ(camera.request(cut), status_answer(uri, 3));
     EXPECT_EQ(camera.put(uri, ""), status_answer(uri, 3));
