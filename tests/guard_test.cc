@@ -2,9 +2,9 @@
 // clock the test sets, the lines the audit trail writes (through a test
 // sink, and once through a real syslog socket from the executable).
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <sqlite3.h>
 #include <unistd.h>
 
 #include "frame/audit.h"
@@ -19,7 +19,7 @@ const int64_t kSecond = 1000000;
 
 TEST(LoginGuard, LocksOutAfterTheThresholdAndDoublesUpToFifteenMinutes) {
   // Each step: failures from an address at a time, and whether it is then
-  // locked; "ok" is a successful login.
+  // locked.
   struct Step {
     const char* address;
     int failures;  // -1: a successful login
@@ -27,17 +27,19 @@ TEST(LoginGuard, LocksOutAfterTheThresholdAndDoublesUpToFifteenMinutes) {
     bool locked;
     int64_t lockout = 0;  // the lock-out the last failure started
   };
+  // clang-format off
   const std::vector<Step> steps = {
-      {"A", 9, 0, false},           {"A", -1, 0, false},  // a success clears the count
-      {"A", 9, 1, false},           {"A", 1, 2, true, 60 * kSecond},
-      {"B", 0, 3, false},           // another address is not touched
+      {"A", 9, 0, false}, {"A", -1, 0, false},  // a success clears the count
+      {"A", 9, 1, false}, {"A", 1, 2, true, 60 * kSecond},
+      {"B", 0, 3, false},  // another address is not touched
       {"A", 0, 60 * kSecond + 1, true}, {"A", 0, 60 * kSecond + 2, false},
-      {"A", 10, 61 * kSecond, true, 120 * kSecond},     {"A", 10, 200 * kSecond, true, 240 * kSecond},
-      {"A", 10, 500 * kSecond, true, 480 * kSecond},    {"A", 10, 1000 * kSecond, true, 900 * kSecond},
+      {"A", 10, 61 * kSecond, true, 120 * kSecond}, {"A", 10, 200 * kSecond, true, 240 * kSecond},
+      {"A", 10, 500 * kSecond, true, 480 * kSecond}, {"A", 10, 1000 * kSecond, true, 900 * kSecond},
       {"A", 10, 2000 * kSecond, true, 900 * kSecond},  // capped
-      {"A", -1, 2001 * kSecond, false},                 // cleared, the doubling too
+      {"A", -1, 2001 * kSecond, false},  // cleared, the doubling too
       {"A", 10, 2002 * kSecond, true, 60 * kSecond},
   };
+  // clang-format on
   psia::LoginGuard guard(10, 60);
   for (const Step& s : steps) {
     int64_t lockout = 0;
@@ -64,18 +66,14 @@ TEST(LoginGuard, AFloodOfAddressesIsForgottenNotKept) {
 
 TEST(LoginGuard, ALockedAddressIsRefusedWithoutTheDatabaseAndTheTrailRecordsIt) {
   Camera camera;
-  Req wrong;
-  wrong.uri = "/PSIA/index";
-  wrong.authorization = basic_authorization("admin", "nope");
-  for (int i = 0; i < 10; ++i) camera.request(wrong);
-  // The right password is refused as well, with the same bytes, and the
-  // database is not asked: a lock held on it costs no wait.
-  sqlite3* db = nullptr;
-  sqlite3_open(camera.path("/usr/local/korvia/kkorvia.db").c_str(), &db);
-  sqlite3_exec(db, "begin exclusive", nullptr, nullptr, nullptr);
-  EXPECT_EQ(camera.get("/PSIA/index").rfind("Status: 401 Unauthorized\n", 0), 0u);
-  EXPECT_EQ(camera.clock().now_us, 0);
-  sqlite3_close(db);
+  for (int i = 0; i < 10; ++i) camera.request(get_as("/PSIA/index", basic_authorization("admin", "nope")));
+  {
+    // The right password is refused as well, with the same bytes, and the
+    // database is not asked: a lock held on it costs no wait.
+    DatabaseLock lock(camera, "begin exclusive");
+    EXPECT_EQ(camera.get("/PSIA/index").rfind("Status: 401 Unauthorized\n", 0), 0u);
+    EXPECT_EQ(camera.clock().now_us, 0);
+  }
   camera.clock().now_us = 61 * kSecond;
   EXPECT_EQ(camera.get("/PSIA/index"), document_answer(golden("index.xml")));
   camera.put("/PSIA/System/time/timeZone", "JST-9");
@@ -99,18 +97,15 @@ TEST(Audit, RequestTextsNeverSplitOrForgeALine) {
   for (const auto& [text, shown] : cases) EXPECT_EQ(psia::printable(text.c_str(), 64), shown);
   Camera camera;
   camera.ctx().guard = psia::LoginGuard(0, 0);
-  Req r;
+  Req r = get_as("/PSIA/Custom/Event/notification/ftp/x\n29 forged line", basic_authorization("admin\nfake", "x"));
   r.method = "DELETE";
-  r.uri = "/PSIA/Custom/Event/notification/ftp/x\n29 forged line";
-  r.authorization = basic_authorization("admin\nfake", "x");
   camera.request(r);
   r.authorization = basic_authorization("admin", "admin");
   camera.request(r);
+  const std::string forged = "DELETE /PSIA/Custom/Event/notification/ftp/x\\x0a29 forged line from 192.0.2.10";
   EXPECT_EQ(camera.syslog(),
-            (std::vector<std::string>{
-                "36 refused login from 192.0.2.10 as \"admin\\x0afake\": unknown user",
-                "29 DELETE /PSIA/Custom/Event/notification/ftp/x\\x0a29 forged line from 192.0.2.10 by \"admin\": "
-                "status 1"}));
+            (std::vector<std::string>{"36 refused login from 192.0.2.10 as \"admin\\x0afake\": unknown user",
+                                      "29 " + forged + " by \"admin\": status 1"}));
 }
 
 TEST(Audit, TheExecutableWritesToTheSystemLogger) {
@@ -123,14 +118,10 @@ TEST(Audit, TheExecutableWritesToTheSystemLogger) {
   ASSERT_EQ(bind(logger, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
   const std::string body = "<DeviceInfo><deviceName>hall</deviceName></DeviceInfo>";
   auto run = [&](const char* password) {
-    return run_process({PSIA_RESPONDER_PATH},
-                       {"PSIA_ROOT=" + camera.root(),
-                        "PSIA_REQUEST_QUEUE_KEY=" + std::to_string(camera.ctx().settings.request_queue_key),
-                        "PSIA_REPLY_QUEUE_KEY=" + std::to_string(camera.ctx().settings.reply_queue_key),
-                        "GATEWAY_INTERFACE=CGI/1.1", "REQUEST_METHOD=PUT", "REQUEST_URI=/PSIA/System/deviceInfo",
-                        "REMOTE_ADDR=198.51.100.7", "CONTENT_LENGTH=" + std::to_string(body.size()),
-                        "HTTP_AUTHORIZATION=" + basic_authorization("admin", password)},
-                       body);
+    camera.run_cgi({"REQUEST_METHOD=PUT", "REQUEST_URI=/PSIA/System/deviceInfo", "REMOTE_ADDR=198.51.100.7",
+                    "CONTENT_LENGTH=" + std::to_string(body.size()),
+                    "HTTP_AUTHORIZATION=" + basic_authorization("admin", password)},
+                   body);
   };
   run("guess");
   run("admin");

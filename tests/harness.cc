@@ -165,7 +165,7 @@ std::string Camera::request(const Req& r) {
   std::string length = r.content_length != nullptr ? r.content_length : std::to_string(r.body.size());
   psia::RequestParams params;
   params.method = r.method.c_str();
-  params.uri = r.uri.c_str();
+  params.uri = r.uri.empty() ? nullptr : r.uri.c_str();
   params.query = r.query.empty() ? nullptr : r.query.c_str();
   params.authorization = r.authorization.empty() ? nullptr : r.authorization.c_str();
   bool has_length = !r.no_content_length && (r.content_length != nullptr || !r.body.empty() || r.method != "GET");

@@ -36,7 +36,7 @@ std::string basic_authorization(const std::string& user, const std::string& pass
 
 struct Req {
   std::string method = "GET";
-  std::string uri;
+  std::string uri;  // absent when empty
   std::string body;
   std::string query;                                                  // QUERY_STRING; absent when empty
   std::string authorization = basic_authorization("admin", "admin");  // empty: none
