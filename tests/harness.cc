@@ -8,10 +8,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -69,26 +67,6 @@ psia::control_message message_of(const psia::SimCommand& c) {
   return m;
 }
 
-// The eth0 address, mask and hardware address of the machine the tests
-// run on, as the responder reads them.
-std::string host_address(bool mask) {
-  psia::Log log;
-  log.set_stream(nullptr);
-  char text[psia::kIpv4TextSize];
-  psia::format_ipv4(mask ? psia::read_subnet_mask(log, "eth0") : psia::read_ip_address(log, "eth0"), text);
-  return text;
-}
-
-std::string host_mac() {
-  psia::Log log;
-  log.set_stream(nullptr);
-  unsigned char m[6] = {0, 0, 0, 0, 0, 0};
-  psia::read_mac_address(log, "eth0", m);
-  char text[18];
-  std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", m[0], m[1], m[2], m[3], m[4], m[5]);
-  return text;
-}
-
 }  // namespace
 
 const char kXml[] = "Content-Type: application/xml\r\n\r\n";
@@ -106,16 +84,12 @@ void TestClock::sleep_us(int64_t us) {
 
 std::string basic_authorization(const std::string& user, const std::string& password) {
   static const char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string in = user + ":" + password, out;
-  for (size_t i = 0; i < in.size(); i += 3) {
-    unsigned v = static_cast<unsigned char>(in[i]) << 16;
-    if (i + 1 < in.size()) v |= static_cast<unsigned char>(in[i + 1]) << 8;
-    if (i + 2 < in.size()) v |= static_cast<unsigned char>(in[i + 2]);
-    out += alphabet[(v >> 18) & 63];
-    out += alphabet[(v >> 12) & 63];
-    out += i + 1 < in.size() ? alphabet[(v >> 6) & 63] : '=';
-    out += i + 2 < in.size() ? alphabet[v & 63] : '=';
-  }
+  std::string out;
+  unsigned bits = 0, count = 0;  // bits not yet written, and how many
+  for (unsigned char c : user + ":" + password)
+    for (bits = bits << 8 | c, count += 8; count >= 6;) out += alphabet[(bits >> (count -= 6)) & 63];
+  if (count > 0) out += alphabet[(bits << (6 - count)) & 63];
+  while (out.size() % 4 != 0) out += '=';
   return "Basic " + out;
 }
 
@@ -277,13 +251,10 @@ std::string document_answer(const std::string& body, const char* content_type) {
 }
 
 std::string status_answer(const std::string& uri, int code) {
-  static const char* const texts[] = {"OK",
-                                      "Device Busy",
-                                      "Device Error",
-                                      "Invalid Operation",
-                                      "Invalid XML Format",
-                                      "Invalid XML Content",
-                                      "Reboot Required"};
+  // clang-format off
+  static const char* const texts[] = {"OK", "Device Busy", "Device Error", "Invalid Operation", "Invalid XML Format",
+                                      "Invalid XML Content", "Reboot Required"};
+  // clang-format on
   const std::string comment =
       "<!-- O=1-OK, 2-Device Busy, 3-Device Error, 4-Invalid Operation, 5-Invalid XML Format, 6-Invalid XML "
       "content; 7-Reboot Required -->\n";
@@ -303,13 +274,20 @@ std::string golden(const std::string& name) {
   std::ifstream in(std::string(PSIA_SOURCE_DIR) + "/tests/golden/" + name, std::ios::binary);
   if (!in) throw std::runtime_error("no golden document " + name);
   std::string text(std::istreambuf_iterator<char>(in), {});
-  // Host-specific values stand as ${NAME} in the documents.
-  const std::pair<const char*, std::string> values[] = {{"${MAC}", host_mac()},
-                                                        {"${IP}", host_address(false)},
-                                                        {"${MASK}", host_address(true)}};
-  for (const auto& [token, value] : values)
+  // Host-specific values stand as ${NAME} in the documents: eth0 of the
+  // machine the tests run on, as the responder reads it.
+  psia::Log log;
+  log.set_stream(nullptr);
+  char ip[psia::kIpv4TextSize], mask[psia::kIpv4TextSize], mac[18];
+  unsigned char m[6] = {0, 0, 0, 0, 0, 0};
+  psia::format_ipv4(psia::read_ip_address(log, "eth0"), ip);
+  psia::format_ipv4(psia::read_subnet_mask(log, "eth0"), mask);
+  psia::read_mac_address(log, "eth0", m);
+  std::snprintf(mac, sizeof mac, "%02x:%02x:%02x:%02x:%02x:%02x", m[0], m[1], m[2], m[3], m[4], m[5]);
+  for (const auto& [token, value] :
+       {std::pair<std::string, const char*>{"${MAC}", mac}, {"${IP}", ip}, {"${MASK}", mask}})
     for (size_t at = text.find(token); at != std::string::npos; at = text.find(token))
-      text.replace(at, std::strlen(token), value);
+      text.replace(at, token.size(), value);
   return text;
 }
 

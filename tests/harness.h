@@ -22,12 +22,11 @@ namespace psia_test {
 
 class TestClock final : public psia::Clock {
  public:
-  static constexpr time_t kStart = 1305195630;  // 2011-05-12T10:20:30Z
   timeval wall_time() override;
   int64_t monotonic_us() override { return now_us; }
   void sleep_us(int64_t us) override;
 
-  time_t wall_start = kStart;
+  time_t wall_start = 1305195630;  // 2011-05-12T10:20:30Z
   int64_t now_us = 0;
   std::function<void()> on_sleep;
 };
@@ -66,8 +65,6 @@ class Camera {
   // `sql` runs on the fresh camera's database before start-up.
   explicit Camera(const std::string& sql = "");
   ~Camera();
-  Camera(const Camera&) = delete;
-  Camera& operator=(const Camera&) = delete;
 
   // Serves one request; everything it wrote.
   std::string request(const Req& r);
@@ -85,7 +82,6 @@ class Camera {
   std::string rows(const std::string& sql) const;
   void exec(const std::string& sql) const;
   std::string path(const std::string& absolute) const { return root_ + absolute; }
-  const std::string& root() const { return root_; }
 
   // The control daemon: what it is told to do, and the commands it got as
   // "code fields" lines.

@@ -7,6 +7,7 @@
 
 #include <cstring>
 #include <fstream>
+#include <tuple>
 
 #include "harness.h"
 #include "io/host_probes.h"
@@ -36,25 +37,21 @@ const char kDhcpBody[] =
     "<ipAddress>10.9.8.7</ipAddress></IPAddress>";
 
 TEST(Network, DocumentsShowTheLiveInterface) {
-  const std::string discovery = std::string("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n") +
-                                "<Discovery version=\"1.0\" xmlns=\"urn:psialliance-org\">\n    <Zeroconf>\n"
-                                "        <enabled>true</enabled>\n    </Zeroconf>\n</Discovery>\n";
   // clang-format off
   run_cases({
       get(kIp).answers(document_answer(golden("ip_address.xml"))),
       get("/PSIA/System/Network/interfaces").answers(document_answer(golden("interfaces.xml"))),
       put(kInterface).answers(document_answer(golden("interface.xml"))),  // crossed: PUT answers the document
-      get("/PSIA/System/Network/interfaces/eth0/discovery").answers(document_answer(discovery)),
+      get("/PSIA/System/Network/interfaces/eth0/discovery").answers(document_answer(golden("discovery.xml"))),
       put("/PSIA/System/Network/interfaces/eth0/discovery", "<Discovery/>").answers(1),
   });
   // clang-format on
 }
 
 TEST(Network, AddressingTypeAndMissingHostFiles) {
-  for (const auto& [sql, type] :
-       std::vector<std::pair<std::string, std::string>>{{"update Network set ConnectionType=0", "static"},
-                                                        {"update Network set ConnectionType=1", "dynamic"},
-                                                        {"delete from Network", "dynamic"}}) {
+  for (const auto& [sql, type] : {std::pair<const char*, const char*>{"update Network set ConnectionType=0", "static"},
+                                  {"update Network set ConnectionType=1", "dynamic"},
+                                  {"delete from Network", "dynamic"}}) {
     Camera camera(sql);
     unlink(camera.path("/proc/net/route").c_str());
     unlink(camera.path("/etc/resolv.conf").c_str());
@@ -78,8 +75,7 @@ TEST(Network, UpdatesAreStoredAndAppliedInTheirSteps) {
       put(kIp, static_body("<SecondaryDNS><ipAddress/></SecondaryDNS>")).answers(1).sends({"41", "42"}).leaves(kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|8.8.8.8"),
       // DHCP (or any type but static) stores only the mode.
       put(kIp, kDhcpBody).answers(1).sends({"41"}).leaves(kRow, "1|192.168.1.100|255.255.255.0|192.168.1.1|192.168.1.1|8.8.8.8"),
-      request("GET", kInterface,
-              "<NetworkInterface><id>ETH0</id><IPAddress>" + static_settings("") + "</IPAddress></NetworkInterface>").answers(1).sends({"41", "42"}).leaves(kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|8.8.8.8"),
+      request("GET", kInterface, "<NetworkInterface><id>ETH0</id><IPAddress>" + static_settings("") + "</IPAddress></NetworkInterface>").answers(1).sends({"41", "42"}).leaves(kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|8.8.8.8"),
       // The daemon's replies are answered as they come.
       put(kIp, static_body("")).daemon(41, 3).answers(3).sends({"41"}),
       put(kIp, static_body("")).daemon(42, 2).answers(2).sends({"41", "42"}),
@@ -94,10 +90,7 @@ TEST(Network, UpdatesAreStoredAndAppliedInTheirSteps) {
       get(kInterface).answers(3),  // a plain GET carries no body
       request("GET", kInterface, "<IPAddress/>").answers(5),
       request("GET", kInterface, "<NetworkInterface><id>eth0</id></NetworkInterface>").answers(3),
-      request("GET", kInterface,
-              "<NetworkInterface><id>eth1</id><IPAddress><addressingType>dhcp</addressingType></"
-              "IPAddress>"
-              "</NetworkInterface>").answers(3).leaves(kRow, kSeededRow),
+      request("GET", kInterface, "<NetworkInterface><id>eth1</id><IPAddress><addressingType>dhcp</addressingType></IPAddress></NetworkInterface>").answers(3).leaves(kRow, kSeededRow),
   });
   // clang-format on
 }
@@ -111,36 +104,28 @@ std::string dotted(uint32_t address) {
 TEST(HostProbes, GatewayAndNameServersFromTheirFiles) {
   Camera camera;
   const std::string header = "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n";
-  const struct {
-    const char* table;  // null: no file
-    const char* gateway;
-    const char* errors;
-  } routes[] = {
+  // clang-format off
+  const std::tuple<const char*, const char*, const char*> routes[] = {  // the table (null: no file), gateway, errors
       {"eth0\t00000000\t010200C0\t0003\n", "192.0.2.1", ""},
       {nullptr, "255.255.255.255", "Do not support /proc file system?\n"},
       {"eth0\t000200C0\t00000000\t0001\n", "255.255.255.255", ""},  // no default route
-      {"eth0\t000200C0\t00000000\t0001\neth0\t00000000\t0101A8C0\t0003\neth0\t00000000\t0201A8C0\t0"
-       "003\n",
-       "192.168.1.1", ""},  // the first gateway wins
+      {"eth0\t000200C0\t00000000\t0001\neth0\t00000000\t0101A8C0\t0003\neth0\t00000000\t0201A8C0\t0003\n", "192.168.1.1", ""},  // the first gateway wins
       {"eth1\t00000000\t0100000A\t0003\neth0\t00000000\t0200000A\t0003\n", "10.0.0.2", ""},
       {"eth0\t00000000\n", "255.255.255.255", "Unable to read routing table!\n"},
   };
+  // clang-format on
   std::string route = camera.path("/proc/net/route");
-  for (const auto& c : routes) {
+  for (const auto& [table, gateway, expected_errors] : routes) {
     psia::Log log;
     std::string errors;
     log.set_stream([&](const char* t, size_t n) { errors.append(t, n); });
     unlink(route.c_str());
-    if (c.table != nullptr) std::ofstream(route) << header + c.table;
-    EXPECT_EQ(dotted(psia::read_default_gateway(log, route, "eth0")), c.gateway) << c.table;
-    EXPECT_EQ(errors, c.errors);
+    if (table != nullptr) std::ofstream(route) << header + table;
+    EXPECT_EQ(dotted(psia::read_default_gateway(log, route, "eth0")), gateway) << (table ? table : "no file");
+    EXPECT_EQ(errors, expected_errors);
   }
-  const struct {
-    const char* resolv;  // null: no file
-    int result;
-    const char* primary;
-    const char* secondary;
-  } resolvers[] = {
+  // The file (null: none), the result, the two servers.
+  const std::tuple<const char*, int, const char*, const char*> resolvers[] = {
       {nullptr, -1, "", ""},
       {"nameserver 8.8.8.8\n", -1, "8.8.8.8", ""},
       {"nameserver 1.1.1.1\nnameserver 2.2.2.2\nnameserver 3.3.3.3\n", 0, "1.1.1.1", "2.2.2.2"},
@@ -149,13 +134,13 @@ TEST(HostProbes, GatewayAndNameServersFromTheirFiles) {
       {"search example.net\n", -1, "", ""},
   };
   std::string resolv = camera.path("/etc/resolv.conf");
-  for (const auto& c : resolvers) {
+  for (const auto& [file, result, first, second] : resolvers) {
     unlink(resolv.c_str());
-    if (c.resolv != nullptr) std::ofstream(resolv) << c.resolv;
+    if (file != nullptr) std::ofstream(resolv) << file;
     char primary[psia::kIpv4TextSize] = "stale", secondary[psia::kIpv4TextSize] = "stale";
-    EXPECT_EQ(psia::read_name_servers(resolv, primary, secondary), c.result) << c.resolv;
-    EXPECT_STREQ(primary, c.primary);
-    EXPECT_STREQ(secondary, c.secondary);
+    EXPECT_EQ(psia::read_name_servers(resolv, primary, secondary), result) << (file ? file : "no file");
+    EXPECT_STREQ(primary, first);
+    EXPECT_STREQ(secondary, second);
   }
 }
 
