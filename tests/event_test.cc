@@ -34,8 +34,19 @@ const std::string kSeededNotifications =
                   notification("ftp-archive", "FTP") + notification("mail-security", "email"));
 const std::string kSeededTrigger = trigger(kSeededNotifications);
 
-TEST(EventTrigger, Documents) {
+TEST(EventTrigger, DocumentsAndTheOneStoredNotification) {
   const char* plain = "update Event set RelayID=-1, FTPServerID=-1, SMTPServerID=-1; delete from Sensor";
+  auto body = [](const std::string& inner) { return "<EventTrigger><id>Sen</id>" + inner + "</EventTrigger>"; };
+  auto list = [](const std::string& items) {
+    return "<EventTriggerNotificationList>" + items + "</EventTriggerNotificationList>";
+  };
+  auto item = [](const char* id, const char* method, const char* interval = "") {
+    return std::string("<EventTriggerNotification><id>") + id + "</id><notificationMethod>" + method +
+           "</notificationMethod>" + interval + "</EventTriggerNotification>";
+  };
+  auto ok = [](const std::string& method, const std::string& uri, const std::string& b, const char* row) {
+    return request(method, uri, b).answers(1).leaves(kEventRow, row);
+  };
   // clang-format off
   run_cases({
       get(kTriggers).answers(xml_answer(psia_element("EventTriggerList", kSeededTrigger))),
@@ -50,24 +61,7 @@ TEST(EventTrigger, Documents) {
       get(kSensor + "/notifications").answers(xml_answer(kSeededNotifications)),
       get(kSensor + "/notifications/ftp-archive").answers(xml_answer(notification("ftp-archive", "FTP"))),
       get(kSensor + "/notifications/nothing").answers(3),
-  });
-  // clang-format on
-}
-
-TEST(EventTrigger, UpdatesStoreOneNotification) {
-  auto body = [](const std::string& inner) { return "<EventTrigger><id>Sen</id>" + inner + "</EventTrigger>"; };
-  auto list = [](const std::string& items) {
-    return "<EventTriggerNotificationList>" + items + "</EventTriggerNotificationList>";
-  };
-  auto item = [](const char* id, const char* method, const char* interval = "") {
-    return std::string("<EventTriggerNotification><id>") + id + "</id><notificationMethod>" + method +
-           "</notificationMethod>" + interval + "</EventTriggerNotification>";
-  };
-  auto ok = [](const std::string& method, const std::string& uri, const std::string& b, const char* row) {
-    return request(method, uri, b).answers(1).leaves(kEventRow, row);
-  };
-  // clang-format off
-  run_cases({
+      // Only the alarm input's trigger is stored, with one notification.
       ok("PUT", kSensor, body("<intervalBetweenEvents>30</intervalBetweenEvents>" + list(item("Relay-0", "io", "<notificationInterval>1999</notificationInterval>"))), "30|0|-1|-1|1"),
       ok("PUT", kSensor, body(list(item("Relay-0", "IO") + item("ftp-archive", "FTP"))), "5|-1|1|-1|5"),
       ok("PUT", kSensor, body(list(item("mail-security", "SMTP"))), "5|-1|-1|1|5"),
@@ -135,8 +129,9 @@ std::string mailing(const char* id, const char* address, int port) {
                           "</portNo><accountName>camera</accountName><password>secret</password>");
 }
 
-TEST(EventNotification, DestinationDocuments) {
-  const std::string uri = "/PSIA/Custom/Event/notification";
+TEST(EventNotification, DestinationsAndTheWholeEvent) {
+  const std::string event = "/PSIA/Custom/Event", uri = event + "/notification", mail = uri + "/mailing",
+                    ftp = uri + "/ftp";
   const char* second =
       "insert into SMTPServer values (NULL, 'mail-2', '10.0.0.25', 'camera', 'secret', 587, '', '', '', '', 0)";
   const std::string first_mail =
@@ -149,36 +144,26 @@ TEST(EventNotification, DestinationDocuments) {
                     open = "<EventNotification version=\"1.0\" xmlns=\"urn:psialliance-org\">";
   const std::string methods = all.substr(all.find("<EventNotificationMethods"));
   EXPECT_EQ(all.find(kDeclaration + open + psia_element("EventTriggerList", kSeededTrigger) + "<EventSchedule"), 0u);
-  // clang-format off
-  run_cases({
-      get(uri + "/mailing").after(second).answers(xml_answer(psia_element("MailingNotificationList", first_mail + second_mail))),
-      get(uri + "/mailing/mail-2").after(second).answers(xml_answer(first_mail)),  // always the first server
-      get(uri + "/ftp/ftp-archive").answers(xml_answer(psia_element("FTPNotification", "<id>ftp-archive</id><addressingFormatType>ipaddress</addressingFormatType><ipAddress>192.168.1.5</ipAddress>"
-                                                                   "<portNo>21</portNo><userName>camera</userName><password>secret</password><uploadPath>/alarms</uploadPath>"))),
-      get(uri + "/ftp/none").answers(xml_answer(psia_element("FTPNotification", ""))),
-      get(uri + "/ftp").after("delete from FTPServer").answers(xml_answer(psia_element("FTPNotificationList", ""))),
-      get(uri).answers(xml_answer(methods.substr(0, methods.size() - std::string("</EventNotification>").size()))),
-      get("/PSIA/Custom/Event").answers(document_answer(all)),
-  });
-  // clang-format on
-  std::string without_trigger = Camera("update Spec set max_sensor=0").get("/PSIA/Custom/Event");
-  EXPECT_NE(without_trigger.find(open + "<EventSchedule"), std::string::npos);
-}
-
-TEST(EventNotification, DestinationChanges) {
-  const std::string mail = "/PSIA/Custom/Event/notification/mailing";
-  const std::string ftp = "/PSIA/Custom/Event/notification/ftp";
+  EXPECT_NE(Camera("update Spec set max_sensor=0").get(event).find(open + "<EventSchedule"), std::string::npos);
   const char* mails = "select ServerName, ServerAddress, UserID, Password, Port from SMTPServer";
   const char* ftps = "select ServerName, ServerAddress, UserID, Password, Port, Path from FTPServer";
   const char* seeded_mail = "mail-security|mail.example.com|camera|secret|25";
   const char* seeded_ftp = "ftp-archive|192.168.1.5|camera|secret|21|/alarms";
-  auto ok = [&](const char* method, const std::string& uri, const std::string& body, const std::string& mail_rows,
+  auto ok = [&](const char* method, const std::string& path, const std::string& body, const std::string& mail_rows,
                 const std::string& ftp_rows) {
-    return request(method, uri, body).answers(1).leaves(mails, mail_rows).leaves(ftps, ftp_rows);
+    return request(method, path, body).answers(1).leaves(mails, mail_rows).leaves(ftps, ftp_rows);
   };
   auto ftp_list = [](const std::string& items) { return "<FTPNotificationList>" + items + "</FTPNotificationList>"; };
   // clang-format off
   run_cases({
+      get(mail).after(second).answers(xml_answer(psia_element("MailingNotificationList", first_mail + second_mail))),
+      get(mail + "/mail-2").after(second).answers(xml_answer(first_mail)),  // always the first server
+      get(ftp + "/ftp-archive").answers(xml_answer(psia_element("FTPNotification", "<id>ftp-archive</id><addressingFormatType>ipaddress</addressingFormatType><ipAddress>192.168.1.5</ipAddress>"
+                                                               "<portNo>21</portNo><userName>camera</userName><password>secret</password><uploadPath>/alarms</uploadPath>"))),
+      get(ftp + "/none").answers(xml_answer(psia_element("FTPNotification", ""))),
+      get(ftp).after("delete from FTPServer").answers(xml_answer(psia_element("FTPNotificationList", ""))),
+      get(uri).answers(xml_answer(methods.substr(0, methods.size() - std::string("</EventNotification>").size()))),
+      get(event).answers(document_answer(all)),
       ok("PUT", mail + "/anything", "<MailingNotification><id>mail-security</id><hostName>smtp.lan</hostName><accountName>mailer</accountName><password>it's</password></MailingNotification>",
          "mail-security|smtp.lan|mailer|it's|25", seeded_ftp),
       ok("PUT", ftp, ftp_list("<FTPNotification><id>ftp-archive</id><ipAddress>10.0.0.9</ipAddress><userName>up</userName><password>pw</password><portNo>2121</portNo><uploadPath>/x</uploadPath></FTPNotification><Other/>"),
@@ -187,7 +172,7 @@ TEST(EventNotification, DestinationChanges) {
       ok("POST", ftp, ftp_list("<FTPNotification><id>f2</id><ipAddress>10.0.0.2</ipAddress><userName>u2</userName><password>p2</password><uploadPath>/p</uploadPath></FTPNotification>"),
          seeded_mail, std::string(seeded_ftp) + "\nf2|10.0.0.2|u2|p2|21|/p"),
       ok("POST", mail, "<MailingNotificationList><MailingNotification><id>m2</id></MailingNotification></MailingNotificationList>", seeded_mail, seeded_ftp),  // the camera's statement adds nothing
-      ok("PUT", "/PSIA/Custom/Event/notification", "<EventNotificationMethods>" + ftp_list("<FTPNotification><id>ftp-archive</id></FTPNotification>") +
+      ok("PUT", uri, "<EventNotificationMethods>" + ftp_list("<FTPNotification><id>ftp-archive</id></FTPNotification>") +
          "<MailingNotificationList><MailingNotification><id>mail-security</id><portNo>587</portNo></MailingNotification></MailingNotificationList></EventNotificationMethods>",
          "mail-security||||587", "ftp-archive||||21|"),
       ok("DELETE", ftp + "/unknown", "", seeded_mail, seeded_ftp),
@@ -196,25 +181,17 @@ TEST(EventNotification, DestinationChanges) {
       ok("DELETE", ftp, "", seeded_mail, ""),
       ok("DELETE", mail, "", "", seeded_ftp),
       put(mail, "<MailingNotification/>").answers(3).leaves(mails, seeded_mail),
-      put("/PSIA/Custom/Event/notification", "<EventNotification/>").answers(3),
+      put(uri, "<EventNotification/>").answers(3),
       // At most three destinations of each kind.
       post(ftp, "<FTPNotificationList/>").after("insert into FTPServer values (NULL, 'b', 'h', 'u', 'p', 21, '/'), (NULL, 'c', 'h', 'u', 'p', 21, '/')").answers(3),
       post(mail, "<MailingNotificationList/>").after("insert into SMTPServer values (NULL, 'm2', '', '', '', 25, '', '', '', '', 0), (NULL, 'm3', '', '', '', 25, '', '', '', '', 0)").answers(3),
-  });
-  // clang-format on
-}
-
-TEST(EventDocument, APutAppliesEachPart) {
-  const char* uri = "/PSIA/Custom/Event";
-  // clang-format off
-  run_cases({
-      put(uri, "<EventNotification><EventSchedule><TimeBlockList><TimeBlock><dayOfWeek>5</dayOfWeek><TimeRange><beginTime>07:00:00</beginTime><endTime>08:15:00</endTime></TimeRange>"
-               "</TimeBlock></TimeBlockList></EventSchedule><EventTriggerList><EventTrigger><intervalBetweenEvents>3</intervalBetweenEvents></EventTrigger></EventTriggerList>"
-               "<EventNotificationMethods><FTPNotificationList><FTPNotification><id>ftp-archive</id><portNo>99</portNo></FTPNotification></FTPNotificationList></EventNotificationMethods></EventNotification>").answers(1).leaves("select Week, StartTime, EndTime, MinTimeInterval, RelayID from Event", "32|700|1500|3|-1").leaves("select Port from FTPServer", "99"),
-      // Only a schedule that cannot be stored is reported.
-      put(uri, "<EventNotification><EventSchedule/></EventNotification>").after(kEventUnchangeable).answers(3),
-      put(uri, "<EventNotification/>").after(kEventUnchangeable).answers(1),
-      put(uri, "<Event/>").answers(3),
+      // The whole event: each part applied; only a schedule that cannot be stored is reported.
+      put(event, "<EventNotification><EventSchedule><TimeBlockList><TimeBlock><dayOfWeek>5</dayOfWeek><TimeRange><beginTime>07:00:00</beginTime><endTime>08:15:00</endTime></TimeRange>"
+                 "</TimeBlock></TimeBlockList></EventSchedule><EventTriggerList><EventTrigger><intervalBetweenEvents>3</intervalBetweenEvents></EventTrigger></EventTriggerList>"
+                 "<EventNotificationMethods><FTPNotificationList><FTPNotification><id>ftp-archive</id><portNo>99</portNo></FTPNotification></FTPNotificationList></EventNotificationMethods></EventNotification>").answers(1).leaves("select Week, StartTime, EndTime, MinTimeInterval, RelayID from Event", "32|700|1500|3|-1").leaves("select Port from FTPServer", "99"),
+      put(event, "<EventNotification><EventSchedule/></EventNotification>").after(kEventUnchangeable).answers(3),
+      put(event, "<EventNotification/>").after(kEventUnchangeable).answers(1),
+      put(event, "<Event/>").answers(3),
   });
   // clang-format on
 }

@@ -136,9 +136,19 @@ TEST(StreamingChannel, DocumentsFollowTheStoredValues) {
     EXPECT_EQ(Camera("update VideoStream set Enable=-1").get(uri), status_answer(uri, 3)) << uri;
 }
 
-TEST(StreamingUpdate, ElementsBecomeTheStoredCodes) {
+TEST(StreamingUpdate, ElementsBecomeTheStoredCodesOfEachWriter) {
+  const char* list = "/PSIA/Streaming/channels";
   const char* uri = "/PSIA/Streaming/channels/1";
   const std::vector<std::string> sent = {"4 master=1", "3 value=0", "46"};
+  auto audio = [&](const std::string& elements, const char* stored) {
+    return put("/PSIA/Streaming/channels/2",
+               "<StreamingChannel><Transport><rtspPortNo>8554</rtspPortNo></Transport><Audio>" + elements +
+                   "</Audio></StreamingChannel>")
+        .answers(1)
+        .sends(sent)
+        .leaves(kAudio, stored)
+        .leaves("select RTSPPort from Services", "8554");
+  };
   auto video = [&](const std::string& elements, const std::string& row) {
     return put(uri, "<StreamingChannel><id>Master-0</id><Video>" + elements + "</Video></StreamingChannel>")
         .answers(1)
@@ -157,39 +167,10 @@ TEST(StreamingUpdate, ElementsBecomeTheStoredCodes) {
       video("<videoResolutionWidth>352</videoResolutionWidth><videoResolutionHeight>144</videoResolutionHeight>", "1|1|3|1|2048|2|15|30"),
       video("<videoResolutionHeight>112</videoResolutionHeight><videoResolutionWidth>640</videoResolutionWidth>", "1|1|0|1|2048|2|15|30"),
       video("<videoQualityControlType>cbr</videoQualityControlType><constantBitRate>999</constantBitRate><maxFrameRate>50</maxFrameRate>", "1|1|0|0|999|2|0|30"),
-  };
-  // clang-format on
-  // PSIA quality (0..100) to the camera's steps, at every edge.
-  const std::pair<int, int> steps[] = {{-5, 3}, {0, 4},  {1, 3},  {25, 3}, {26, 2},  {50, 2},
-                                       {51, 1}, {75, 1}, {76, 2}, {99, 2}, {100, 0}, {101, 2}};
-  for (const auto& [quality, step] : steps)
-    cases.push_back(put(uri, "<StreamingChannel><Video><fixedQuality>" + std::to_string(quality) +
-                                 "</fixedQuality></Video></StreamingChannel>")
-                        .answers(1)
-                        .sends(sent)
-                        .leaves("select Quality from VideoStream where VideoStreamID=0", std::to_string(step)));
-  run_cases(cases);
-}
-
-TEST(StreamingUpdate, WhatEachWriterStores) {
-  const char* list = "/PSIA/Streaming/channels";
-  const char* one = "/PSIA/Streaming/channels/1";
-  const std::vector<std::string> three = {"4 master=1", "3 value=0", "46"};
-  auto audio = [&](const std::string& elements, const char* stored) {
-    return put("/PSIA/Streaming/channels/2",
-               "<StreamingChannel><Transport><rtspPortNo>8554</rtspPortNo></Transport><Audio>" + elements +
-                   "</Audio></StreamingChannel>")
-        .answers(1)
-        .sends(three)
-        .leaves(kAudio, stored)
-        .leaves("select RTSPPort from Services", "8554");
-  };
-  // clang-format off
-  run_cases({
       // The body's id names the stream; the path's does not. Everything the
       // body leaves out is written at its default (GOP size kept).
-      put(one, "<StreamingChannel><id>2</id></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15").leaves(kAudio, "0|2").leaves("select RTSPPort from Services", "554"),
-      put(one, "<StreamingChannel><id>slave-0x</id><enabled>TRUE</enabled></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15"),
+      put(uri, "<StreamingChannel><id>2</id></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15").leaves(kAudio, "0|2").leaves("select RTSPPort from Services", "554"),
+      put(uri, "<StreamingChannel><id>slave-0x</id><enabled>TRUE</enabled></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15"),
       audio("<enabled>true</enabled><audioCompressionType>G.711alaw</audioCompressionType>", "0|1"),
       audio("<enabled>1</enabled><audioCompressionType>G.726</audioCompressionType><audioBitRate>32</audioBitRate>", "1|3"),
       audio("<audioCompressionType>G.726</audioCompressionType><audioBitRate>31</audioBitRate>", "0|2"),
@@ -205,11 +186,21 @@ TEST(StreamingUpdate, WhatEachWriterStores) {
       put(list, "<StreamingChannelList/>").answers(3),
       put(list, "<StreamingChannel/>").answers(3),
       post(list, "<StreamingChannelList/>").answers(3),
-      put(one, "<StreamingChannel>").answers(3).leaves(kStream, kSeededStreams),
+      put(uri, "<StreamingChannel>").answers(3).leaves(kStream, kSeededStreams),
       del(list).answers(1).leaves(kStream, kSeededStreams),
-      del(one).answers(1).leaves(kStream, kSeededStreams),
-  });
+      del(uri).answers(1).leaves(kStream, kSeededStreams),
+  };
   // clang-format on
+  // PSIA quality (0..100) to the camera's steps, at every edge.
+  const std::pair<int, int> steps[] = {{-5, 3}, {0, 4},  {1, 3},  {25, 3}, {26, 2},  {50, 2},
+                                       {51, 1}, {75, 1}, {76, 2}, {99, 2}, {100, 0}, {101, 2}};
+  for (const auto& [quality, step] : steps)
+    cases.push_back(put(uri, "<StreamingChannel><Video><fixedQuality>" + std::to_string(quality) +
+                                 "</fixedQuality></Video></StreamingChannel>")
+                        .answers(1)
+                        .sends(sent)
+                        .leaves("select Quality from VideoStream where VideoStreamID=0", std::to_string(step)));
+  run_cases(cases);
 }
 
 TEST(StreamingStatus, ClientsOfTheCameraAndOfEachStream) {
