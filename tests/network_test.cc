@@ -36,18 +36,6 @@ const char kDhcpBody[] =
     "<IPAddress><ipVersion>v4</ipVersion><addressingType>DHCP</addressingType>"
     "<ipAddress>10.9.8.7</ipAddress></IPAddress>";
 
-TEST(Network, DocumentsShowTheLiveInterface) {
-  // clang-format off
-  run_cases({
-      get(kIp).answers(document_answer(golden("ip_address.xml"))),
-      get("/PSIA/System/Network/interfaces").answers(document_answer(golden("interfaces.xml"))),
-      put(kInterface).answers(document_answer(golden("interface.xml"))),  // crossed: PUT answers the document
-      get("/PSIA/System/Network/interfaces/eth0/discovery").answers(document_answer(golden("discovery.xml"))),
-      put("/PSIA/System/Network/interfaces/eth0/discovery", "<Discovery/>").answers(1),
-  });
-  // clang-format on
-}
-
 TEST(Network, AddressingTypeAndMissingHostFiles) {
   for (const auto& [sql, type] : {std::pair<const char*, const char*>{"update Network set ConnectionType=0", "static"},
                                   {"update Network set ConnectionType=1", "dynamic"},
@@ -65,10 +53,15 @@ TEST(Network, AddressingTypeAndMissingHostFiles) {
   }
 }
 
-TEST(Network, UpdatesAreStoredAndAppliedInTheirSteps) {
+TEST(Network, DocumentsShowTheLiveInterfaceAndUpdatesAreAppliedInTheirSteps) {
   const char* secondary = "<SecondaryDNS><ipAddress>10.9.0.54</ipAddress></SecondaryDNS>";
   // clang-format off
   run_cases({
+      get(kIp).answers(document_answer(golden("ip_address.xml"))),
+      get("/PSIA/System/Network/interfaces").answers(document_answer(golden("interfaces.xml"))),
+      put(kInterface).answers(document_answer(golden("interface.xml"))),  // crossed: PUT answers the document
+      get("/PSIA/System/Network/interfaces/eth0/discovery").answers(document_answer(golden("discovery.xml"))),
+      put("/PSIA/System/Network/interfaces/eth0/discovery", "<Discovery/>").answers(1),
       put(kIp, static_body(secondary)).after("update Network set ConnectionType=1").answers(1).sends({"41", "42"}).leaves(kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|10.9.0.54"),
       // Without a secondary server the stored one stays.
       put(kIp, static_body("")).answers(1).sends({"41", "42"}).leaves(kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|8.8.8.8"),

@@ -28,10 +28,14 @@ std::string time_doc(const char* mode, const char* local, const std::string& zon
 
 void write_file(const std::string& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
 
-TEST(Time, DocumentsShowModeClockAndZone) {
+TEST(Time, DocumentsShowModeClockAndZoneAndChangesAreSent) {
   const char* now = "2011-05-12T10:20:30";
   const std::string cet = "CET-1CEST,M3.5.0,M10.5.0/3";  // Europe/Berlin's zone file
   const std::string zone = "update DateTime set TimeZone=";
+  const std::string zone63 = std::string(62, 'A') + "5";
+  auto time = [](const std::string& elements) { return "<Time>" + elements + "</Time>"; };
+  const char* manual = "update DateTime set DateTimeSync=0";
+  const char* stored = "select TimeZone from DateTime";
   // clang-format off
   run_cases({
       get(kTime).answers(time_doc("NTP", now, cet)),
@@ -45,17 +49,6 @@ TEST(Time, DocumentsShowModeClockAndZone) {
       get(kZone).answers(document_answer(cet, kTextUtf8)),
       get(kZone).after(zone + "'Japan'").answers(document_answer("JST-9", kTextUtf8)),
       get(kZone).after("delete from DateTime").answers(document_answer("GMT0", kTextUtf8)),
-  });
-  // clang-format on
-}
-
-TEST(Time, ChangesAreSentToTheDaemon) {
-  const std::string zone63 = std::string(62, 'A') + "5";
-  auto time = [](const std::string& elements) { return "<Time>" + elements + "</Time>"; };
-  const char* manual = "update DateTime set DateTimeSync=0";
-  const char* stored = "select TimeZone from DateTime";
-  // clang-format off
-  run_cases({
       // Out-of-range fields roll over; every field is read at its place.
       put(kTime, time("<timeMode>manual</timeMode><localTime>2010-02-30T25:00:00</localTime>")).answers(1).sends({kSent + std::string("2010-03-03 01:00:00")}),
       put(kTime, "<time><timeMode>Manual</timeMode><localTime>2012-11-26T17:38:49</localTime></time>").answers(1).sends({kSent + std::string("2012-11-26 17:38:49")}),

@@ -12,7 +12,7 @@ const std::string kUsers = "/PSIA/Security/AAA/users";
 const char kAccounts[] = "select UserID, Password, Authority from UserAccount";
 const char kSeededAccounts[] = "admin|admin|0\nanonymous||3\noperator|operator|1\nguest|guest|2";
 
-TEST(Users, DocumentsListAndReadAccounts) {
+TEST(Users, DocumentsAndChanges) {
   const char* setup =
       "delete from UserAccount where UserID in ('operator', 'guest');"
       "insert into UserAccount values ('carol', 'c', 2), ('dave', 'd', 2)";
@@ -22,9 +22,6 @@ TEST(Users, DocumentsListAndReadAccounts) {
   for (const char* id : {"2", "999", "carol"}) cases.push_back(get(kUsers + "/" + id).after(setup).answers(carol));
   for (const char* id : {"0", "dave'", "nobody"}) cases.push_back(get(kUsers + "/" + id).after(setup).answers(3));
   run_cases(cases);
-}
-
-TEST(Users, ChangesAreStoredAndAnnounced) {
   // clang-format off
   run_cases({
       post(kUsers, "<User><userName>carol</userName><password>c1</password><userName>o'brien</userName><password>p%n</password></User>").answers(1).sends({"94"}).leaves(kAccounts, std::string(kSeededAccounts) + "\ncarol|c1|2\no'brien|p%n|2"),
