@@ -202,11 +202,11 @@ void Camera::exec(const std::string& sql) const {
 }
 
 DatabaseLock::DatabaseLock(const Camera& camera, const char* begin) {
-  sqlite3_open(camera.path("/usr/local/korvia/kkorvia.db").c_str(), &db_);
-  EXPECT_EQ(sqlite3_exec(db_, begin, nullptr, nullptr, nullptr), SQLITE_OK);
+  sqlite3_open(camera.path("/usr/local/korvia/kkorvia.db").c_str(), &db);
+  EXPECT_EQ(sqlite3_exec(db, begin, nullptr, nullptr, nullptr), SQLITE_OK);
 }
-DatabaseLock::~DatabaseLock() { sqlite3_close(db_); }
-void DatabaseLock::release() { sqlite3_exec(db_, "commit", nullptr, nullptr, nullptr); }
+DatabaseLock::~DatabaseLock() { sqlite3_close(db); }
+void DatabaseLock::release() { sqlite3_exec(db, "commit", nullptr, nullptr, nullptr); }
 
 Req get_as(const std::string& uri, const std::string& authorization) {
   Req r{"GET", uri};

@@ -108,29 +108,24 @@ class Camera {
 
 // Another process's connection to the camera's database, holding the lock
 // `begin` takes until released or destroyed.
-class DatabaseLock {
- public:
+struct DatabaseLock {
   DatabaseLock(const Camera& camera, const char* begin);
   ~DatabaseLock();
   void release();
-
- private:
-  sqlite3* db_ = nullptr;
+  sqlite3* db = nullptr;
 };
 
 // One row of a request table: a request to a fresh camera, and everything
 // it must leave behind:
 //   put(uri, body).after(sql).daemon(3, 2).answers(1).sends({"94"}).leaves(query, rows)
 struct Case {
-  Case(std::string request_method, std::string request_uri, std::string request_body = "")
-      : method(std::move(request_method)), uri(std::move(request_uri)), body(std::move(request_body)) {}
+  Case(std::string m, std::string u, std::string b = "")
+      : method(std::move(m)), uri(std::move(u)), body(std::move(b)) {}
 
   // The camera before the request: SQL on its database, and the status the
   // daemon answers a command with.
   Case&& after(std::string sql) && { return setup = std::move(sql), std::move(*this); }
-  Case&& daemon(int command, int reply_status) && {
-    return daemon_status.emplace_back(command, reply_status), std::move(*this);
-  }
+  Case&& daemon(int command, int code) && { return daemon_status.emplace_back(command, code), std::move(*this); }
   Case&& query(std::string text) && { return query_string = std::move(text), std::move(*this); }
   // The answer: a ResponseStatus code, the exact bytes, or none at all.
   Case&& answers(int code) && { return status = code, std::move(*this); }
@@ -140,9 +135,7 @@ struct Case {
   // unless given.
   Case&& sends(std::vector<std::string> expected) && { return commands = std::move(expected), std::move(*this); }
   // A query afterwards and the rows it must give, as Camera::rows() shows them.
-  Case&& leaves(std::string sql, std::string expected) && {
-    return rows.emplace_back(std::move(sql), std::move(expected)), std::move(*this);
-  }
+  Case&& leaves(std::string sql, std::string expected) && { return rows.emplace_back(sql, expected), std::move(*this); }
 
   std::string method, uri, body;
   std::string setup, query_string, answer;
@@ -155,9 +148,7 @@ inline Case get(std::string uri) { return Case("GET", std::move(uri)); }
 inline Case put(std::string uri, std::string body = "") { return Case("PUT", std::move(uri), std::move(body)); }
 inline Case post(std::string uri, std::string body = "") { return Case("POST", std::move(uri), std::move(body)); }
 inline Case del(std::string uri) { return Case("DELETE", std::move(uri)); }
-inline Case request(std::string method, std::string uri, std::string body) {
-  return Case(std::move(method), std::move(uri), std::move(body));
-}
+inline Case request(std::string method, std::string uri, std::string body) { return Case(method, uri, body); }
 // Runs each case on a camera of its own.
 void run_cases(const std::vector<Case>& cases);
 

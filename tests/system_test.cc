@@ -6,6 +6,7 @@
 
 #include <fstream>
 #include <regex>
+#include <tuple>
 
 #include "harness.h"
 
@@ -14,15 +15,15 @@ using namespace psia_test;
 namespace {
 
 const char kTextUtf8[] = "Content-Type: text/plain; charset=\"UTF-8\"\r\n\r\n";
-const std::string kTime = "/PSIA/System/time";
-const std::string kZone = kTime + "/timeZone";
-const std::string kLocal = kTime + "/localTime";
-const char kSent[] = "6 mode=0 ntp=\"pool.ntp.org\" interval=24 time=";  // a manual time
-const char kSentNtp[] = "6 mode=2 ntp=\"pool.ntp.org\" interval=24 time=";
+const std::string kTime = "/PSIA/System/time", kZone = kTime + "/timeZone", kLocal = kTime + "/localTime";
+const std::string kSent = "6 mode=0 ntp=\"pool.ntp.org\" interval=24 time=";  // a manual time
+const std::string kSentNtp = "6 mode=2 ntp=\"pool.ntp.org\" interval=24 time=";
+const char kDevice[] = "/PSIA/System/deviceInfo";
+const std::string kTransfer = "/usr/local/httpd/htdocs/Web/updownload/";
 
 std::string time_doc(const char* mode, const char* local, const std::string& zone) {
-  return document_answer("<Time version=\"1.0\" xmlns=\"urn:psialliance-org\"><timeMode>" + std::string(mode) +
-                             "</timeMode><localTime>" + local + "</localTime><timeZone>" + zone + "</timeZone></Time>",
+  return document_answer(psia_element("Time", std::string("<timeMode>") + mode + "</timeMode><localTime>" + local +
+                                                  "</localTime><timeZone>" + zone + "</timeZone>"),
                          kXmlUtf8);
 }
 
@@ -50,14 +51,14 @@ TEST(Time, DocumentsShowModeClockAndZoneAndChangesAreSent) {
       get(kZone).after(zone + "'Japan'").answers(document_answer("JST-9", kTextUtf8)),
       get(kZone).after("delete from DateTime").answers(document_answer("GMT0", kTextUtf8)),
       // Out-of-range fields roll over; every field is read at its place.
-      put(kTime, time("<timeMode>manual</timeMode><localTime>2010-02-30T25:00:00</localTime>")).answers(1).sends({kSent + std::string("2010-03-03 01:00:00")}),
-      put(kTime, "<time><timeMode>Manual</timeMode><localTime>2012-11-26T17:38:49</localTime></time>").answers(1).sends({kSent + std::string("2012-11-26 17:38:49")}),
+      put(kTime, time("<timeMode>manual</timeMode><localTime>2010-02-30T25:00:00</localTime>")).answers(1).sends({kSent + "2010-03-03 01:00:00"}),
+      put(kTime, "<time><timeMode>Manual</timeMode><localTime>2012-11-26T17:38:49</localTime></time>").answers(1).sends({kSent + "2012-11-26 17:38:49"}),
       // A stored server name as long as its field is sent cut by one.
       put(kTime, time("<timeMode>NTP</timeMode>")).after("update DateTime set NTPServerName='" + std::string(128, 'n') + "'").answers(1).sends({"6 mode=2 ntp=\"" + std::string(127, 'n') + "\" interval=24 time=2011-05-12 10:20:30"}),
       // No timeMode asks for NTP, which carries the camera's own time.
-      put(kTime, time("<localTime>1999-01-01T00:00:00</localTime>")).answers(1).sends({kSentNtp + std::string("2011-05-12 10:20:30")}),
+      put(kTime, time("<localTime>1999-01-01T00:00:00</localTime>")).answers(1).sends({kSentNtp + "2011-05-12 10:20:30"}),
       // A zone that fits its 64-byte field; the time sent is in that zone.
-      put(kTime, time("<timeZone>" + zone63 + "</timeZone>")).answers(1).sends({kSentNtp + std::string("2011-05-12 05:20:30")}),
+      put(kTime, time("<timeZone>" + zone63 + "</timeZone>")).answers(1).sends({kSentNtp + "2011-05-12 05:20:30"}),
       put(kTime, time("<timeZone>A" + zone63 + "</timeZone>")).answers(3),  // cut, it would name another
       put(kTime, time("<timeZone>EST</timeZone>")).answers(3),
       put(kTime, "<Clock/>").answers(3),
@@ -65,7 +66,7 @@ TEST(Time, DocumentsShowModeClockAndZoneAndChangesAreSent) {
       put(kTime, "<Time/>").after("delete from DateTime").answers(3),
       put(kLocal, "2011-05-06T07:08:09").answers(1),  // ignored under NTP
       put(kLocal, "2011-05-06T07:08:09").after("update DateTime set DateTimeSync=1").answers(1),
-      put(kLocal, "2012-11-26T17:38:49").after(manual).answers(1).sends({kSent + std::string("2012-11-26 17:38:49")}),
+      put(kLocal, "2012-11-26T17:38:49").after(manual).answers(1).sends({kSent + "2012-11-26 17:38:49"}),
       put(kLocal, "2011-05-06T07:08:09").after("delete from DateTime").answers(3),
       put(kZone, "JST-9").answers(1).sends({"7 zone=\"Japan\""}).leaves(stored, "Japan"),
       put(kZone, "est5edt").answers(1).sends({"7 zone=\"EST5EDT\""}).leaves(stored, "EST5EDT"),
@@ -83,8 +84,8 @@ TEST(Time, DatesPast2038) {
   EXPECT_EQ(camera.put(kTime, "<Time><timeMode>NTP</timeMode></Time>"), status_answer(kTime, 1));
   camera.exec("update DateTime set DateTimeSync=0");
   EXPECT_EQ(camera.put(kLocal, "2040-02-30T25:00:00"), status_answer(kLocal, 1));
-  EXPECT_EQ(camera.commands(), (std::vector<std::string>{kSentNtp + std::string("2040-02-29 12:00:00"),
-                                                         kSent + std::string("2040-03-02 01:00:00")}));
+  EXPECT_EQ(camera.commands(),
+            (std::vector<std::string>{kSentNtp + "2040-02-29 12:00:00", kSent + "2040-03-02 01:00:00"}));
 }
 
 TEST(Time, AZoneGivenWithTheTimeIsKeptForTheProcess) {
@@ -134,7 +135,7 @@ TEST(Ntp, TheOneServerIsShownAndReplaced) {
 }
 
 TEST(Device, InformationFromItsSources) {
-  const char* uri = "/PSIA/System/deviceInfo";
+  const char* uri = kDevice;
   Camera camera;
   EXPECT_EQ(camera.get(uri), document_answer(golden("device_info.xml")));
   // Without its sources each element shows its fallback.
@@ -161,14 +162,12 @@ TEST(Device, TheIdentifierIsMadeOnceAndClosesTheConnection) {
   const std::regex made("<deviceID>([0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9a-f]{12})</deviceID>");
   for (const char* stored : {"aaaaaaaaaaaaaaaa", "aaaaaaaaaaaaaaaaXYZ", ""}) {
     Camera camera(std::string("update System set uuid='") + stored + "'");
-    std::string first = camera.get("/PSIA/System/deviceInfo");
+    std::string first = camera.get(kDevice);
     std::smatch id;
     ASSERT_TRUE(std::regex_search(first, id, made)) << first;
     EXPECT_EQ(camera.query("select uuid from System"), id[1]);
-    ProcessResult factory =
-        run_process({"/usr/bin/sqlite3", camera.path("/usr/local/korvia/conf/default.db"), "select uuid from System"},
-                    {});
-    EXPECT_EQ(factory.out, std::string(id[1]) + "\n");
+    const std::string factory = camera.path("/usr/local/korvia/conf/default.db");
+    EXPECT_EQ(run_process({"/usr/bin/sqlite3", factory, "select uuid from System"}, {}).out, id[1].str() + "\n");
     // The main connection is closed once the identifier is stored: the rest
     // of this answer shows the fallbacks, and later callers are refused.
     EXPECT_NE(first.find("<model>Aldex IP Camera</model>"), std::string::npos);
@@ -178,13 +177,13 @@ TEST(Device, TheIdentifierIsMadeOnceAndClosesTheConnection) {
   Camera camera("update System set uuid='aaaaaaaaaaaaaaaa'");
   std::string factory = camera.path("/usr/local/korvia/conf/default.db");
   ASSERT_EQ(unlink(factory.c_str()), 0);
-  EXPECT_NE(camera.get("/PSIA/System/deviceInfo").find("<model>KTA3050</model>"), std::string::npos);
+  EXPECT_NE(camera.get(kDevice).find("<model>KTA3050</model>"), std::string::npos);
   EXPECT_NE(access(factory.c_str(), F_OK), 0);
   EXPECT_EQ(camera.get("/PSIA/index"), document_answer(golden("index.xml")));
 }
 
 TEST(Device, NameAndStatus) {
-  const char* uri = "/PSIA/System/deviceInfo";
+  const char* uri = kDevice;
   const char* name = "select DDNSHostname from Network";
   auto info = [](const std::string& elements) { return "<DeviceInfo>" + elements + "</DeviceInfo>"; };
   auto status = [](const std::string& uptime) {
@@ -236,7 +235,7 @@ TEST(Maintenance, UploadsAreStoredWholeOrNotAtAll) {
   for (const char* name : {"psia_firmware.dat", "psia_config.dat"}) {
     Camera camera;
     const std::string uri = name[5] == 'f' ? "/PSIA/System/updateFirmware" : "/PSIA/System/configurationData";
-    const std::string file = camera.path(std::string("/usr/local/httpd/htdocs/Web/updownload/") + name);
+    const std::string file = camera.path(kTransfer + name);
     std::string image(5000, 'i');
     image[100] = '\0';  // any bytes
     EXPECT_EQ(camera.put(uri, image), status_answer(uri, 1));
@@ -246,21 +245,15 @@ TEST(Maintenance, UploadsAreStoredWholeOrNotAtAll) {
     cut.content_length = "6000";
     EXPECT_EQ(camera.request(cut), status_answer(uri, 3));
     EXPECT_EQ(camera.put(uri, ""), status_answer(uri, 3));
-    struct stat info;
-    ASSERT_EQ(stat(file.c_str(), &info), 0);
-    EXPECT_EQ(info.st_size, 5000);
+    EXPECT_EQ(file_text(file), image);
     EXPECT_NE(access((file + ".part").c_str(), F_OK), 0);
   }
 }
 
 TEST(Maintenance, TheConfigurationDownloadSendsTheFileTheDaemonNames) {
   const char* uri = "/PSIA/System/configurationData";
-  const struct {
-    const char* name;     // what the daemon names
-    std::string content;  // written there
-    int status;           // the daemon's status
-    bool sent;
-  } cases[] = {
+  // What the daemon names, what is written there, the daemon's status, and whether it is sent.
+  const std::tuple<std::string, std::string, int, bool> cases[] = {
       {"large.cfg", std::string(2500, 'c'), 1, true},
       {"empty.cfg", "", 1, true},
       {"large.cfg", "x", 2, false},
@@ -269,19 +262,17 @@ TEST(Maintenance, TheConfigurationDownloadSendsTheFileTheDaemonNames) {
       {".", "", 1, false},
       {"fifo", "", 1, false},  // not a regular file: never opened to block
   };
-  for (const auto& c : cases) {
+  for (const auto& [name, content, status, sent] : cases) {
     Camera camera;
-    std::string path = camera.path(std::string("/usr/local/httpd/htdocs/Web/updownload/") + c.name);
-    if (std::string(c.name) == "fifo")
+    std::string path = camera.path(kTransfer + name);
+    if (name == "fifo")
       mkfifo(path.c_str(), 0600);
-    else if (c.sent || c.status != 1)
-      write_file(path, c.content);
-    camera.daemon().reply_texts.emplace(11, std::make_pair(0, std::string(c.name)));
-    camera.daemon().status[11] = c.status;
-    std::string expected =
-        "Content-Type: application/octet-stream\nContent-length: " + std::to_string(c.content.size()) + "\n\n" +
-        c.content;
-    EXPECT_EQ(camera.get(uri), c.sent ? expected : status_answer(uri, 3)) << c.name;
+    else if (sent || status != 1)
+      write_file(path, content);
+    camera.daemon().reply_texts.emplace(11, std::make_pair(0, name));
+    camera.daemon().status[11] = status;
+    std::string file = "Content-Type: application/octet-stream\nContent-length: " + std::to_string(content.size());
+    EXPECT_EQ(camera.get(uri), sent ? file + "\n\n" + content : status_answer(uri, 3)) << name;
     EXPECT_EQ(camera.commands(), std::vector<std::string>{"11"});
   }
   Camera camera;  // the simulator's own file
