@@ -234,6 +234,7 @@ void run_cases(const std::vector<Case>& cases) {
     SCOPED_TRACE(c.method + " " + c.uri + " " + c.query_string + " " + c.body.substr(0, 160));
     Camera camera(c.setup);
     for (const auto& [command, status] : c.daemon_status) camera.daemon().status[command] = status;
+    if (c.prepare) c.prepare(camera);
     std::string out = camera.send(c.method, c.uri, c.body, c.query_string);
     if (!c.answer.empty())
       EXPECT_EQ(out, c.answer);

@@ -122,9 +122,10 @@ struct Case {
   Case(std::string m, std::string u, std::string b = "")
       : method(std::move(m)), uri(std::move(u)), body(std::move(b)) {}
 
-  // The camera before the request: SQL on its database, and the status the
-  // daemon answers a command with.
+  // The camera before the request: SQL on its database, anything else done
+  // to it, and the status the daemon answers a command with.
   Case&& after(std::string sql) && { return setup = std::move(sql), std::move(*this); }
+  Case&& with(std::function<void(Camera&)> f) && { return prepare = std::move(f), std::move(*this); }
   Case&& daemon(int command, int code) && { return daemon_status.emplace_back(command, code), std::move(*this); }
   Case&& query(std::string text) && { return query_string = std::move(text), std::move(*this); }
   // The answer: a ResponseStatus code, the exact bytes, or none at all.
@@ -143,6 +144,7 @@ struct Case {
   std::vector<std::string> commands;
   std::vector<std::pair<std::string, std::string>> rows;
   std::vector<std::pair<int, int>> daemon_status;
+  std::function<void(Camera&)> prepare;
 };
 inline Case get(std::string uri) { return Case("GET", std::move(uri)); }
 inline Case put(std::string uri, std::string body = "") { return Case("PUT", std::move(uri), std::move(body)); }

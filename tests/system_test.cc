@@ -186,12 +186,12 @@ TEST(Device, NameAndStatus) {
   const char* uri = kDevice;
   const char* name = "select DDNSHostname from Network";
   auto info = [](const std::string& elements) { return "<DeviceInfo>" + elements + "</DeviceInfo>"; };
-  auto status = [](const std::string& uptime) {
-    return xml_answer(
-        psia_element("DeviceStatus", "<currentDeviceTime>2011-05-12T10:20:30</currentDeviceTime><deviceUpTime>" +
-                                         uptime + "</deviceUpTime>"));
+  const std::string n31(31, 'n'), status = "/PSIA/System/status";
+  auto up = [](const std::string& seconds) {
+    const std::string now = "<currentDeviceTime>2011-05-12T10:20:30</currentDeviceTime>";
+    return xml_answer(psia_element("DeviceStatus", now + "<deviceUpTime>" + seconds + "</deviceUpTime>"));
   };
-  const std::string n31(31, 'n');
+  auto uptime = [](std::string text) { return [text](Camera& c) { write_file(c.path("/proc/uptime"), text); }; };
   // clang-format off
   run_cases({
       put(uri, "<deviceinfo><deviceName>hall</deviceName><deviceName>lobby</deviceName></deviceinfo>").answers(1).leaves(name, "lobby"),
@@ -200,15 +200,13 @@ TEST(Device, NameAndStatus) {
       put(uri, "<DeviceInfo/>").answers(1).leaves(name, ""),
       put(uri, "<Device><deviceName>x</deviceName></Device>").answers(3).leaves(name, "camera-lobby"),
       put(uri, "<DeviceInfo><deviceName>x</deviceName>").answers(3),
-      get("/PSIA/System/status").answers(status("12345")),
+      get(status).answers(up("12345")),
+      get(status).with(uptime("2147483647.5 1\n")).answers(up("2147483647")),
+      get(status).with(uptime("")).answers(3),
+      get(status).with(uptime("abc def\n")).answers(3),
+      get(status).with(uptime("12345.67\n")).answers(3),
   });
   // clang-format on
-  for (const char* uptime : {"", "abc def\n", "12345.67\n", "2147483647.5 1\n"}) {
-    Camera camera;
-    write_file(camera.path("/proc/uptime"), uptime);
-    bool big = uptime[0] == '2';
-    EXPECT_EQ(camera.get("/PSIA/System/status"), big ? status("2147483647") : status_answer("/PSIA/System/status", 3));
-  }
 }
 
 TEST(Maintenance, RebootAndFactoryReset) {
@@ -251,30 +249,25 @@ TEST(Maintenance, UploadsAreStoredWholeOrNotAtAll) {
 }
 
 TEST(Maintenance, TheConfigurationDownloadSendsTheFileTheDaemonNames) {
-  const char* uri = "/PSIA/System/configurationData";
-  // What the daemon names, what is written there, the daemon's status, and whether it is sent.
-  const std::tuple<std::string, std::string, int, bool> cases[] = {
-      {"large.cfg", std::string(2500, 'c'), 1, true},
-      {"empty.cfg", "", 1, true},
-      {"large.cfg", "x", 2, false},
-      {"missing.cfg", "", 1, false},
-      {"", "", 1, false},  // the directory itself
-      {".", "", 1, false},
-      {"fifo", "", 1, false},  // not a regular file: never opened to block
+  static const char* uri = "/PSIA/System/configurationData";
+  // The daemon names `name` and answers `status`; `content` (null: none) was written there.
+  auto names = [](std::string name, int status, const char* content) {
+    return get(uri).daemon(11, status).sends({"11"}).with([=](Camera& c) {
+      if (name == "fifo") mkfifo(c.path(kTransfer + name).c_str(), 0600);
+      if (content != nullptr) write_file(c.path(kTransfer + name), content);
+      c.daemon().reply_texts.emplace(11, std::make_pair(0, name));
+    });
   };
-  for (const auto& [name, content, status, sent] : cases) {
-    Camera camera;
-    std::string path = camera.path(kTransfer + name);
-    if (name == "fifo")
-      mkfifo(path.c_str(), 0600);
-    else if (sent || status != 1)
-      write_file(path, content);
-    camera.daemon().reply_texts.emplace(11, std::make_pair(0, name));
-    camera.daemon().status[11] = status;
-    std::string file = "Content-Type: application/octet-stream\nContent-length: " + std::to_string(content.size());
-    EXPECT_EQ(camera.get(uri), sent ? file + "\n\n" + content : status_answer(uri, 3)) << name;
-    EXPECT_EQ(camera.commands(), std::vector<std::string>{"11"});
-  }
+  auto sent = [](const std::string& c) {
+    return "Content-Type: application/octet-stream\nContent-length: " + std::to_string(c.size()) + "\n\n" + c;
+  };
+  const std::string large(2500, 'c');
+  run_cases({names("large.cfg", 1, large.c_str()).answers(sent(large)), names("empty.cfg", 1, "").answers(sent("")),
+             names("large.cfg", 2, "x").answers(3), names("missing.cfg", 1, nullptr).answers(3),
+             names("", 1, nullptr).answers(3),  // the directory itself
+             names(".", 1, nullptr).answers(3),
+             names("fifo", 1, nullptr).answers(3)});  // not a regular file: never opened to block
+
   Camera camera;  // the simulator's own file
   EXPECT_EQ(camera.get(uri).rfind("Content-Type: application/octet-stream\nContent-length: 103\n\n# camera", 0), 0u);
 }

@@ -183,29 +183,26 @@ TEST(Ptz, TheLastAbsolutePositionIsRemembered) {
 
 TEST(Ptz, StatusDecodesThePositionFrame) {
   const char* uri = "/PSIA/PTZ/channels/0/status";
-  const std::pair<const char*, const char*> cases[] = {
-      {"FF0100A1004AFF2774044C", "<elevation>0</elevation><azimuth>179</azimuth><absoluteZoom>50</absoluteZoom>"},
-      {"FF0100A10095FF00000015", "<elevation>-90</elevation><azimuth>360</azimuth><absoluteZoom>0</absoluteZoom>"},
-      {"FF0100A10000004EE8", "<elevation>90</elevation><azimuth>0</azimuth><absoluteZoom>0</absoluteZoom>"},
-      {"FF0100A1000000277408980015", "<elevation>0</elevation><azimuth>0</azimuth><absoluteZoom>100</absoluteZoom>"},
+  auto frame = [](const std::string& hex) {
+    return [hex](Camera& c) {
+      c.daemon().position_frame.clear();
+      for (size_t i = 0; i < hex.size(); i += 2)
+        c.daemon().position_frame.push_back(std::stoi(hex.substr(i, 2), 0, 16));
+    };
   };
-  for (const auto& [frame, expected] : cases) {
-    Camera camera;
-    camera.daemon().position_frame.clear();
-    for (size_t i = 0; frame[i] != '\0'; i += 2)
-      camera.daemon().position_frame.push_back(
-          static_cast<unsigned char>(std::stoul(std::string(frame + i, 2), nullptr, 16)));
-    EXPECT_EQ(camera.get(uri),
-              xml_answer(psia_element("PTZStatus", "<Absolute>" + std::string(expected) + "</Absolute>")))
-        << frame;
-    EXPECT_EQ(camera.commands(), std::vector<std::string>{"65"});
-  }
-  Camera wrong;
-  wrong.daemon().position_frame = {0xFF, 0x01, 0x00, 0xA2};
-  EXPECT_EQ(wrong.get(uri), status_answer(uri, 3));
-  Camera silent;
-  silent.daemon().silent.insert(65);
-  EXPECT_EQ(silent.get(uri), status_answer(uri, 3));
+  auto at = [](const std::string& a) {
+    return xml_answer(psia_element("PTZStatus", "<Absolute>" + a + "</Absolute>"));
+  };
+  // clang-format off
+  run_cases({
+      get(uri).with(frame("FF0100A1004AFF2774044C")).answers(at("<elevation>0</elevation><azimuth>179</azimuth><absoluteZoom>50</absoluteZoom>")).sends({"65"}),
+      get(uri).with(frame("FF0100A10095FF00000015")).answers(at("<elevation>-90</elevation><azimuth>360</azimuth><absoluteZoom>0</absoluteZoom>")).sends({"65"}),
+      get(uri).with(frame("FF0100A10000004EE8")).answers(at("<elevation>90</elevation><azimuth>0</azimuth><absoluteZoom>0</absoluteZoom>")).sends({"65"}),
+      get(uri).with(frame("FF0100A1000000277408980015")).answers(at("<elevation>0</elevation><azimuth>0</azimuth><absoluteZoom>100</absoluteZoom>")).sends({"65"}),
+      get(uri).with(frame("FF0100A2")).answers(3).sends({"65"}),  // not a position
+      get(uri).with([](Camera& c) { c.daemon().silent.insert(65); }).answers(3).sends({"65"}),
+  });
+  // clang-format on
 }
 
 }  // namespace
