@@ -231,7 +231,7 @@ void Camera::fill_request_queue() {
 
 void run_cases(const std::vector<Case>& cases) {
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.method + " " + c.uri + " " + c.query_string + " " + c.body.substr(0, 160));
+    SCOPED_TRACE(c.method + " " + c.uri + " " + c.query_string + " " + c.body.substr(0, 160) + " after " + c.setup);
     Camera camera(c.setup);
     for (const auto& [command, status] : c.daemon_status) camera.daemon().status[command] = status;
     if (c.prepare) c.prepare(camera);
@@ -240,8 +240,10 @@ void run_cases(const std::vector<Case>& cases) {
       EXPECT_EQ(out, c.answer);
     else if (c.status != 0)
       EXPECT_EQ(out, c.status < 0 ? "" : status_answer(c.uri, c.status));
-    else
+    else if (c.present.empty())
       ADD_FAILURE() << "a case without an expected answer";
+    for (const std::string& part : c.present) EXPECT_NE(out.find(part), std::string::npos) << part;
+    for (const std::string& part : c.missing) EXPECT_EQ(out.find(part), std::string::npos) << part;
     EXPECT_EQ(camera.commands(), c.commands);
     for (const auto& [sql, expected] : c.rows) EXPECT_EQ(camera.rows(sql), expected) << sql;
   }

@@ -132,6 +132,10 @@ struct Case {
   Case&& answers(int code) && { return status = code, std::move(*this); }
   Case&& answers(std::string bytes) && { return answer = std::move(bytes), std::move(*this); }
   Case&& answers_nothing() && { return status = -1, std::move(*this); }
+  // Or an answer holding each of `parts`, and none of `absent`.
+  Case&& holds(std::vector<std::string> parts, std::vector<std::string> absent = {}) && {
+    return present = std::move(parts), missing = std::move(absent), std::move(*this);
+  }
   // The commands the daemon got, as Camera::commands() shows them; none
   // unless given.
   Case&& sends(std::vector<std::string> expected) && { return commands = std::move(expected), std::move(*this); }
@@ -141,7 +145,7 @@ struct Case {
   std::string method, uri, body;
   std::string setup, query_string, answer;
   int status = 0;
-  std::vector<std::string> commands;
+  std::vector<std::string> commands, present, missing;
   std::vector<std::pair<std::string, std::string>> rows;
   std::vector<std::pair<int, int>> daemon_status;
   std::function<void(Camera&)> prepare;
