@@ -1,6 +1,5 @@
-// The Event branch: the trigger and its notifications, the schedule, the
-// notification destinations and the combined event document. No command
-// goes to the control daemon: the event daemon reads the tables itself.
+// The Event branch: the trigger and its notifications, the schedule, the notification destinations and the combined
+// event document. No command goes to the control daemon: the event daemon reads the tables itself.
 #include <gtest/gtest.h>
 
 #include "harness.h"
@@ -113,8 +112,7 @@ TEST(EventSchedule, DocumentAndTheCamerasRules) {
       arm(block(9, "01:00:00", "02:00:00"), "0|2400|0"),  // no such day
       arm(block(0, "01:00:00", "02:00:00"), "0|2400|0"),
       arm(block(7, "06:00:00", "07:30:00"), "1|600|3000"),
-      // Hours beyond any clock: a begin past 24 is not taken; the end is
-      // bounded so the stored time cannot overflow.
+      // Hours beyond any clock: a begin past 24 is not taken; the end is bounded so the stored time cannot overflow.
       arm(block(6, "99999999:00:00", "00:99999999"), "64|2400|2147483600"),
       put(uri, "<Schedule/>").answers(3),
       put(uri, "<EventSchedule/>").after(kEventUnchangeable).answers(3),

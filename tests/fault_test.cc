@@ -1,8 +1,6 @@
-// What the camera's environment and hostile clients can do: a database
-// locked by the camera's other processes, a slow, silent or late daemon,
-// a full disk, and texts made to change a statement, a format or the
-// parser. Each costs at most its bounded wait and one clear answer; the
-// next request is served as usual.
+// What the camera's environment and hostile clients can do: a database locked by the camera's other processes, a
+// slow, silent or late daemon, a full disk, and texts made to change a statement, a format or the parser. Each costs
+// at most its bounded wait and one clear answer; the next request is served as usual.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
@@ -51,8 +49,7 @@ void daemon_names(Camera& camera, const char* name) {
                                                          std::string(name)));
 }
 
-// A zoneinfo directory of the camera's own, holding `entry` as the zone
-// the database names.
+// A zoneinfo directory of the camera's own, holding `entry` as the zone the database names.
 void plant_zone(Camera& camera, const std::function<void(const std::string&)>& entry) {
   std::string zoneinfo = camera.path("/usr/share/zoneinfo");
   fs::remove(zoneinfo);
@@ -61,9 +58,8 @@ void plant_zone(Camera& camera, const std::function<void(const std::string&)>& e
   camera.exec("update DateTime set TimeZone='Planted'");
 }
 
-// One fault of the camera's environment, the request made under it, and
-// what that request must cost: its answer and the camera time it took.
-// After it, the next ordinary request is served as usual.
+// One fault of the camera's environment, the request made under it, and what that request must cost: its answer and
+// the camera time it took. After it, the next ordinary request is served as usual.
 struct EnvironmentFault {
   const char* what;
   std::function<std::shared_ptr<void>(Camera&)> make;  // what it returns lasts until the next request
@@ -190,8 +186,8 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
   }
 }
 
-// Replies are matched by process alone: a late reply waits in the queue and
-// is taken by the next exchange, whose own reply answers the one after.
+// Replies are matched by process alone: a late reply waits in the queue and is taken by the next exchange, whose own
+// reply answers the one after.
 TEST(Fault, ALateReplyAnswersTheNextExchange) {
   Camera late;
   late.daemon().delay_ms[8] = 5600;
@@ -206,14 +202,12 @@ TEST(Fault, ALateReplyAnswersTheNextExchange) {
   EXPECT_EQ(late.commands(), (std::vector<std::string>{"8", "41", "8"}));
 }
 
-// A transient failure to load the XML library (no descriptor left) is not
-// remembered: the next document loads it.
+// A transient failure to load the XML library (no descriptor left) is not remembered: the next document loads it.
 TEST(Fault, TheXmlLibraryIsLoadedAgainAfterAFailure) {
   if (dlopen("libxml2.so.2", RTLD_NOW | RTLD_NOLOAD) != nullptr) GTEST_SKIP() << "already loaded in this process";
   Camera camera;
   {
-    // Only the load runs short of descriptors: the sanitizers' own checks
-    // need some.
+    // Only the load runs short of descriptors: the sanitizers' own checks need some.
     int lowest_free = dup(0);
     close(lowest_free);
     Limit no_descriptor(RLIMIT_NOFILE, static_cast<rlim_t>(lowest_free));

@@ -1,5 +1,5 @@
-// The request frame: authentication, routing, the catalogue, bodies that
-// cannot be read, start-up, and the real executable as a CGI program.
+// The request frame: authentication, routing, the catalogue, bodies that cannot be read, start-up, and the real
+// executable as a CGI program.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -190,8 +190,7 @@ TEST(Startup, ThePtzBranchOpensOnlyWithPtzSupportTwo) {
              get(uri).after("delete from Spec2").answers(4)});
 }
 
-// The executable itself, as the web server runs it: as a CGI program, and
-// refusing to start without its database.
+// The executable itself, as the web server runs it: as a CGI program, and refusing to start without its database.
 TEST(Executable, ServesOneRequestAsACgiProgram) {
   Camera camera;
   std::vector<std::string> env = {"REQUEST_METHOD=GET", "REQUEST_URI=/PSIA/index",

@@ -1,6 +1,5 @@
-// The login guard and the audit trail: lock-outs by client address on a
-// clock the test sets, the lines the audit trail writes (through a test
-// sink, and once through a real syslog socket from the executable).
+// The login guard and the audit trail: lock-outs by client address on a clock the test sets, the lines the audit
+// trail writes (through a test sink, and once through a real syslog socket from the executable).
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 #include <sys/socket.h>
@@ -18,8 +17,7 @@ namespace {
 const int64_t kSecond = 1000000;
 
 TEST(LoginGuard, LocksOutAfterTheThresholdAndDoublesUpToFifteenMinutes) {
-  // Each step: failures from an address at a time, and whether it is then
-  // locked.
+  // Each step: failures from an address at a time, and whether it is then locked.
   struct Step {
     const char* address;
     int failures;  // -1: a successful login
@@ -68,8 +66,8 @@ TEST(LoginGuard, ALockedAddressIsRefusedWithoutTheDatabaseAndTheTrailRecordsIt) 
   Camera camera;
   for (int i = 0; i < 10; ++i) camera.request(get_as("/PSIA/index", basic_authorization("admin", "nope")));
   {
-    // The right password is refused as well, with the same bytes, and the
-    // database is not asked: a lock held on it costs no wait.
+    // The right password is refused as well, with the same bytes, and the database is not asked: a lock held on it
+    // costs no wait.
     DatabaseLock lock(camera, "begin exclusive");
     EXPECT_EQ(camera.get("/PSIA/index").rfind("Status: 401 Unauthorized\n", 0), 0u);
     EXPECT_EQ(camera.clock().now_us, 0);
@@ -131,8 +129,7 @@ TEST(Audit, TheExecutableWritesToTheSystemLogger) {
   char datagram[2048];
   for (ssize_t n; (n = recv(logger, datagram, sizeof datagram, MSG_DONTWAIT)) > 0;) {
     std::string line(datagram, static_cast<size_t>(n));
-    // "<PRI>Mmm dd hh:mm:ss psia-responder[pid]: text": the clock and the
-    // process id vary.
+    // "<PRI>Mmm dd hh:mm:ss psia-responder[pid]: text": the clock and the process id vary.
     size_t tag = line.find(" psia-responder[");
     got.push_back(line.substr(0, line.find('>') + 1) + line.substr(line.find("]: ", tag) + 3));
   }

@@ -26,8 +26,8 @@ namespace psia_test {
 
 namespace {
 
-// One camera root per test binary, made by the project's own script, with
-// the host files it links replaced by fixed ones; removed at exit.
+// One camera root per test binary, made by the project's own script, with the host files it links replaced by fixed
+// ones; removed at exit.
 struct TemplateRoot {
   TemplateRoot() {
     char name[] = "/tmp/psia-template-XXXXXX";
@@ -277,8 +277,8 @@ std::string golden(const std::string& name) {
   std::ifstream in(std::string(PSIA_SOURCE_DIR) + "/tests/golden/" + name, std::ios::binary);
   if (!in) throw std::runtime_error("no golden document " + name);
   std::string text(std::istreambuf_iterator<char>(in), {});
-  // Host-specific values stand as ${NAME} in the documents: eth0 of the
-  // machine the tests run on, as the responder reads it.
+  // Host-specific values stand as ${NAME} in the documents: eth0 of the machine the tests run on, as the responder
+  // reads it.
   psia::Log log;
   log.set_stream(nullptr);
   char ip[psia::kIpv4TextSize], mask[psia::kIpv4TextSize], mac[18];

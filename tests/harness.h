@@ -1,10 +1,8 @@
-// The request-level harness: a camera made fresh for each test (its own
-// root, database and control daemon simulator) served in this process
-// through the responder's own request entry, the one the fuzz targets use.
+// The request-level harness: a camera made fresh for each test (its own root, database and control daemon simulator)
+// served in this process through the responder's own request entry, the one the fuzz targets use.
 //
-// Time is the test's: the camera's clock reads 2011-05-12T10:20:30 UTC,
-// and every wait (the busy handler, the control daemon) advances a virtual
-// clock and serves the simulator instead of sleeping.
+// Time is the test's: the camera's clock reads 2011-05-12T10:20:30 UTC, and every wait (the busy handler, the control
+// daemon) advances a virtual clock and serves the simulator instead of sleeping.
 #ifndef PSIA_TESTS_HARNESS_H
 #define PSIA_TESTS_HARNESS_H
 
@@ -55,8 +53,7 @@ struct ProcessResult {
   std::string err;
   int exit_status = -1;  // -1 when it died of a signal
 };
-// Runs argv with exactly `env` (and the sanitizer settings of this
-// process), feeding `input` on its standard input.
+// Runs argv with exactly `env` (and the sanitizer settings of this process), feeding `input` on its standard input.
 ProcessResult run_process(const std::vector<std::string>& argv, std::vector<std::string> env,
                           const std::string& input = "");
 
@@ -72,24 +69,20 @@ class Camera {
   std::string put(const std::string& uri, const std::string& body) { return send("PUT", uri, body); }
   std::string send(const std::string& method, const std::string& uri, const std::string& body = "",
                    const std::string& query = "");
-  // Runs the executable as a CGI program on this camera, with `cgi` added
-  // to its environment.
+  // Runs the executable as a CGI program on this camera, with `cgi` added to its environment.
   ProcessResult run_cgi(const std::vector<std::string>& cgi, const std::string& input = "") const;
 
-  // The first cell of a query on the database ("" when none), or every
-  // row joined by "|" columns and "\n" rows.
+  // The first cell of a query on the database ("" when none), or every row joined by "|" columns and "\n" rows.
   std::string query(const std::string& sql) const;
   std::string rows(const std::string& sql) const;
   void exec(const std::string& sql) const;
   std::string path(const std::string& absolute) const { return root_ + absolute; }
 
-  // The control daemon: what it is told to do, and the commands it got as
-  // "code fields" lines.
+  // The control daemon: what it is told to do, and the commands it got as "code fields" lines.
   psia::SimOptions& daemon() { return sim_->options(); }
   std::vector<std::string> commands() const;
   psia::ControlSimulator& simulator() { return *sim_; }
-  // Fills the daemon's request queue to the brim, as commands pile up
-  // before a daemon that stopped reading.
+  // Fills the daemon's request queue to the brim, as commands pile up before a daemon that stopped reading.
   void fill_request_queue();
 
   psia::request_context& ctx() { return *ctx_; }
@@ -106,8 +99,7 @@ class Camera {
   std::vector<std::string> syslog_;
 };
 
-// Another process's connection to the camera's database, holding the lock
-// `begin` takes until released or destroyed.
+// Another process's connection to the camera's database, holding the lock `begin` takes until released or destroyed.
 struct DatabaseLock {
   DatabaseLock(const Camera& camera, const char* begin);
   ~DatabaseLock();
@@ -115,15 +107,14 @@ struct DatabaseLock {
   sqlite3* db = nullptr;
 };
 
-// One row of a request table: a request to a fresh camera, and everything
-// it must leave behind:
+// One row of a request table: a request to a fresh camera, and everything it must leave behind:
 //   put(uri, body).after(sql).daemon(3, 2).answers(1).sends({"94"}).leaves(query, rows)
 struct Case {
   Case(std::string m, std::string u, std::string b = "")
       : method(std::move(m)), uri(std::move(u)), body(std::move(b)) {}
 
-  // The camera before the request: SQL on its database, anything else done
-  // to it, and the status the daemon answers a command with.
+  // The camera before the request: SQL on its database, anything else done to it, and the status the daemon answers a
+  // command with.
   Case&& after(std::string sql) && { return setup = std::move(sql), std::move(*this); }
   Case&& with(std::function<void(Camera&)> f) && { return prepare = std::move(f), std::move(*this); }
   Case&& daemon(int command, int code) && { return daemon_status.emplace_back(command, code), std::move(*this); }
@@ -136,8 +127,7 @@ struct Case {
   Case&& holds(std::vector<std::string> parts, std::vector<std::string> absent = {}) && {
     return present = std::move(parts), missing = std::move(absent), std::move(*this);
   }
-  // The commands the daemon got, as Camera::commands() shows them; none
-  // unless given.
+  // The commands the daemon got, as Camera::commands() shows them; none unless given.
   Case&& sends(std::vector<std::string> expected) && { return commands = std::move(expected), std::move(*this); }
   // A query afterwards and the rows it must give, as Camera::rows() shows them.
   Case&& leaves(std::string sql, std::string expected) && { return rows.emplace_back(sql, expected), std::move(*this); }

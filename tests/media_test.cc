@@ -1,5 +1,5 @@
-// The media branches: the video input, the audio channel, the streaming
-// channel documents and updates, and the streaming status.
+// The media branches: the video input, the audio channel, the streaming channel documents and updates, and the
+// streaming status.
 #include <gtest/gtest.h>
 
 #include "harness.h"
@@ -82,8 +82,7 @@ TEST(StreamingChannel, DocumentsFollowTheStoredValues) {
       get(list).after(off).answers(3),
       get(slave).after(off).answers(3),
       get("/PSIA/Streaming/channels/1/capabilities").after(off).answers(3),
-      // No rows: the camera's defaults, with each document's own default
-      // mains frequency.
+      // No rows: the camera's defaults, with each document's own default mains frequency.
       get(slave).after(none).holds({"<channelName>Slave stream", "H.264", "<videoResolutionWidth>704<", "<videoResolutionHeight>480<",
                                     "<fixedQuality>50<", "<vbrUpperCap>10240</vbrUpperCap>", "<maxFrameRate>1500<", "<keyFrameInterval>1000<"}),
       get(list).after(none).holds({"<videoResolutionHeight>576<"}),
@@ -150,8 +149,8 @@ TEST(StreamingUpdate, ElementsBecomeTheStoredCodesOfEachWriter) {
       video("<videoResolutionWidth>352</videoResolutionWidth><videoResolutionHeight>144</videoResolutionHeight>", "1|1|3|1|2048|2|15|30"),
       video("<videoResolutionHeight>112</videoResolutionHeight><videoResolutionWidth>640</videoResolutionWidth>", "1|1|0|1|2048|2|15|30"),
       video("<videoQualityControlType>cbr</videoQualityControlType><constantBitRate>999</constantBitRate><maxFrameRate>50</maxFrameRate>", "1|1|0|0|999|2|0|30"),
-      // The body's id names the stream; the path's does not. Everything the
-      // body leaves out is written at its default (GOP size kept).
+      // The body's id names the stream; the path's does not. Everything the body leaves out is written at its default
+      // (GOP size kept).
       put(uri, "<StreamingChannel><id>2</id></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15").leaves(kAudio, "0|2").leaves("select RTSPPort from Services", "554"),
       put(uri, "<StreamingChannel><id>slave-0x</id><enabled>TRUE</enabled></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15"),
       audio("<enabled>true</enabled><audioCompressionType>G.711alaw</audioCompressionType>", "0|1"),
@@ -163,8 +162,8 @@ TEST(StreamingUpdate, ElementsBecomeTheStoredCodesOfEachWriter) {
       // A list or a POST writes both streams; the other is reset.
       put(list, "<StreamingChannelList><StreamingChannel><id>1</id><enabled>false</enabled></StreamingChannel></StreamingChannelList>").answers(1).sends({"4 master=1", "4 master=1", "3 value=0", "46"}).leaves(kStream, "0|1|0|1|2048|2|15|30\n1|1|0|1|2048|2|15|15"),
       post(list, "<StreamingChannel><enabled>false</enabled><id>2</id><Video><maxFrameRate>500</maxFrameRate></Video></StreamingChannel>").answers(1).sends({"4 master=0", "4 master=0", "3 value=0", "46"}).leaves(kStream, "0|1|0|1|2048|2|15|30\n1|1|0|1|2048|2|5|15"),
-      // Refused: a pretty-printed list (its first child is text), a wrong
-      // root, malformed XML. Nothing stored, nothing sent.
+      // Refused: a pretty-printed list (its first child is text), a wrong root, malformed XML. Nothing stored,
+      // nothing sent.
       put(list, "<StreamingChannelList>\n  <StreamingChannel/>\n</StreamingChannelList>").answers(3).leaves(kStream, kSeededStreams),
       put(list, "<StreamingChannelList/>").answers(3),
       put(list, "<StreamingChannel/>").answers(3),

@@ -1,5 +1,4 @@
-// The System branch: time, time zone and NTP server, device information and
-// status, and the maintenance operations.
+// The System branch: time, time zone and NTP server, device information and status, and the maintenance operations.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -75,8 +74,8 @@ TEST(Time, DocumentsShowModeClockAndZoneAndChangesAreSent) {
   // clang-format on
 }
 
-// Past January 2038 (a 32-bit time_t ends there): the camera's clock is
-// read, shown and sent, and a manual time normalised, as before it.
+// Past January 2038 (a 32-bit time_t ends there): the camera's clock is read, shown and sent, and a manual time
+// normalised, as before it.
 TEST(Time, DatesPast2038) {
   Camera camera;
   camera.clock().wall_start = 2214129600;  // 2040-02-29T12:00:00Z
@@ -168,8 +167,8 @@ TEST(Device, TheIdentifierIsMadeOnceAndClosesTheConnection) {
     EXPECT_EQ(camera.query("select uuid from System"), id[1]);
     const std::string factory = camera.path("/usr/local/korvia/conf/default.db");
     EXPECT_EQ(run_process({"/usr/bin/sqlite3", factory, "select uuid from System"}, {}).out, id[1].str() + "\n");
-    // The main connection is closed once the identifier is stored: the rest
-    // of this answer shows the fallbacks, and later callers are refused.
+    // The main connection is closed once the identifier is stored: the rest of this answer shows the fallbacks, and
+    // later callers are refused.
     EXPECT_NE(first.find("<model>Aldex IP Camera</model>"), std::string::npos);
     EXPECT_EQ(camera.get("/PSIA/index").rfind("Status: 401", 0), 0u);
   }

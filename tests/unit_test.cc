@@ -1,7 +1,6 @@
-// The pieces with logic of their own, tested directly: credentials, the
-// text buffer and the bounded copies at their edges (the sanitizer build
-// sees a byte written past a field), the small parsers, the time zone
-// checks and table, and the PTZ frames.
+// The pieces with logic of their own, tested directly: credentials, the text buffer and the bounded copies at their
+// edges (the sanitizer build sees a byte written past a field), the small parsers, the time zone checks and table,
+// and the PTZ frames.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -67,8 +66,8 @@ TEST(Credentials, SplitAtColonsAsTheCameraAlwaysHas) {
 }
 
 TEST(TextBuffer, KeepsExactlyWhatWasFormattedAtEveryLength) {
-  // Lengths around the step, each appended to a buffer already holding
-  // `before` bytes: the room filled exactly, by one more, and far beyond.
+  // Lengths around the step, each appended to a buffer already holding `before` bytes: the room filled exactly, by
+  // one more, and far beyond.
   for (size_t before : {0, 1, 1000}) {
     for (size_t size : {1023, 1024, 1025, 2048, 5000}) {
       text_buffer doc;
@@ -232,8 +231,8 @@ TEST(Answers, AFileShorterThanAnnouncedEndsTheCopy) {
 }
 
 TEST(Store, StatementsLeavingTheCacheAreFinalized) {
-  // More distinct statements than the cache holds: each one evicted must
-  // be finalized (the leak check sees it otherwise), and any can come back.
+  // More distinct statements than the cache holds: each one evicted must be finalized (the leak check sees it
+  // otherwise), and any can come back.
   SystemClock clock;
   char name[] = "/tmp/psia-store-XXXXXX";
   UniqueFd fd(mkstemp(name));

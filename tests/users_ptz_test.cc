@@ -1,5 +1,4 @@
-// The user accounts, and the PTZ branch: channel, presets, motion and
-// status.
+// The user accounts, and the PTZ branch: channel, presets, motion and status.
 #include <gtest/gtest.h>
 
 #include "harness.h"
@@ -172,8 +171,8 @@ TEST(Ptz, TheLastAbsolutePositionIsRemembered) {
   camera.put(a, position);
   camera.put(a, position);                                        // neither again
   camera.put(a, "<PTZData><elevation>20</elevation></PTZData>");  // the azimuth kept
-  // Without a position, "not given" differs from the last one sent: the
-  // remembered position goes again, then the zoom (0 differs from 50).
+  // Without a position, "not given" differs from the last one sent: the remembered position goes again, then the zoom
+  // (0 differs from 50).
   camera.put(a, "<PTZData><absolutezoom>0</absolutezoom></PTZData>");
   EXPECT_EQ(camera.commands(),
             (std::vector<std::string>{"63 frame=E50100CF7F254429682E", "63 frame=E50100CD0005CB83",
