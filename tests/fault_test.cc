@@ -10,9 +10,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <functional>
-#include <iterator>
-#include <memory>
 
 #include "harness.h"
 

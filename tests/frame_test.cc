@@ -5,7 +5,6 @@
 
 #include <fstream>
 
-#include "frame/request_loop.h"
 #include "frame/routing.h"
 #include "frame/startup.h"
 #include "harness.h"

@@ -1,10 +1,9 @@
 #!/usr/bin/env bash
-# The installed init script as the camera runs it (`busybox sh`, BusyBox's
-# applets first in PATH) against the built responder, a camera root and a
-# control daemon simulator of its own, in a temporary directory. Both modes:
-# spawn-fcgi (start, status, a crash, restart, stop, stale and empty pid
-# files, a failed start) and lighttpd spawning the responder. Exits 77
-# (skipped) without busybox or spawn-fcgi.  Usage: tests/init_script_test.sh BUILD_DIR
+# The installed init script as the camera runs it (`busybox sh`, BusyBox's applets first in PATH) against
+# the built responder, a camera root and a control daemon simulator of its own, in a temporary directory.
+# Both modes: spawn-fcgi (start, status, a crash, restart, stop, stale and empty pid files, a failed
+# start) and lighttpd spawning the responder. Exits 77 (skipped) without busybox or spawn-fcgi.
+#   tests/init_script_test.sh BUILD_DIR
 set -uo pipefail
 build=$(cd "$1" && pwd)
 cd "$(dirname "$0")/.."

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <map>
-#include <string>
 
 #include "frame/authentication.h"
 #include "io/answer.h"
