@@ -55,8 +55,7 @@ TEST(LoginGuard, LocksOutAfterTheThresholdAndDoublesUpToFifteenMinutes) {
 
 TEST(LoginGuard, AFloodOfAddressesIsForgottenNotKept) {
   psia::LoginGuard guard(2, 60);
-  guard.failed("locked", 0);
-  guard.failed("locked", 0);
+  for (int i = 0; i < 2; ++i) guard.failed("locked", 0);
   for (int i = 0; i < 1000; ++i) guard.failed("10.0." + std::to_string(i), 1 + i);
   EXPECT_EQ(guard.size(), psia::LoginGuard::kAddresses);
   EXPECT_TRUE(guard.locked("locked", 2000));  // spared while others can go
@@ -85,13 +84,11 @@ TEST(LoginGuard, ALockedAddressIsRefusedWithoutTheDatabaseAndTheTrailRecordsIt) 
 }
 
 TEST(Audit, RequestTextsNeverSplitOrForgeALine) {
+  // clang-format off
   const std::pair<std::string, std::string> cases[] = {
-      {"plain", "plain"},
-      {"a\nb\rc\x01\x7f", "a\\x0ab\\x0dc\\x01\\x7f"},
-      {"\"quoted\" \\", "\\\"quoted\\\" \\\\"},
-      {"caf\xc3\xa9", "caf\\xc3\\xa9"},
-      {std::string(200, 'x'), std::string(64, 'x') + "..."},
-  };
+      {"plain", "plain"}, {"a\nb\rc\x01\x7f", "a\\x0ab\\x0dc\\x01\\x7f"}, {"\"quoted\" \\", "\\\"quoted\\\" \\\\"},
+      {"caf\xc3\xa9", "caf\\xc3\\xa9"}, {std::string(200, 'x'), std::string(64, 'x') + "..."}};
+  // clang-format on
   for (const auto& [text, shown] : cases) EXPECT_EQ(psia::printable(text.c_str(), 64), shown);
   Camera camera;
   camera.ctx().guard = psia::LoginGuard(0, 0);
@@ -108,11 +105,9 @@ TEST(Audit, RequestTextsNeverSplitOrForgeALine) {
 
 TEST(Audit, TheExecutableWritesToTheSystemLogger) {
   Camera camera;
-  std::string socket_path = camera.path("/dev/log");
   int logger = socket(AF_UNIX, SOCK_DGRAM, 0);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::snprintf(address.sun_path, sizeof address.sun_path, "%s", socket_path.c_str());
+  sockaddr_un address{AF_UNIX, {}};
+  std::snprintf(address.sun_path, sizeof address.sun_path, "%s", camera.path("/dev/log").c_str());
   ASSERT_EQ(bind(logger, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
   const std::string body = "<DeviceInfo><deviceName>hall</deviceName></DeviceInfo>";
   auto run = [&](const char* password) {
@@ -121,8 +116,7 @@ TEST(Audit, TheExecutableWritesToTheSystemLogger) {
                     "HTTP_AUTHORIZATION=" + basic_authorization("admin", password)},
                    body);
   };
-  run("guess");
-  run("admin");
+  for (const char* password : {"guess", "admin"}) run(password);
   unlink(camera.path("/usr/local/korvia/kkorvia.db").c_str());
   run("admin");
   std::vector<std::string> got;
