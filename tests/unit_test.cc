@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <map>
+#include <tuple>
 
 #include "frame/authentication.h"
 #include "io/answer.h"
@@ -24,14 +25,14 @@ using namespace psia;
 
 namespace {
 
-TEST(Credentials, Base64DecodesLikeRfc4648AndSkipsEverythingElse) {
+TEST(Credentials, Base64DecodesLikeRfc4648AndTheDecodedSplitAtColonsAsTheCameraAlwaysHas) {
   // Unpadded, and broken by line ends and blanks, too.
   // clang-format off
-  const std::pair<const char*, std::string> cases[] = {
+  const std::pair<const char*, std::string> texts[] = {
       {"", ""}, {"YWRtaW46YWRtaW4=", "admin:admin"}, {"YWRtaW46YWRtaW4", "admin:admin"}, {"YWRt\r\naW46\nYWRt aW4=", "admin:admin"},
       {"Zm9vYmE=", "fooba"}, {"+/+/", std::string("\xfb\xff\xbf", 3)}, {"!!!@@@", ""}};
   // clang-format on
-  for (const auto& [text, expected] : cases) {
+  for (const auto& [text, expected] : texts) {
     unsigned char out[128];
     int n = base64_decode(text, out, sizeof out);
     EXPECT_EQ(std::string(reinterpret_cast<char*>(out), n), expected) << text;
@@ -40,13 +41,9 @@ TEST(Credentials, Base64DecodesLikeRfc4648AndSkipsEverythingElse) {
   std::memset(small, 0xEE, sizeof small);
   EXPECT_EQ(base64_decode("Zm9vYmFyZm9vYmFy", small, 4), 4);
   EXPECT_EQ(small[4], 0xEE);  // never past its capacity
-}
-
-TEST(Credentials, SplitAtColonsAsTheCameraAlwaysHas) {
   const std::string u31(31, 'u'), p31(31, 'p');
-  const struct {
-    std::string decoded, user, password;
-  } cases[] = {
+  const std::tuple<std::string, std::string, std::string> splits[] = {
+      // decoded, user, password
       {"admin:secret", "admin", "secret"},
       {"admin", "admin", ""},  // no colon: all user name
       {":pw", "", "pw"},
@@ -55,12 +52,11 @@ TEST(Credentials, SplitAtColonsAsTheCameraAlwaysHas) {
       {u31 + ":" + p31, u31, p31},
       {std::string(40, 'u') + ":" + std::string(32, 'p'), u31, p31},
   };
-  for (const auto& c : cases) {
+  for (const auto& [decoded, user, password] : splits) {
     credentials who;
-    split_credentials(reinterpret_cast<const unsigned char*>(c.decoded.data()), static_cast<int>(c.decoded.size()),
-                      &who);
-    EXPECT_EQ(who.user, c.user) << c.decoded;
-    EXPECT_EQ(who.password, c.password) << c.decoded;
+    split_credentials(reinterpret_cast<const unsigned char*>(decoded.data()), static_cast<int>(decoded.size()), &who);
+    EXPECT_EQ(who.user, user) << decoded;
+    EXPECT_EQ(who.password, password) << decoded;
   }
 }
 
@@ -101,7 +97,7 @@ TEST(BoundedCopy, KeepsSizeMinusOneCharacters) {
   EXPECT_EQ(times_wrapped(2147483647, 100), -100);  // as 32-bit arithmetic wraps
 }
 
-TEST(Parsers, DottedQuadsAndContentLengths) {
+TEST(Parsers, DottedQuadsContentLengthsAndLines) {
   uint32_t value = 0;
   ASSERT_EQ(parse_ipv4_text("192.168.1.20", &value, 1), 1);
   EXPECT_EQ(value, 192u | 168u << 8 | 1u << 16 | 20u << 24);
@@ -110,13 +106,10 @@ TEST(Parsers, DottedQuadsAndContentLengths) {
   ASSERT_EQ(parse_ipv4_text("0.0.2.300", &value, 0), 1);
   EXPECT_EQ(value, 812u);  // not range-checked: 300 spills into the next byte
   for (const char* bad : {"1.2.3", "a.b.c.d", "", "1..2.3"}) EXPECT_EQ(parse_ipv4_text(bad, &value, 0), 0) << bad;
-  EXPECT_EQ(parse_content_length("42"), 42);
-  EXPECT_EQ(parse_content_length(nullptr), -1);
-  EXPECT_EQ(parse_content_length("x"), -1);
-  EXPECT_EQ(parse_content_length("99999999999999999999"), -1);
-}
-
-TEST(Parsers, LinesAreHandedOutAsFgetsWould) {
+  for (const auto& [text, length] :
+       {std::pair<const char*, int>{"42", 42}, {nullptr, -1}, {"x", -1}, {"99999999999999999999", -1}})
+    EXPECT_EQ(parse_content_length(text), length);
+  // Lines are handed out as fgets would.
   std::string text = "abcdefgh\nij\n\nk";
   LineReader lines(text);
   char line[5];
@@ -125,7 +118,7 @@ TEST(Parsers, LinesAreHandedOutAsFgetsWould) {
   EXPECT_EQ(got, (std::vector<std::string>{"abcd", "efgh", "\n", "ij\n", "\n", "k"}));
 }
 
-TEST(TimeZones, FaultsAreReportedByStage) {
+TEST(TimeZones, ChecksByStageTheZoneFilesLastLineAndTheTable) {
   // clang-format off
   const std::vector<std::pair<int, std::vector<const char*>>> stages = {
       {0, {"", "UTC0", "NPT-5:45", "EST+5EDT+4:00:00,J60/2,300/1:30:59", "AMT4AMST,M11.1.0/0,M2.5.0/0"}},
@@ -139,41 +132,26 @@ TEST(TimeZones, FaultsAreReportedByStage) {
       {-10, {"EST5EDT,M13.2.0,M11.1.0", "EST5EDT,M3.6.0,M11.1.0", "EST5EDT,M3.2.7,M11.1.0", "EST5EDT,J0,J365", "EST5EDT,1,366"}},
       {-11, {"EST5EDT,M3.2.0/24,M11.1.0", "EST5EDT,M3.2.0/2:60,M11.1.0"}},
   };
+  // The last line of a zone file; without an earlier line break all but the last byte; an empty last line.
+  const std::pair<std::string, std::string> files[] = {
+      {std::string("TZif2\0\0binary\nEST5EDT,M3.2.0,M11.1.0\n", 37), "EST5EDT,M3.2.0,M11.1.0"},
+      {"JST-9\n", "JST-9"}, {"data\n\n", ""}, {"x", ""}, {"", ""}};
+  // The table is searched from its first row: "EST-10" comes before "EST5"; the first row, the last.
+  const std::pair<const char*, const char*> table[] = {
+      {"JST-9", "Japan"}, {"EST", "Australia/Brisbane"}, {"EST5", "EST"}, {"cst6", "Canada/Saskatchewan"},
+      {"Egypt", "Egypt"}, {"ACT5", "Brazil/Acre"}, {"YEKT-5YEKST,M3.5.0,M10.5.0/3", "Asia/Yekaterinburg"},
+      {"", nullptr}, {"XYZ7", nullptr}, {"ACT5 and more", nullptr}};
   // clang-format on
   for (const auto& [code, zones] : stages)
     for (const char* zone : zones) EXPECT_EQ(validate_posix_time_zone(zone), code) << zone;
-}
-
-TEST(TimeZones, TheZoneFilesLastLine) {
-  // Without an earlier line break all but the last byte; an empty last line.
-  const std::pair<std::string, std::string> cases[] = {{std::string("TZif2\0\0binary\nEST5EDT,M3.2.0,M11.1.0\n", 37),
-                                                        "EST5EDT,M3.2.0,M11.1.0"},
-                                                       {"JST-9\n", "JST-9"},
-                                                       {"data\n\n", ""},
-                                                       {"x", ""},
-                                                       {"", ""}};
-  for (const auto& [contents, zone] : cases) EXPECT_EQ(last_line_of_zone_file(contents), zone);
-}
-
-TEST(TimeZones, TheTableIsSearchedFromItsFirstRow) {
-  // "EST-10" comes before "EST5"; the first row, the last.
-  const std::pair<const char*, const char*> cases[] = {{"JST-9", "Japan"},
-                                                       {"EST", "Australia/Brisbane"},
-                                                       {"EST5", "EST"},
-                                                       {"cst6", "Canada/Saskatchewan"},
-                                                       {"Egypt", "Egypt"},
-                                                       {"ACT5", "Brazil/Acre"},
-                                                       {"YEKT-5YEKST,M3.5.0,M10.5.0/3", "Asia/Yekaterinburg"},
-                                                       {"", nullptr},
-                                                       {"XYZ7", nullptr},
-                                                       {"ACT5 and more", nullptr}};
-  for (const auto& [text, zoneinfo] : cases) {
+  for (const auto& [contents, zone] : files) EXPECT_EQ(last_line_of_zone_file(contents), zone);
+  for (const auto& [text, zoneinfo] : table) {
     const char* found = find_time_zone(text);
     EXPECT_STREQ(found != nullptr ? found : "(none)", zoneinfo ? zoneinfo : "(none)") << text;
   }
 }
 
-TEST(Ptz, FramesAndSpeeds) {
+TEST(Ptz, FramesSpeedsAndTheQueryScan) {
   // The position frames are checked as sent, with the absolute moves.
   char text[64];
   ptz_zoom_frame(1097, text, sizeof text);  // 50 % on the short lens
@@ -182,14 +160,9 @@ TEST(Ptz, FramesAndSpeeds) {
   for (const auto& m : move) EXPECT_EQ(ptz_move_speed(m[0]), m[1]) << m[0];
   const int zoom[][2] = {{1, 0}, {33, 0}, {34, 1}, {66, 1}, {67, 2}, {99, 2}, {100, 3}};
   for (const auto& z : zoom) EXPECT_EQ(ptz_zoom_speed(z[0]), z[1]) << z[0];
-}
-
-TEST(Ptz, TheQueryScanKeepsTheCamerasForm) {
+  // The query scan keeps the camera's form.
   const char* const keys[] = {"PAN", "TILT"};
-  const struct {
-    std::string query;
-    std::map<int, std::string> handed;
-  } cases[] = {
+  const std::pair<std::string, std::map<int, std::string>> queries[] = {
       {"PAN=50&TILT=20", {{0, "=50"}}},  // the last pair is never handed on
       {"pan=5&", {{0, "=5"}}},
       {"TILT=1&PAN=2&x", {{1, "=1"}}},  // later keys begin with '&'
@@ -198,14 +171,14 @@ TEST(Ptz, TheQueryScanKeepsTheCamerasForm) {
       {"PAN=" + std::string(126, '9') + "&", {{0, "=" + std::string(126, '9')}}},
       {"PAN=" + std::string(5000, '9') + "&", {{0, "=" + std::string(126, '9')}}},  // cut
   };
-  for (const auto& c : cases) {
+  for (const auto& [query, expected] : queries) {
     std::map<int, std::string> handed;
-    scan_ptz_query(c.query.c_str(), keys, 2, [&](int k, const char* v) { handed[k] = v; });
-    EXPECT_EQ(handed, c.handed) << c.query.substr(0, 20);
+    scan_ptz_query(query.c_str(), keys, 2, [&](int k, const char* v) { handed[k] = v; });
+    EXPECT_EQ(handed, expected) << query.substr(0, 20);
   }
 }
 
-TEST(Answers, StatusCodesOutsideTheTableAreAnsweredAsDeviceError) {
+TEST(Answers, StatusCodesOutsideTheTableAndAFileShorterThanAnnounced) {
   for (int code : {0, -1, 8}) {
     StringOutput a, b;
     write_answer(a, Answer::status(code), "/x");
@@ -215,9 +188,7 @@ TEST(Answers, StatusCodesOutsideTheTableAreAnsweredAsDeviceError) {
   StringOutput nothing;
   write_answer(nothing, Answer::statuses({}), "/x");
   EXPECT_EQ(nothing.text, "");
-}
-
-TEST(Answers, AFileShorterThanAnnouncedEndsTheCopy) {
+  // A file shorter than announced ends the copy.
   char name[] = "/tmp/psia-short-XXXXXX";
   UniqueFd fd(mkstemp(name));
   unlink(name);
