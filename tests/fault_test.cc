@@ -31,8 +31,7 @@ constexpr char kDatabase[] = "/usr/local/korvia/kkorvia.db";
 struct Limit {
   Limit(int limited, rlim_t soft) : resource(limited) {
     getrlimit(resource, &saved);
-    rlimit lowered = saved;
-    lowered.rlim_cur = soft;
+    rlimit lowered{soft, saved.rlim_max};
     setrlimit(resource, &lowered);
   }
   ~Limit() { setrlimit(resource, &saved); }
@@ -166,11 +165,10 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
     SCOPED_TRACE(f.what);
     Camera camera;
     const std::function<void()> serve_daemon = camera.clock().on_sleep;
-    std::string out;
-    {
+    std::string out = [&] {  // the fault lasts for this request only
       std::shared_ptr<void> fault = f.make(camera);
-      out = camera.send(f.method, f.uri, f.body);
-    }
+      return camera.send(f.method, f.uri, f.body);
+    }();
     if (f.answer.size() == 1)
       EXPECT_EQ(out, status_answer(f.uri, f.answer[0] - '0'));
     else
@@ -234,12 +232,8 @@ void expect_well_framed(const std::string& out) {
 
 TEST(Injection, TextsAreStoredAsSentAndChangeNoStatement) {
   // clang-format off
-  const struct {
-    const char* method;
-    const char* uri;
-    const char* body;   // %V stands for the hostile value, XML-escaped
-    const char* query;  // the stored value ("" when nothing is stored)
-  } fields[] = {
+  // A request whose body holds the hostile value at %V (XML-escaped), and where it is stored ("" when it is not).
+  const struct { const char *method, *uri, *body, *query; } fields[] = {
       {"POST", "/PSIA/Security/AAA/users", "<User><userName>%V</userName><password>p</password></User>", "select UserID from UserAccount where rowid=(select max(rowid) from UserAccount)"},
       {"PUT", "/PSIA/Security/AAA/users/guest", "<User><password>%V</password></User>", "select Password from UserAccount where UserID='guest'"},
       {"PUT", "/PSIA/System/time/ntpServers/1", "<NTPServer><hostName>%V</hostName></NTPServer>", "select NTPServerName from DateTime"},

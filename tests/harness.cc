@@ -61,12 +61,6 @@ int next_key_pair() {
   return 0x5a000000 + ((getpid() & 0xffff) << 8) + 2 * (counter++ & 0x7f);
 }
 
-psia::control_message message_of(const psia::SimCommand& c) {
-  psia::control_message m(c.code);
-  std::copy(c.payload.begin(), c.payload.end(), m.payload);
-  return m;
-}
-
 }  // namespace
 
 const char kXml[] = "Content-Type: application/xml\r\n\r\n";
@@ -217,7 +211,9 @@ Req get_as(const std::string& uri, const std::string& authorization) {
 std::vector<std::string> Camera::commands() const {
   std::vector<std::string> out;
   for (const psia::SimCommand& c : sim_->commands()) {
-    std::string fields = psia::ControlSimulator::decode_fields(message_of(c));
+    psia::control_message m(c.code);
+    std::copy(c.payload.begin(), c.payload.end(), m.payload);
+    std::string fields = psia::ControlSimulator::decode_fields(m);
     out.push_back(std::to_string(c.code) + (fields.empty() ? "" : " " + fields));
   }
   return out;

@@ -31,12 +31,10 @@ class TestClock final : public psia::Clock {
 
 std::string basic_authorization(const std::string& user, const std::string& password);
 
+// A request; an empty path, query (QUERY_STRING) or authorization is sent as none.
 struct Req {
-  std::string method = "GET";
-  std::string uri;  // absent when empty
-  std::string body;
-  std::string query;                                                  // QUERY_STRING; absent when empty
-  std::string authorization = basic_authorization("admin", "admin");  // empty: none
+  std::string method = "GET", uri, body, query;
+  std::string authorization = basic_authorization("admin", "admin");
   // CONTENT_LENGTH: the body's size unless given; none for a bodiless GET.
   const char* content_length = nullptr;
   bool no_content_length = false;
@@ -49,8 +47,7 @@ std::string file_text(const std::string& path);
 
 // What one process run produced.
 struct ProcessResult {
-  std::string out;
-  std::string err;
+  std::string out, err;
   int exit_status = -1;  // -1 when it died of a signal
 };
 // Runs argv with exactly `env` (and the sanitizer settings of this process), feeding `input` on its standard input.
@@ -91,11 +88,10 @@ class Camera {
   const std::vector<std::string>& syslog() const { return syslog_; }
 
  private:
-  std::string root_;
+  std::string root_, errors_;
   TestClock clock_;
   std::unique_ptr<psia::ControlSimulator> sim_;
   std::unique_ptr<psia::request_context> ctx_;
-  std::string errors_;
   std::vector<std::string> syslog_;
 };
 
