@@ -22,12 +22,20 @@ std::string video(int indent, const char* mode, int b, int c, int h) {
          "</hueLevel>";
 }
 
-TEST(VideoInput, DocumentsAndTheLevelsUpdate) {
+TEST(Inputs, VideoAndAudioDocumentsAndUpdates) {
   const char* one = "/PSIA/System/Video/inputs/channels/1";
   const char* levels = "select Brightness, Contrast, Hue, VideoStandard from VideoChannel";
   auto channel = [](const char* mode, int b, int c, int h) {
     return xml_answer(psia_element("VideoInputChannel", video(4, mode, b, c, h)));
   };
+  auto doc = [](bool list, const std::string& enabled) {
+    std::string c =
+        psia_element("AudioChannel", "<id>1</id><enabled>" + enabled + "</enabled><audioMode>listenonly</audioMode>");
+    return xml_answer(list ? psia_element("AudioChannelList", c) : c, kXmlUtf8);
+  };
+  const char* uri = "/PSIA/System/Audio/channels/1";
+  const char* stream = "select Enable from AudioStream";
+  const char* set = "update AudioStream set Enable=1";
   // clang-format off
   run_cases({
       get("/PSIA/System/Video/inputs").answers(document_answer(golden("video_inputs.xml"))),
@@ -39,21 +47,7 @@ TEST(VideoInput, DocumentsAndTheLevelsUpdate) {
       put(one, "<videoinputchannel><id>0</id><powerLineFrequencyMode>60hz</powerLineFrequencyMode><brightnessLevel>70</brightnessLevel><hueLevel>20</hueLevel></videoinputchannel>").daemon(2, 3).answers(3).sends({"2 channel=0"}).leaves(levels, "70|0|20|1"),
       put(one, "<VideoInputChannel><brightnessLevel>9</brightnessLevel></VideoInputChannel>").answers(1).sends({"2 channel=-1"}).leaves(levels, "50|50|50|1"),
       put(one, "<VideoInput/>").answers(3).leaves(levels, "50|50|50|1"),
-  });
-  // clang-format on
-}
-
-TEST(Audio, DocumentsReadAudioAndTheUpdateWritesTheStream) {
-  auto doc = [](bool list, const std::string& enabled) {
-    std::string c =
-        psia_element("AudioChannel", "<id>1</id><enabled>" + enabled + "</enabled><audioMode>listenonly</audioMode>");
-    return xml_answer(list ? psia_element("AudioChannelList", c) : c, kXmlUtf8);
-  };
-  const char* uri = "/PSIA/System/Audio/channels/1";
-  const char* stream = "select Enable from AudioStream";
-  const char* set = "update AudioStream set Enable=1";
-  // clang-format off
-  run_cases({
+      // The audio documents read Audio; the update writes the stream.
       get(uri).after("update Audio set Enable=2").answers(doc(false, "true")),
       get("/PSIA/System/Audio/channels").answers(doc(true, "true")),
       get("/PSIA/System/Audio/channels").after("update Audio set Enable=0").answers(doc(true, "false")),
@@ -67,12 +61,17 @@ TEST(Audio, DocumentsReadAudioAndTheUpdateWritesTheStream) {
   // clang-format on
 }
 
-TEST(StreamingChannel, DocumentsFollowTheStoredValues) {
+TEST(Streaming, ChannelDocumentsAndStatusFollowTheStoredValues) {
   const char* none = "delete from VideoStream; delete from VideoChannel";
   const char* list = "/PSIA/Streaming/channels";
   const char* master = "/PSIA/Streaming/channels/1";
   const char* slave = "/PSIA/Streaming/channels/2";
   const char* off = "update VideoStream set Enable=-1";
+  auto clients = [](const std::string& address) {
+    return xml_answer(psia_element("StreamingSessionStatusList",
+                                   "    <StreamingSessionStatus>        <clientAddress>            <ipAddress>" +
+                                       address + "</ipAddress>        </clientAddress>    </StreamingSessionStatus>"));
+  };
   // clang-format off
   run_cases({
       get(list).answers(document_answer(golden("streaming_channels.xml"))),
@@ -114,6 +113,16 @@ TEST(StreamingChannel, DocumentsFollowTheStoredValues) {
       get(list).after("update VideoStream set Resolution=4 where VideoStreamID=1").holds({"<channelName>Slave Stream</channelName>", "<maxPacketSize>1448</maxPacketSize>"}, {"<videoResolutionWidth>352<", "<videoResolutionHeight>288<"}),
       get(list).after("update VideoStream set Resolution=-1 where VideoStreamID=1").holds({"<videoScanType>progressive</videoScanType>            <videoQualityControlType>VBR"}),
       get(slave).after("update VideoStream set Resolution=7 where VideoStreamID=1").holds({"<videoResolutionWidth>704<", "<videoResolutionHeight>576<"}),
+      // The clients of the camera and of each stream.
+      get("/PSIA/Streaming/status").answers(document_answer(golden("streaming_status.xml"))),
+      get("/PSIA/Streaming/status").after("delete from ClientList").answers(xml_answer(psia_element("StreamingStatus",
+          "    <totalStreamingSessions>0</totalStreamingSessions>    <StreamingSessionStatusList version=\"1.0\">    </StreamingSessionStatusList>"))),
+      // The stream is chosen by the length of the path alone.
+      get("/PSIA/Streaming/channels/Slave-0/status").answers(clients("192.168.1.21")),
+      get("/PSIA/Streaming/channels/XXXXX-0/status").answers(clients("192.168.1.21")),
+      get("/PSIA/Streaming/channels/Master-0/status").answers(clients("192.168.1.20")),
+      get("/PSIA/Streaming/channels/2/status").answers(clients("192.168.1.20")),
+      get("/PSIA/Streaming/channels/1/status").after("delete from ClientList where StreamName='Master-0'").answers(3),
   });
   // clang-format on
 }
@@ -183,30 +192,6 @@ TEST(StreamingUpdate, ElementsBecomeTheStoredCodesOfEachWriter) {
                         .sends(sent)
                         .leaves("select Quality from VideoStream where VideoStreamID=0", std::to_string(step)));
   run_cases(cases);
-}
-
-TEST(StreamingStatus, ClientsOfTheCameraAndOfEachStream) {
-  auto session = [](const std::string& element, int indent, const char* address) {
-    std::string pad(indent, ' ');
-    return pad + "<" + element + ">" + pad + "    <clientAddress>" + pad + "        <ipAddress>" + address +
-           "</ipAddress>" + pad + "    </clientAddress>" + pad + "</StreamingSessionStatus>";
-  };
-  auto channel = [&](const char* address) {
-    return xml_answer(psia_element("StreamingSessionStatusList", session("StreamingSessionStatus", 4, address)));
-  };
-  // clang-format off
-  run_cases({
-      get("/PSIA/Streaming/status").answers(document_answer(golden("streaming_status.xml"))),
-      get("/PSIA/Streaming/status").after("delete from ClientList").answers(xml_answer(psia_element("StreamingStatus",
-          "    <totalStreamingSessions>0</totalStreamingSessions>    <StreamingSessionStatusList version=\"1.0\">    </StreamingSessionStatusList>"))),
-      // The stream is chosen by the length of the path alone.
-      get("/PSIA/Streaming/channels/Slave-0/status").answers(channel("192.168.1.21")),
-      get("/PSIA/Streaming/channels/XXXXX-0/status").answers(channel("192.168.1.21")),
-      get("/PSIA/Streaming/channels/Master-0/status").answers(channel("192.168.1.20")),
-      get("/PSIA/Streaming/channels/2/status").answers(channel("192.168.1.20")),
-      get("/PSIA/Streaming/channels/1/status").after("delete from ClientList where StreamName='Master-0'").answers(3),
-  });
-  // clang-format on
 }
 
 }  // namespace
