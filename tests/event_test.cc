@@ -33,7 +33,7 @@ const std::string kSeededNotifications =
                   notification("ftp-archive", "FTP") + notification("mail-security", "email"));
 const std::string kSeededTrigger = trigger(kSeededNotifications);
 
-TEST(EventTrigger, DocumentsAndTheOneStoredNotification) {
+TEST(EventTrigger, DocumentsUpdatesAndTheSchedule) {
   const char* plain = "update Event set RelayID=-1, FTPServerID=-1, SMTPServerID=-1; delete from Sensor";
   auto body = [](const std::string& inner) { return "<EventTrigger><id>Sen</id>" + inner + "</EventTrigger>"; };
   auto list = [](const std::string& items) {
@@ -45,6 +45,20 @@ TEST(EventTrigger, DocumentsAndTheOneStoredNotification) {
   };
   auto ok = [](const std::string& method, const std::string& uri, const std::string& b, const char* row) {
     return request(method, uri, b).answers(1).leaves(kEventRow, row);
+  };
+  const char* uri = "/PSIA/Custom/Event/schedule";
+  const char* row = "select Week, StartTime, EndTime from Event";
+  auto block = [](int day, const char* begin, const char* end) {
+    return "<TimeBlock><dayOfWeek>" + std::to_string(day) + "</dayOfWeek><TimeRange><beginTime>" + begin +
+           "</beginTime><endTime>" + end + "</endTime></TimeRange></TimeBlock>";
+  };
+  auto schedule = [](const std::string& blocks) {
+    return xml_answer(psia_element("EventSchedule", psia_element("TimeBlockList", blocks)));
+  };
+  auto arm = [&](const std::string& blocks, const char* stored) {
+    return put(uri, "<EventSchedule><TimeBlockList>" + blocks + "</TimeBlockList></EventSchedule>")
+        .answers(1)
+        .leaves(row, stored);
   };
   // clang-format off
   run_cases({
@@ -80,27 +94,7 @@ TEST(EventTrigger, DocumentsAndTheOneStoredNotification) {
       put(kSensor, "<Trigger/>").answers(3).leaves(kEventRow, "10|0|1|1|5"),
       put(kSensor, "<EventTrigger>").answers(3),
       post(kTriggers, "<EventTrigger/>").answers(4),
-  });
-  // clang-format on
-}
-
-TEST(EventSchedule, DocumentAndTheCamerasRules) {
-  const char* uri = "/PSIA/Custom/Event/schedule";
-  const char* row = "select Week, StartTime, EndTime from Event";
-  auto block = [](int day, const char* begin, const char* end) {
-    return "<TimeBlock><dayOfWeek>" + std::to_string(day) + "</dayOfWeek><TimeRange><beginTime>" + begin +
-           "</beginTime><endTime>" + end + "</endTime></TimeRange></TimeBlock>";
-  };
-  auto schedule = [](const std::string& blocks) {
-    return xml_answer(psia_element("EventSchedule", psia_element("TimeBlockList", blocks)));
-  };
-  auto arm = [&](const std::string& blocks, const char* stored) {
-    return put(uri, "<EventSchedule><TimeBlockList>" + blocks + "</TimeBlockList></EventSchedule>")
-        .answers(1)
-        .leaves(row, stored);
-  };
-  // clang-format off
-  run_cases({
+      // The schedule, by the camera's rules.
       get(uri).after("update Event set Week=65, StartTime=900, EndTime=1830").answers(schedule(block(7, "09:00:00", "18:30:00") + block(6, "09:00:00", "18:30:00"))),
       get(uri).after("delete from Event").answers(schedule("")),
       arm(block(3, "08:00:00", "17:45:00"), "8|800|4500"),  // the end is read from the minutes

@@ -93,7 +93,7 @@ std::string dotted(uint32_t address) {
   return text;
 }
 
-TEST(HostProbes, GatewayAndNameServersFromTheirFiles) {
+TEST(HostProbes, GatewayAndNameServersFromTheirFilesAndTheInterfaceIoctls) {
   Camera camera;
   const std::string header = "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n";
   // clang-format off
@@ -134,9 +134,7 @@ TEST(HostProbes, GatewayAndNameServersFromTheirFiles) {
     EXPECT_STREQ(primary, first);
     EXPECT_STREQ(secondary, second);
   }
-}
-
-TEST(HostProbes, InterfaceIoctls) {
+  // The interface ioctls, on the loopback interface.
   psia::Log log;
   std::string errors;
   log.set_stream([&](const char* t, size_t n) { errors.append(t, n); });

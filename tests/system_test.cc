@@ -181,7 +181,7 @@ TEST(Device, TheIdentifierIsMadeOnceAndClosesTheConnection) {
   EXPECT_EQ(camera.get("/PSIA/index"), document_answer(golden("index.xml")));
 }
 
-TEST(Device, NameAndStatus) {
+TEST(Device, NameStatusRebootAndFactoryReset) {
   const char* uri = kDevice;
   const char* name = "select DDNSHostname from Network";
   auto info = [](const std::string& elements) { return "<DeviceInfo>" + elements + "</DeviceInfo>"; };
@@ -191,6 +191,7 @@ TEST(Device, NameAndStatus) {
     return xml_answer(psia_element("DeviceStatus", now + "<deviceUpTime>" + seconds + "</deviceUpTime>"));
   };
   auto uptime = [](std::string text) { return [text](Camera& c) { write_file(c.path("/proc/uptime"), text); }; };
+  const std::string reboot = "/PSIA/System/reboot", reset = "/PSIA/System/factoryReset";
   // clang-format off
   run_cases({
       put(uri, "<deviceinfo><deviceName>hall</deviceName><deviceName>lobby</deviceName></deviceinfo>").answers(1).leaves(name, "lobby"),
@@ -204,14 +205,7 @@ TEST(Device, NameAndStatus) {
       get(status).with(uptime("")).answers(3),
       get(status).with(uptime("abc def\n")).answers(3),
       get(status).with(uptime("12345.67\n")).answers(3),
-  });
-  // clang-format on
-}
-
-TEST(Maintenance, RebootAndFactoryReset) {
-  const std::string reboot = "/PSIA/System/reboot", reset = "/PSIA/System/factoryReset";
-  // clang-format off
-  run_cases({
+      // Reboot and factory reset.
       put(reboot).answers(1).sends({"8"}),
       put(reboot).daemon(8, 2).answers(2).sends({"8"}),
       put(reboot).daemon(8, 7).answers(3).sends({"8"}),  // above 2: a device error
@@ -228,7 +222,7 @@ TEST(Maintenance, RebootAndFactoryReset) {
   // clang-format on
 }
 
-TEST(Maintenance, UploadsAreStoredWholeOrNotAtAll) {
+TEST(Maintenance, UploadsAndTheConfigurationDownload) {
   for (const char* name : {"psia_firmware.dat", "psia_config.dat"}) {
     Camera camera;
     const std::string uri = name[5] == 'f' ? "/PSIA/System/updateFirmware" : "/PSIA/System/configurationData";
@@ -245,9 +239,7 @@ TEST(Maintenance, UploadsAreStoredWholeOrNotAtAll) {
     EXPECT_EQ(file_text(file), image);
     EXPECT_NE(access((file + ".part").c_str(), F_OK), 0);
   }
-}
-
-TEST(Maintenance, TheConfigurationDownloadSendsTheFileTheDaemonNames) {
+  // The configuration download sends the file the daemon names.
   static const char* uri = "/PSIA/System/configurationData";
   // The daemon names `name` and answers `status`; `content` (null: none) was written there.
   auto names = [](std::string name, int status, const char* content) {
