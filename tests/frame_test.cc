@@ -168,14 +168,6 @@ TEST(Startup, ADatabaseThatCannotBeOpenedStopsTheResponder) {
   }
 }
 
-TEST(Startup, ThePtzBranchOpensOnlyWithPtzSupportTwo) {
-  const char* uri = "/PSIA/PTZ/index";
-  run_cases({get(uri).after("update Spec2 set PTZSupport=0").answers(4),
-             get(uri).after("update Spec2 set PTZSupport=1").answers(4),
-             get(uri).after("update Spec2 set PTZSupport=2").answers(document_answer(golden("ptz_index.xml"))),
-             get(uri).after("delete from Spec2").answers(4)});
-}
-
 // The executable itself, as the web server runs it: as a CGI program, and refusing to start without its database.
 TEST(Executable, ServesOneRequestAsACgiProgram) {
   Camera camera;

@@ -22,7 +22,7 @@ std::string video(int indent, const char* mode, int b, int c, int h) {
          "</hueLevel>";
 }
 
-TEST(Inputs, VideoAndAudioDocumentsAndUpdates) {
+TEST(Media, DocumentsAndInputUpdates) {
   const char* one = "/PSIA/System/Video/inputs/channels/1";
   const char* levels = "select Brightness, Contrast, Hue, VideoStandard from VideoChannel";
   auto channel = [](const char* mode, int b, int c, int h) {
@@ -36,6 +36,16 @@ TEST(Inputs, VideoAndAudioDocumentsAndUpdates) {
   const char* uri = "/PSIA/System/Audio/channels/1";
   const char* stream = "select Enable from AudioStream";
   const char* set = "update AudioStream set Enable=1";
+  const char* none = "delete from VideoStream; delete from VideoChannel";
+  const char* list = "/PSIA/Streaming/channels";
+  const char* master = "/PSIA/Streaming/channels/1";
+  const char* slave = "/PSIA/Streaming/channels/2";
+  const char* off = "update VideoStream set Enable=-1";
+  auto clients = [](const std::string& address) {
+    return xml_answer(psia_element("StreamingSessionStatusList",
+                                   "    <StreamingSessionStatus>        <clientAddress>            <ipAddress>" +
+                                       address + "</ipAddress>        </clientAddress>    </StreamingSessionStatus>"));
+  };
   // clang-format off
   run_cases({
       get("/PSIA/System/Video/inputs").answers(document_answer(golden("video_inputs.xml"))),
@@ -57,23 +67,7 @@ TEST(Inputs, VideoAndAudioDocumentsAndUpdates) {
       put(uri, "<AudioChannel/>").after(set).answers(1).sends({"3 value=0"}).leaves(stream, "0"),
       put(uri, "<Audio><enabled>true</enabled></Audio>").after(set).answers(3).leaves(stream, "1"),
       put(uri, "<AudioChannel>").after(set).answers(3).leaves(stream, "1"),
-  });
-  // clang-format on
-}
-
-TEST(Streaming, ChannelDocumentsAndStatusFollowTheStoredValues) {
-  const char* none = "delete from VideoStream; delete from VideoChannel";
-  const char* list = "/PSIA/Streaming/channels";
-  const char* master = "/PSIA/Streaming/channels/1";
-  const char* slave = "/PSIA/Streaming/channels/2";
-  const char* off = "update VideoStream set Enable=-1";
-  auto clients = [](const std::string& address) {
-    return xml_answer(psia_element("StreamingSessionStatusList",
-                                   "    <StreamingSessionStatus>        <clientAddress>            <ipAddress>" +
-                                       address + "</ipAddress>        </clientAddress>    </StreamingSessionStatus>"));
-  };
-  // clang-format off
-  run_cases({
+      // The streaming channel documents follow the stored values.
       get(list).answers(document_answer(golden("streaming_channels.xml"))),
       get(master).answers(document_answer(golden("streaming_channel_1.xml"))),
       // The capabilities show the master stream's values under the id asked for.

@@ -28,7 +28,7 @@ std::string time_doc(const char* mode, const char* local, const std::string& zon
 
 void write_file(const std::string& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
 
-TEST(Time, DocumentsShowModeClockAndZoneAndChangesAreSent) {
+TEST(Time, ModeClockZoneAndServerShownAndChanged) {
   const char* now = "2011-05-12T10:20:30";
   const std::string cet = "CET-1CEST,M3.5.0,M10.5.0/3";  // Europe/Berlin's zone file
   const std::string zone = "update DateTime set TimeZone=";
@@ -36,6 +36,19 @@ TEST(Time, DocumentsShowModeClockAndZoneAndChangesAreSent) {
   auto time = [](const std::string& elements) { return "<Time>" + elements + "</Time>"; };
   const char* manual = "update DateTime set DateTimeSync=0";
   const char* stored = "select TimeZone from DateTime";
+  auto doc = [](bool list, const std::string& name, bool address = false) {
+    const std::string pad = list ? "" : "    ";
+    const std::string kind = address ? "ipaddress" : "hostname", element = address ? "ipAddress" : "hostName";
+    const std::string server = pad + "<id>1</id>" + pad + "<addressingFormatType>" + kind + "</addressingFormatType>" +
+                               pad + "<" + element + ">" + name + "</" + element + ">" + pad + "<portNo>123</portNo>";
+    return xml_answer(list ? psia_element("NTPServerList", psia_element("NTPServer", server))
+                           : "  " + psia_element("NTPServer", server + "  "),
+                      kXmlUtf8);
+  };
+  const std::string list = "/PSIA/System/time/ntpServers", one = list + "/1";
+  const char* name = "select NTPServerName from DateTime";
+  const std::string set = "update DateTime set NTPServerName=";
+  auto server = [](const std::string& elements) { return "<NTPServer>" + elements + "</NTPServer>"; };
   // clang-format off
   run_cases({
       get(kTime).answers(time_doc("NTP", now, cet)),
@@ -70,6 +83,21 @@ TEST(Time, DocumentsShowModeClockAndZoneAndChangesAreSent) {
       put(kZone, "JST-9").answers(1).sends({"7 zone=\"Japan\""}).leaves(stored, "Japan"),
       put(kZone, "est5edt").answers(1).sends({"7 zone=\"EST5EDT\""}).leaves(stored, "EST5EDT"),
       put(kZone, "XYZ4").answers(3).leaves(stored, "Europe/Berlin"),
+      // The one NTP server, shown and replaced.
+      get(list).answers(doc(true, "pool.ntp.org")),
+      get(list + "/7").after(set + "'192.168.0.1'").answers(doc(false, "192.168.0.1", true)),
+      get(one).after(set + "'ntp-1.example.com.and.a.long.tail'").answers(doc(false, "ntp-1.example.com.and.a.long.ta")),
+      get(list).after("delete from DateTime").answers(doc(true, "pool.ntp.org")),
+      put(one, server("<addressingFormatType>ipaddress</addressingFormatType><ipAddress>10.0.0.1</ipAddress>")).answers(1).leaves(name, "10.0.0.1"),
+      put(one, server("<hostName>time.lan</hostName>")).answers(1).leaves(name, "time.lan"),
+      // Only a format type of "NTP" selects the host name.
+      put(one, server("<addressingFormatType>hostname</addressingFormatType><hostName>time.lan</hostName>")).answers(1).leaves(name, ""),
+      post(list, "<ntpserver><hostName>o'clock</hostName></ntpserver>").answers(1).leaves(name, "o'clock"),
+      put(list, "<NTPServerList>" + server("<hostName>a.lan</hostName>") + "<NTPServer/>" +
+                server("<addressingFormatType>NTP</addressingFormatType><hostName>b.lan</hostName>") + "</NTPServerList>").answers(1).leaves(name, "b.lan"),
+      put(list, "<NTPServer/>").answers(3).leaves(name, "pool.ntp.org"),
+      del(one).answers(1).leaves(name, "pool.ntp.org"),
+      del(list).answers(1).leaves(name, "pool.ntp.org"),
   });
   // clang-format on
 }
@@ -97,40 +125,6 @@ TEST(Time, AZoneGivenWithTheTimeIsKeptForTheProcess) {
   // An empty zone goes back to the system's.
   camera.put(kTime, "<Time><timeZone></timeZone></Time>");
   EXPECT_EQ(camera.get(kLocal), document_answer("2011-05-12T10:20:30", kXmlUtf8));
-}
-
-TEST(Ntp, TheOneServerIsShownAndReplaced) {
-  auto doc = [](bool list, const std::string& name, bool address = false) {
-    const std::string pad = list ? "" : "    ";
-    const std::string kind = address ? "ipaddress" : "hostname", element = address ? "ipAddress" : "hostName";
-    const std::string server = pad + "<id>1</id>" + pad + "<addressingFormatType>" + kind + "</addressingFormatType>" +
-                               pad + "<" + element + ">" + name + "</" + element + ">" + pad + "<portNo>123</portNo>";
-    return xml_answer(list ? psia_element("NTPServerList", psia_element("NTPServer", server))
-                           : "  " + psia_element("NTPServer", server + "  "),
-                      kXmlUtf8);
-  };
-  const std::string list = "/PSIA/System/time/ntpServers", one = list + "/1";
-  const char* name = "select NTPServerName from DateTime";
-  const std::string set = "update DateTime set NTPServerName=";
-  auto server = [](const std::string& elements) { return "<NTPServer>" + elements + "</NTPServer>"; };
-  // clang-format off
-  run_cases({
-      get(list).answers(doc(true, "pool.ntp.org")),
-      get(list + "/7").after(set + "'192.168.0.1'").answers(doc(false, "192.168.0.1", true)),
-      get(one).after(set + "'ntp-1.example.com.and.a.long.tail'").answers(doc(false, "ntp-1.example.com.and.a.long.ta")),
-      get(list).after("delete from DateTime").answers(doc(true, "pool.ntp.org")),
-      put(one, server("<addressingFormatType>ipaddress</addressingFormatType><ipAddress>10.0.0.1</ipAddress>")).answers(1).leaves(name, "10.0.0.1"),
-      put(one, server("<hostName>time.lan</hostName>")).answers(1).leaves(name, "time.lan"),
-      // Only a format type of "NTP" selects the host name.
-      put(one, server("<addressingFormatType>hostname</addressingFormatType><hostName>time.lan</hostName>")).answers(1).leaves(name, ""),
-      post(list, "<ntpserver><hostName>o'clock</hostName></ntpserver>").answers(1).leaves(name, "o'clock"),
-      put(list, "<NTPServerList>" + server("<hostName>a.lan</hostName>") + "<NTPServer/>" +
-                server("<addressingFormatType>NTP</addressingFormatType><hostName>b.lan</hostName>") + "</NTPServerList>").answers(1).leaves(name, "b.lan"),
-      put(list, "<NTPServer/>").answers(3).leaves(name, "pool.ntp.org"),
-      del(one).answers(1).leaves(name, "pool.ntp.org"),
-      del(list).answers(1).leaves(name, "pool.ntp.org"),
-  });
-  // clang-format on
 }
 
 TEST(Device, InformationFromItsSources) {

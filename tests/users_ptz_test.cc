@@ -91,6 +91,11 @@ TEST(Ptz, ChannelAndPresets) {
       post(list).answers(1),
       del(list).answers(1),
       del(one).answers(1),
+      // The branch opens only with PTZ support 2.
+      get("/PSIA/PTZ/index").after("update Spec2 set PTZSupport=0").answers(4),
+      get("/PSIA/PTZ/index").after("update Spec2 set PTZSupport=1").answers(4),
+      get("/PSIA/PTZ/index").after("update Spec2 set PTZSupport=2").answers(document_answer(golden("ptz_index.xml"))),
+      get("/PSIA/PTZ/index").after("delete from Spec2").answers(4),
       // The presets.
       get(base).answers(xml_answer(psia_element("PTZPresetList", preset(1, "Entrance") + preset(2, "Parking")))),
       get(base).after("delete from Preset").answers(3),  // an empty list
