@@ -58,12 +58,8 @@ TEST(Frame, UnmatchedRequestsAnswerInvalidOperation) {
 }
 
 TEST(Frame, RulesAreTriedInOrderByPathMethodAndLevel) {
-  struct Case {
-    const char* path;
-    const char* method;
-    int level, ptz;
-    psia::handler_call expected;  // empty: no rule takes it
-  } cases[] = {
+  // clang-format off
+  const struct { const char *path, *method; int level, ptz; psia::handler_call expected; } cases[] = {  // empty: no rule
       {"/PSIA/System/time/ntpServers/3", "GET", 3, 2, psia::get_ntp_server},
       // A level-2 DELETE falls through every shorter prefix to no rule.
       {"/PSIA/System/time/ntpServers/3", "DELETE", 2, 2, {}},
@@ -80,7 +76,8 @@ TEST(Frame, RulesAreTriedInOrderByPathMethodAndLevel) {
       {"/PSIA/PTZ/index", "GET", 0, 1, {}},
       {"/PSIA/foo", "GET", 0, 1, {}},
   };
-  for (const Case& c : cases) {
+  // clang-format on
+  for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.method) + " " + c.path + " level " + std::to_string(c.level));
     psia::route_target t;
     const psia::handler_call& e = c.expected;
@@ -105,11 +102,7 @@ TEST(Frame, SubPathsGiveTheirHandlersTheirArguments) {
 TEST(Frame, CatalogueDocuments) {
   Camera camera;
   // clang-format off
-  const struct {
-    const char* uri;
-    const char* golden;
-    const char* type = kXml;
-  } cases[] = {
+  const struct { const char *uri, *golden, *type = kXml; } cases[] = {
       {"/PSIA/index", "index.xml"}, {"/PSIA/index.xml", "index.xml"} /* a prefix match */, {"/PSIA/indexr", "indexr.xml"},
       {"/PSIA/description", "description.xml"}, {"/PSIA/System/index", "system_index.xml"}, {"/PSIA/System/description", "description.xml"},
       {"/PSIA/System/Network/index", "network_index.xml"}, {"/PSIA/System/Network/description", "network_description.xml"},

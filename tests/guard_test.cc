@@ -17,15 +17,10 @@ namespace {
 const int64_t kSecond = 1000000;
 
 TEST(LoginGuard, LocksOutAfterTheThresholdAndDoublesUpToFifteenMinutes) {
-  // Each step: failures from an address at a time, and whether it is then locked.
-  struct Step {
-    const char* address;
-    int failures;  // -1: a successful login
-    int64_t at;
-    bool locked;
-    int64_t lockout = 0;  // the lock-out the last failure started
-  };
+  // Each step: failures from an address at a time (-1: a successful login), whether it is then locked, and the
+  // lock-out the last failure started.
   // clang-format off
+  struct Step { const char* address; int failures; int64_t at; bool locked; int64_t lockout = 0; };
   const std::vector<Step> steps = {
       {"A", 9, 0, false}, {"A", -1, 0, false},  // a success clears the count
       {"A", 9, 1, false}, {"A", 1, 2, true, 60 * kSecond},

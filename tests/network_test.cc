@@ -87,14 +87,11 @@ TEST(Network, DocumentsShowTheLiveInterfaceAndUpdatesAreAppliedInTheirSteps) {
   // clang-format on
 }
 
-std::string dotted(uint32_t address) {
-  char text[psia::kIpv4TextSize];
-  psia::format_ipv4(address, text);
-  return text;
-}
-
 TEST(HostProbes, GatewayAndNameServersFromTheirFilesAndTheInterfaceIoctls) {
   Camera camera;
+  psia::Log log;
+  std::string errors;
+  log.set_stream([&](const char* t, size_t n) { errors.append(t, n); });
   const std::string header = "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n";
   // clang-format off
   const std::tuple<const char*, const char*, const char*> routes[] = {  // the table (null: no file), gateway, errors
@@ -108,12 +105,12 @@ TEST(HostProbes, GatewayAndNameServersFromTheirFilesAndTheInterfaceIoctls) {
   // clang-format on
   std::string route = camera.path("/proc/net/route");
   for (const auto& [table, gateway, expected_errors] : routes) {
-    psia::Log log;
-    std::string errors;
-    log.set_stream([&](const char* t, size_t n) { errors.append(t, n); });
+    errors.clear();
     unlink(route.c_str());
     if (table != nullptr) std::ofstream(route) << header + table;
-    EXPECT_EQ(dotted(psia::read_default_gateway(log, route, "eth0")), gateway) << (table ? table : "no file");
+    char text[psia::kIpv4TextSize];
+    psia::format_ipv4(psia::read_default_gateway(log, route, "eth0"), text);
+    EXPECT_STREQ(text, gateway) << (table ? table : "no file");
     EXPECT_EQ(errors, expected_errors);
   }
   // The file (null: none), the result, the two servers.
@@ -135,9 +132,7 @@ TEST(HostProbes, GatewayAndNameServersFromTheirFilesAndTheInterfaceIoctls) {
     EXPECT_STREQ(secondary, second);
   }
   // The interface ioctls, on the loopback interface.
-  psia::Log log;
-  std::string errors;
-  log.set_stream([&](const char* t, size_t n) { errors.append(t, n); });
+  errors.clear();
   EXPECT_EQ(psia::read_ip_address(log, "lo"), htonl(0x7F000001));
   EXPECT_EQ(psia::read_subnet_mask(log, "lo"), htonl(0xFF000000));
   unsigned char mac[6] = {1, 1, 1, 1, 1, 1};
