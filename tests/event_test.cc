@@ -1,5 +1,4 @@
-// The Event branch: the trigger and its notifications, the schedule, the notification destinations and the combined
-// event document. No command goes to the control daemon: the event daemon reads the tables itself.
+// The Event branch: trigger, schedule, destinations, the whole document. No command goes to the control daemon.
 #include <gtest/gtest.h>
 
 #include "harness.h"

@@ -1,6 +1,5 @@
-// What the camera's environment and hostile clients can do: a database locked by the camera's other processes, a
-// slow, silent or late daemon, a full disk, and texts made to change a statement, a format or the parser. Each costs
-// at most its bounded wait and one clear answer; the next request is served as usual.
+// The environment (locks, slow or silent daemons, planted files, a full disk) and hostile texts: each costs at most
+// its bounded wait and one clear answer, and the next request is served as usual.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>

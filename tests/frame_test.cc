@@ -1,5 +1,4 @@
-// The request frame: authentication, routing, the catalogue, bodies that cannot be read, start-up, and the real
-// executable as a CGI program.
+// The request frame: authentication, routing, the catalogue, unreadable bodies, start-up, the executable as CGI.
 #include <gtest/gtest.h>
 #include <unistd.h>
 

@@ -1,5 +1,4 @@
-// The login guard and the audit trail: lock-outs by client address on a clock the test sets, the lines the audit
-// trail writes (through a test sink, and once through a real syslog socket from the executable).
+// The login guard on a clock the test sets, and the audit trail (to a test sink, and from the executable to syslog).
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 #include <sys/socket.h>

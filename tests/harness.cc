@@ -202,11 +202,7 @@ DatabaseLock::DatabaseLock(const Camera& camera, const char* begin) {
 DatabaseLock::~DatabaseLock() { sqlite3_close(db); }
 void DatabaseLock::release() { sqlite3_exec(db, "commit", nullptr, nullptr, nullptr); }
 
-Req get_as(const std::string& uri, const std::string& authorization) {
-  Req r{"GET", uri};
-  r.authorization = authorization;
-  return r;
-}
+Req get_as(const std::string& uri, const std::string& authorization) { return {"GET", uri, "", "", authorization}; }
 
 std::vector<std::string> Camera::commands() const {
   std::vector<std::string> out;

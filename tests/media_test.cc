@@ -1,5 +1,4 @@
-// The media branches: the video input, the audio channel, the streaming channel documents and updates, and the
-// streaming status.
+// The media branches: video and audio inputs, the streaming channels and their status.
 #include <gtest/gtest.h>
 
 #include "harness.h"

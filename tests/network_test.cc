@@ -1,5 +1,4 @@
-// The Network branch: eth0 as the host sees it, its stored addressing, and the updates the daemon applies in one or
-// two steps. The host probes are also tested directly, against fixture files and the loopback interface.
+// The Network branch: eth0 as the host sees it and its stored addressing; the host probes, directly.
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,6 +1,4 @@
-// The pieces with logic of their own, tested directly: credentials, the text buffer and the bounded copies at their
-// edges (the sanitizer build sees a byte written past a field), the small parsers, the time zone checks and table,
-// and the PTZ frames.
+// The pieces with logic of their own, at their edges (the sanitizer build sees a byte written past a field).
 #include <gtest/gtest.h>
 #include <unistd.h>
 
