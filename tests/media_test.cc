@@ -21,7 +21,7 @@ std::string video(int indent, const char* mode, int b, int c, int h) {
          "</hueLevel>";
 }
 
-TEST(Media, DocumentsAndInputUpdates) {
+TEST(Media, DocumentsAndUpdates) {
   const char* one = "/PSIA/System/Video/inputs/channels/1";
   const char* levels = "select Brightness, Contrast, Hue, VideoStandard from VideoChannel";
   auto channel = [](const char* mode, int b, int c, int h) {
@@ -45,8 +45,25 @@ TEST(Media, DocumentsAndInputUpdates) {
                                    "    <StreamingSessionStatus>        <clientAddress>            <ipAddress>" +
                                        address + "</ipAddress>        </clientAddress>    </StreamingSessionStatus>"));
   };
+  // The updates' elements become the stored codes of each writer.
+  const std::vector<std::string> sent = {"4 master=1", "3 value=0", "46"};
+  auto audio = [&](const std::string& elements, const char* stored) {
+    return put("/PSIA/Streaming/channels/2",
+               "<StreamingChannel><Transport><rtspPortNo>8554</rtspPortNo></Transport><Audio>" + elements +
+                   "</Audio></StreamingChannel>")
+        .answers(1)
+        .sends(sent)
+        .leaves(kAudio, stored)
+        .leaves("select RTSPPort from Services", "8554");
+  };
+  auto encoding = [&](const std::string& elements, const std::string& row) {
+    return put(master, "<StreamingChannel><id>Master-0</id><Video>" + elements + "</Video></StreamingChannel>")
+        .answers(1)
+        .sends(sent)
+        .leaves(kStream, row + "\n1|1|2|1|1024|3|15|15");
+  };
   // clang-format off
-  run_cases({
+  std::vector<Case> cases = {
       get("/PSIA/System/Video/inputs").answers(document_answer(golden("video_inputs.xml"))),
       get("/PSIA/System/Video/inputs/channels").answers(xml_answer(psia_element("VideoInputChannelList", "    <VideoInputChannel version=\"1.0\">" + video(8, "50hz", 50, 50, 50) + "    </VideoInputChannel>"))),
       get(one).after("update VideoChannel set VideoStandard=2, Brightness=60, Contrast=40, Hue=30").answers(channel("60hz", 60, 40, 30)),
@@ -116,45 +133,21 @@ TEST(Media, DocumentsAndInputUpdates) {
       get("/PSIA/Streaming/channels/Master-0/status").answers(clients("192.168.1.20")),
       get("/PSIA/Streaming/channels/2/status").answers(clients("192.168.1.20")),
       get("/PSIA/Streaming/channels/1/status").after("delete from ClientList where StreamName='Master-0'").answers(3),
-  });
-  // clang-format on
-}
-
-TEST(StreamingUpdate, ElementsBecomeTheStoredCodesOfEachWriter) {
-  const char* list = "/PSIA/Streaming/channels";
-  const char* uri = "/PSIA/Streaming/channels/1";
-  const std::vector<std::string> sent = {"4 master=1", "3 value=0", "46"};
-  auto audio = [&](const std::string& elements, const char* stored) {
-    return put("/PSIA/Streaming/channels/2",
-               "<StreamingChannel><Transport><rtspPortNo>8554</rtspPortNo></Transport><Audio>" + elements +
-                   "</Audio></StreamingChannel>")
-        .answers(1)
-        .sends(sent)
-        .leaves(kAudio, stored)
-        .leaves("select RTSPPort from Services", "8554");
-  };
-  auto video = [&](const std::string& elements, const std::string& row) {
-    return put(uri, "<StreamingChannel><id>Master-0</id><Video>" + elements + "</Video></StreamingChannel>")
-        .answers(1)
-        .sends(sent)
-        .leaves(kStream, row + "\n1|1|2|1|1024|3|15|15");
-  };
-  // clang-format off
-  std::vector<Case> cases = {
-      video("<videoCodecType>mjpeg</videoCodecType><maxFrameRate>2999</maxFrameRate>", "1|0|0|1|2048|2|29|30"),
-      video("<maxFrameRate>-150</maxFrameRate>", "1|1|0|1|2048|2|-1|30"),
-      video("<videoResolutionWidth>176</videoResolutionWidth><videoResolutionHeight>288</videoResolutionHeight>", "1|1|2|1|2048|2|15|30"),
-      video("<videoResolutionWidth>160</videoResolutionWidth>", "1|1|3|1|2048|2|15|30"),
-      video("<videoResolutionHeight>288</videoResolutionHeight>", "1|1|1|1|2048|2|15|30"),
-      video("<videoResolutionHeight>240</videoResolutionHeight><videoResolutionWidth>352</videoResolutionWidth>", "1|1|2|1|2048|2|15|30"),
-      video("<videoResolutionHeight>112</videoResolutionHeight>", "1|1|3|1|2048|2|15|30"),
-      video("<videoResolutionWidth>352</videoResolutionWidth><videoResolutionHeight>144</videoResolutionHeight>", "1|1|3|1|2048|2|15|30"),
-      video("<videoResolutionHeight>112</videoResolutionHeight><videoResolutionWidth>640</videoResolutionWidth>", "1|1|0|1|2048|2|15|30"),
-      video("<videoQualityControlType>cbr</videoQualityControlType><constantBitRate>999</constantBitRate><maxFrameRate>50</maxFrameRate>", "1|1|0|0|999|2|0|30"),
+      // The updates.
+      encoding("<videoCodecType>mjpeg</videoCodecType><maxFrameRate>2999</maxFrameRate>", "1|0|0|1|2048|2|29|30"),
+      encoding("<maxFrameRate>-150</maxFrameRate>", "1|1|0|1|2048|2|-1|30"),
+      encoding("<videoResolutionWidth>176</videoResolutionWidth><videoResolutionHeight>288</videoResolutionHeight>", "1|1|2|1|2048|2|15|30"),
+      encoding("<videoResolutionWidth>160</videoResolutionWidth>", "1|1|3|1|2048|2|15|30"),
+      encoding("<videoResolutionHeight>288</videoResolutionHeight>", "1|1|1|1|2048|2|15|30"),
+      encoding("<videoResolutionHeight>240</videoResolutionHeight><videoResolutionWidth>352</videoResolutionWidth>", "1|1|2|1|2048|2|15|30"),
+      encoding("<videoResolutionHeight>112</videoResolutionHeight>", "1|1|3|1|2048|2|15|30"),
+      encoding("<videoResolutionWidth>352</videoResolutionWidth><videoResolutionHeight>144</videoResolutionHeight>", "1|1|3|1|2048|2|15|30"),
+      encoding("<videoResolutionHeight>112</videoResolutionHeight><videoResolutionWidth>640</videoResolutionWidth>", "1|1|0|1|2048|2|15|30"),
+      encoding("<videoQualityControlType>cbr</videoQualityControlType><constantBitRate>999</constantBitRate><maxFrameRate>50</maxFrameRate>", "1|1|0|0|999|2|0|30"),
       // The body's id names the stream; the path's does not. Everything the body leaves out is written at its default
       // (GOP size kept).
-      put(uri, "<StreamingChannel><id>2</id></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15").leaves(kAudio, "0|2").leaves("select RTSPPort from Services", "554"),
-      put(uri, "<StreamingChannel><id>slave-0x</id><enabled>TRUE</enabled></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15"),
+      put(master, "<StreamingChannel><id>2</id></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15").leaves(kAudio, "0|2").leaves("select RTSPPort from Services", "554"),
+      put(master, "<StreamingChannel><id>slave-0x</id><enabled>TRUE</enabled></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15"),
       audio("<enabled>true</enabled><audioCompressionType>G.711alaw</audioCompressionType>", "0|1"),
       audio("<enabled>1</enabled><audioCompressionType>G.726</audioCompressionType><audioBitRate>32</audioBitRate>", "1|3"),
       audio("<audioCompressionType>G.726</audioCompressionType><audioBitRate>31</audioBitRate>", "0|2"),
@@ -170,17 +163,17 @@ TEST(StreamingUpdate, ElementsBecomeTheStoredCodesOfEachWriter) {
       put(list, "<StreamingChannelList/>").answers(3),
       put(list, "<StreamingChannel/>").answers(3),
       post(list, "<StreamingChannelList/>").answers(3),
-      put(uri, "<StreamingChannel>").answers(3).leaves(kStream, kSeededStreams),
+      put(master, "<StreamingChannel>").answers(3).leaves(kStream, kSeededStreams),
       del(list).answers(1).leaves(kStream, kSeededStreams),
-      del(uri).answers(1).leaves(kStream, kSeededStreams),
+      del(master).answers(1).leaves(kStream, kSeededStreams),
   };
   // clang-format on
   // PSIA quality (0..100) to the camera's steps, at every edge.
   const std::pair<int, int> steps[] = {{-5, 3}, {0, 4},  {1, 3},  {25, 3}, {26, 2},  {50, 2},
                                        {51, 1}, {75, 1}, {76, 2}, {99, 2}, {100, 0}, {101, 2}};
   for (const auto& [quality, step] : steps)
-    cases.push_back(put(uri, "<StreamingChannel><Video><fixedQuality>" + std::to_string(quality) +
-                                 "</fixedQuality></Video></StreamingChannel>")
+    cases.push_back(put(master, "<StreamingChannel><Video><fixedQuality>" + std::to_string(quality) +
+                                    "</fixedQuality></Video></StreamingChannel>")
                         .answers(1)
                         .sends(sent)
                         .leaves("select Quality from VideoStream where VideoStreamID=0", std::to_string(step)));
