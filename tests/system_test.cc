@@ -109,7 +109,7 @@ TEST(Time, ModeClockZoneAndServerShownAndChanged) {
 
 // Past January 2038 (a 32-bit time_t ends there): the camera's clock is read, shown and sent, and a manual time
 // normalised, as before it.
-TEST(Time, DatesPast2038) {
+TEST(Time, DatesPast2038AndAZoneForTheProcess) {
   Camera camera;
   camera.clock().wall_start = 2214129600;  // 2040-02-29T12:00:00Z
   EXPECT_EQ(camera.get(kLocal), document_answer("2040-02-29T12:00:00", kXmlUtf8));
@@ -118,21 +118,18 @@ TEST(Time, DatesPast2038) {
   EXPECT_EQ(camera.put(kLocal, "2040-02-30T25:00:00"), status_answer(kLocal, 1));
   EXPECT_EQ(camera.commands(),
             (std::vector<std::string>{kSentNtp + "2040-02-29 12:00:00", kSent + "2040-03-02 01:00:00"}));
-}
-
-TEST(Time, AZoneGivenWithTheTimeIsKeptForTheProcess) {
-  Camera camera;
-  camera.daemon().status[6] = 2;
-  EXPECT_EQ(camera.put(kTime, "<Time><timeZone>JST-9</timeZone></Time>"), status_answer(kTime, 2));
-  // The process's local time follows it; the stored zone does not change.
-  EXPECT_EQ(camera.get(kTime), time_doc("NTP", "2011-05-12T19:20:30", "JST-9"));
-  EXPECT_EQ(camera.get(kZone), document_answer("CET-1CEST,M3.5.0,M10.5.0/3", kTextUtf8));
+  // A zone given with the time is kept for the process: its local time follows it, the stored zone does not change.
+  Camera zoned;
+  zoned.daemon().status[6] = 2;
+  EXPECT_EQ(zoned.put(kTime, "<Time><timeZone>JST-9</timeZone></Time>"), status_answer(kTime, 2));
+  EXPECT_EQ(zoned.get(kTime), time_doc("NTP", "2011-05-12T19:20:30", "JST-9"));
+  EXPECT_EQ(zoned.get(kZone), document_answer("CET-1CEST,M3.5.0,M10.5.0/3", kTextUtf8));
   // An empty zone goes back to the system's.
-  camera.put(kTime, "<Time><timeZone></timeZone></Time>");
-  EXPECT_EQ(camera.get(kLocal), document_answer("2011-05-12T10:20:30", kXmlUtf8));
+  zoned.put(kTime, "<Time><timeZone></timeZone></Time>");
+  EXPECT_EQ(zoned.get(kLocal), document_answer("2011-05-12T10:20:30", kXmlUtf8));
 }
 
-TEST(Device, InformationFromItsSources) {
+TEST(Device, InformationFromItsSourcesAndTheIdentifierMadeOnce) {
   const char* uri = kDevice;
   Camera camera;
   EXPECT_EQ(camera.get(uri), document_answer(golden("device_info.xml")));
@@ -154,30 +151,28 @@ TEST(Device, InformationFromItsSources) {
   camera.exec("delete from System");
   EXPECT_NE(camera.get(uri).find("<firmwareVersion>0.0.0.0</firmwareVersion><firmwareReleasedDate>000000<"),
             std::string::npos);
-}
-
-TEST(Device, TheIdentifierIsMadeOnceAndClosesTheConnection) {
+  // The identifier is made once, and closes the connection.
   const std::regex made("<deviceID>([0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9a-f]{12})</deviceID>");
   for (const char* stored : {"aaaaaaaaaaaaaaaa", "aaaaaaaaaaaaaaaaXYZ", ""}) {
-    Camera camera(std::string("update System set uuid='") + stored + "'");
-    std::string first = camera.get(kDevice);
+    Camera fresh(std::string("update System set uuid='") + stored + "'");
+    std::string first = fresh.get(kDevice);
     std::smatch id;
     ASSERT_TRUE(std::regex_search(first, id, made)) << first;
-    EXPECT_EQ(camera.query("select uuid from System"), id[1]);
-    const std::string factory = camera.path("/usr/local/korvia/conf/default.db");
+    EXPECT_EQ(fresh.query("select uuid from System"), id[1]);
+    const std::string factory = fresh.path("/usr/local/korvia/conf/default.db");
     EXPECT_EQ(run_process({"/usr/bin/sqlite3", factory, "select uuid from System"}, {}).out, id[1].str() + "\n");
     // The main connection is closed once the identifier is stored: the rest of this answer shows the fallbacks, and
     // later callers are refused.
     EXPECT_NE(first.find("<model>Aldex IP Camera</model>"), std::string::npos);
-    EXPECT_EQ(camera.get("/PSIA/index").rfind("Status: 401", 0), 0u);
+    EXPECT_EQ(fresh.get("/PSIA/index").rfind("Status: 401", 0), 0u);
   }
   // Without a factory database the connection stays and none is created.
-  Camera camera("update System set uuid='aaaaaaaaaaaaaaaa'");
-  std::string factory = camera.path("/usr/local/korvia/conf/default.db");
+  Camera kept("update System set uuid='aaaaaaaaaaaaaaaa'");
+  std::string factory = kept.path("/usr/local/korvia/conf/default.db");
   ASSERT_EQ(unlink(factory.c_str()), 0);
-  EXPECT_NE(camera.get(kDevice).find("<model>KTA3050</model>"), std::string::npos);
+  EXPECT_NE(kept.get(kDevice).find("<model>KTA3050</model>"), std::string::npos);
   EXPECT_NE(access(factory.c_str(), F_OK), 0);
-  EXPECT_EQ(camera.get("/PSIA/index"), document_answer(golden("index.xml")));
+  EXPECT_EQ(kept.get("/PSIA/index"), document_answer(golden("index.xml")));
 }
 
 TEST(Device, NameStatusRebootAndFactoryReset) {
@@ -281,7 +276,8 @@ const char kDhcpBody[] =
     "<IPAddress><ipVersion>v4</ipVersion><addressingType>DHCP</addressingType>"
     "<ipAddress>10.9.8.7</ipAddress></IPAddress>";
 
-TEST(Network, AddressingTypeAndMissingHostFiles) {
+TEST(Network, DocumentsShowTheLiveInterfaceAndUpdatesAreAppliedInTheirSteps) {
+  // The addressing type, and the host files missing.
   for (const auto& [sql, type] : {std::pair<const char*, const char*>{"update Network set ConnectionType=0", "static"},
                                   {"update Network set ConnectionType=1", "dynamic"},
                                   {"delete from Network", "dynamic"}}) {
@@ -296,9 +292,6 @@ TEST(Network, AddressingTypeAndMissingHostFiles) {
     EXPECT_EQ(camera.get(kIp), document_answer(expected)) << sql;
     EXPECT_EQ(camera.errors(), "Do not support /proc file system?\n");
   }
-}
-
-TEST(Network, DocumentsShowTheLiveInterfaceAndUpdatesAreAppliedInTheirSteps) {
   const char* secondary = "<SecondaryDNS><ipAddress>10.9.0.54</ipAddress></SecondaryDNS>";
   // clang-format off
   run_cases({

@@ -58,7 +58,7 @@ TEST(Credentials, Base64DecodesLikeRfc4648AndTheDecodedSplitAtColonsAsTheCameraA
   }
 }
 
-TEST(TextBuffer, KeepsExactlyWhatWasFormattedAtEveryLength) {
+TEST(Bounds, TheTextBufferKeepsExactlyWhatWasFormattedAndCopiesKeepSizeMinusOne) {
   // Lengths around the step, each appended to a buffer already holding `before` bytes: the room filled exactly, by
   // one more, and far beyond.
   for (size_t before : {0, 1, 1000}) {
@@ -76,9 +76,7 @@ TEST(TextBuffer, KeepsExactlyWhatWasFormattedAtEveryLength) {
   doc.appendf("<q>%s</q>", "50%%%s%n");  // a percent sign in data is never re-read
   doc.append("%d");
   EXPECT_EQ(std::string(doc.data()), "<q>50%%%s%n</q>%d");
-}
-
-TEST(BoundedCopy, KeepsSizeMinusOneCharacters) {
+  // Bounded copies keep size - 1 characters.
   // clang-format off
   const std::pair<std::string, std::string> cases[] = {
       {"", ""}, {"abc", "abc"}, {"abcdefg", "abcdefg"}, {"abcdefgh", "abcdefg"}, {"abcdefghij", "abcdefg"}};

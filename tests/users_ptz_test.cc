@@ -60,7 +60,7 @@ TEST(Users, DocumentsAndChanges) {
   EXPECT_EQ(camera.commands(), std::vector<std::string>{"94"});
 }
 
-TEST(Ptz, ChannelAndPresets) {
+TEST(Ptz, ChannelPresetsAndStatus) {
   auto channel = [](const std::string& id, const char* enabled, bool list) {
     std::string c = "<id>" + id + "</id><enabled>" + enabled + "</enabled><videoInputID>0</videoInputID>";
     c = psia_element("PTZChannel", c + "<controlProtocol>Aldex Pellix</controlProtocol>");
@@ -75,6 +75,17 @@ TEST(Ptz, ChannelAndPresets) {
     return psia_element("PTZPreset", "<id>" + std::to_string(id) + "</id><presetName>" + name + "</presetName>");
   };
   const char* presets = "select PresetAlias, Sequence from Preset";
+  const char* uri = "/PSIA/PTZ/channels/0/status";
+  auto frame = [](const std::string& hex) {
+    return [hex](Camera& c) {
+      c.daemon().position_frame.clear();
+      for (size_t i = 0; i < hex.size(); i += 2)
+        c.daemon().position_frame.push_back(std::stoi(hex.substr(i, 2), 0, 16));
+    };
+  };
+  auto at = [](const std::string& a) {
+    return xml_answer(psia_element("PTZStatus", "<Absolute>" + a + "</Absolute>"));
+  };
   // clang-format off
   run_cases({
       get(list).answers(channel("0", "true", true)),
@@ -111,6 +122,13 @@ TEST(Ptz, ChannelAndPresets) {
       del(base + "/1").answers(1).sends({"54 preset=1"}).leaves(presets, "Parking|2"),
       put(base, "<PTZPresetList><PTZPreset><id>1</id><presetName>A</presetName></PTZPreset><PTZPreset><id>2</id></PTZPreset></PTZPresetList>").answers(1).leaves(presets, "A|1\nA|2"),
       del(base).answers(1).leaves(presets, ""),
+      // The status decodes the position frame.
+      get(uri).with(frame("FF0100A1004AFF2774044C")).answers(at("<elevation>0</elevation><azimuth>179</azimuth><absoluteZoom>50</absoluteZoom>")).sends({"65"}),
+      get(uri).with(frame("FF0100A10095FF00000015")).answers(at("<elevation>-90</elevation><azimuth>360</azimuth><absoluteZoom>0</absoluteZoom>")).sends({"65"}),
+      get(uri).with(frame("FF0100A10000004EE8")).answers(at("<elevation>90</elevation><azimuth>0</azimuth><absoluteZoom>0</absoluteZoom>")).sends({"65"}),
+      get(uri).with(frame("FF0100A1000000277408980015")).answers(at("<elevation>0</elevation><azimuth>0</azimuth><absoluteZoom>100</absoluteZoom>")).sends({"65"}),
+      get(uri).with(frame("FF0100A2")).answers(3).sends({"65"}),  // not a position
+      get(uri).with([](Camera& c) { c.daemon().silent.insert(65); }).answers(3).sends({"65"}),
   });
   // clang-format on
 }
@@ -169,30 +187,6 @@ TEST(Ptz, MotionCommands) {
             (std::vector<std::string>{"63 frame=E50100CF7F254429682E", "63 frame=E50100CD0005CB83",
                                       "63 frame=E50100CF7F25442D8C56", "63 frame=E50100CF7F25442D8C56",
                                       "63 frame=E50100CD000000B3"}));
-}
-
-TEST(Ptz, StatusDecodesThePositionFrame) {
-  const char* uri = "/PSIA/PTZ/channels/0/status";
-  auto frame = [](const std::string& hex) {
-    return [hex](Camera& c) {
-      c.daemon().position_frame.clear();
-      for (size_t i = 0; i < hex.size(); i += 2)
-        c.daemon().position_frame.push_back(std::stoi(hex.substr(i, 2), 0, 16));
-    };
-  };
-  auto at = [](const std::string& a) {
-    return xml_answer(psia_element("PTZStatus", "<Absolute>" + a + "</Absolute>"));
-  };
-  // clang-format off
-  run_cases({
-      get(uri).with(frame("FF0100A1004AFF2774044C")).answers(at("<elevation>0</elevation><azimuth>179</azimuth><absoluteZoom>50</absoluteZoom>")).sends({"65"}),
-      get(uri).with(frame("FF0100A10095FF00000015")).answers(at("<elevation>-90</elevation><azimuth>360</azimuth><absoluteZoom>0</absoluteZoom>")).sends({"65"}),
-      get(uri).with(frame("FF0100A10000004EE8")).answers(at("<elevation>90</elevation><azimuth>0</azimuth><absoluteZoom>0</absoluteZoom>")).sends({"65"}),
-      get(uri).with(frame("FF0100A1000000277408980015")).answers(at("<elevation>0</elevation><azimuth>0</azimuth><absoluteZoom>100</absoluteZoom>")).sends({"65"}),
-      get(uri).with(frame("FF0100A2")).answers(3).sends({"65"}),  // not a position
-      get(uri).with([](Camera& c) { c.daemon().silent.insert(65); }).answers(3).sends({"65"}),
-  });
-  // clang-format on
 }
 
 }  // namespace
