@@ -46,7 +46,7 @@ TEST(Frame, OnlyLevelZeroAccountsAreAdmitted) {
         << authorization;
 }
 
-TEST(Frame, UnmatchedRequestsAnswerInvalidOperation) {
+TEST(Frame, UnmatchedRequestsAndSubPaths) {
   Camera camera;
   // The request URL is echoed as it stands, query and all.
   for (const char* uri : {"/PSIA/foo", "/PSIA/Security/AAA/users/", "/PSIA/index", "/PSIA/System/status?x=<b>&y=%s",
@@ -59,6 +59,17 @@ TEST(Frame, UnmatchedRequestsAnswerInvalidOperation) {
   // Paths and methods are compared without regard to case.
   EXPECT_EQ(camera.send("get", "/psia/security/index"), document_answer(golden("security_index.xml")));
   EXPECT_EQ(camera.send("GET", ""), "");  // no path: no answer at all
+  // Sub-paths give their handlers their arguments.
+  Camera sub;
+  // The trigger id and notification id are cut at the slashes.
+  sub.exec("update Event set RelayID=0, FTPServerID=-1, SMTPServerID=-1");
+  EXPECT_NE(sub.get("/PSIA/Custom/Event/triggers/Sensor-0/notifications/Relay-0")
+                .find("<id>Relay-0</id><notificationMethod>IO"),
+            std::string::npos);
+  // The preset number follows "presets/"; "goto" anywhere recalls it.
+  sub.put("/PSIA/PTZ/channels/9/presets/2/goto", "");
+  sub.put("/PSIA/PTZ/channels/9/PRESETS/2/goTo", "");
+  EXPECT_EQ(sub.commands(), (std::vector<std::string>{"53 preset=2", "53 preset=2"}));
 }
 
 TEST(Frame, RulesAreTriedInOrderByPathMethodAndLevel) {
@@ -90,20 +101,7 @@ TEST(Frame, RulesAreTriedInOrderByPathMethodAndLevel) {
   }
 }
 
-TEST(Frame, SubPathsGiveTheirHandlersTheirArguments) {
-  Camera camera;
-  // The trigger id and notification id are cut at the slashes.
-  camera.exec("update Event set RelayID=0, FTPServerID=-1, SMTPServerID=-1");
-  EXPECT_NE(camera.get("/PSIA/Custom/Event/triggers/Sensor-0/notifications/Relay-0")
-                .find("<id>Relay-0</id><notificationMethod>IO"),
-            std::string::npos);
-  // The preset number follows "presets/"; "goto" anywhere recalls it.
-  camera.put("/PSIA/PTZ/channels/9/presets/2/goto", "");
-  camera.put("/PSIA/PTZ/channels/9/PRESETS/2/goTo", "");
-  EXPECT_EQ(camera.commands(), (std::vector<std::string>{"53 preset=2", "53 preset=2"}));
-}
-
-TEST(Frame, CatalogueDocuments) {
+TEST(Frame, CatalogueDocumentsAndUnreadableBodies) {
   Camera camera;
   // clang-format off
   const struct { const char *uri, *golden, *type = kXml; } cases[] = {
@@ -120,25 +118,23 @@ TEST(Frame, CatalogueDocuments) {
   for (const auto& c : cases) EXPECT_EQ(camera.get(c.uri), document_answer(golden(c.golden), c.type)) << c.uri;
   // The same documents every time: they are built once.
   EXPECT_EQ(camera.get("/PSIA/indexr"), document_answer(golden("indexr.xml")));
-}
-
-TEST(Frame, BodiesThatCannotBeReadAnswerDeviceError) {
-  Camera camera;
-  const char* uri = "/PSIA/Custom/Event/schedule";
+  // Bodies that cannot be read answer Device Error.
+  Camera schedule;
+  const char* path = "/PSIA/Custom/Event/schedule";
   // A body and its CONTENT_LENGTH (null: none): none at all, one over 1 MiB, one shorter than announced.
   // clang-format off
-  const std::pair<std::string, const char*> cases[] = {
+  const std::pair<std::string, const char*> bodies[] = {
       {"", nullptr}, {"", "0"}, {"<EventSchedule/>", "999999999999999999999"}, {"<EventSchedule/>", "1048577"},
       {"<EventSchedule/>", "-5"}, {"<EventSchedule/>", "x"}, {"<EventSchedule/>", "100"}, {"<EventSchedule><TimeBlockList>", "30"},
       {"<?xml version=\"1.0\"?><!DOCTYPE EventSchedule><EventSchedule/>", nullptr}};
   // clang-format on
-  for (const auto& [body, length] : cases) {
-    Req r{"PUT", uri, body};
+  for (const auto& [body, length] : bodies) {
+    Req r{"PUT", path, body};
     r.content_length = length;
     r.no_content_length = length == nullptr && body.empty();
-    EXPECT_EQ(camera.request(r), status_answer(uri, 3)) << (length ? length : body);
+    EXPECT_EQ(schedule.request(r), status_answer(path, 3)) << (length ? length : body);
   }
-  EXPECT_EQ(camera.query("select Week from Event"), "127");  // nothing stored
+  EXPECT_EQ(schedule.query("select Week from Event"), "127");  // nothing stored
 }
 
 TEST(Startup, ADatabaseThatCannotBeOpenedStopsTheResponder) {
@@ -187,7 +183,7 @@ TEST(Executable, ServesOneRequestAsACgiProgram) {
 
 const int64_t kSecond = 1000000;
 
-TEST(LoginGuard, LocksOutAfterTheThresholdAndDoublesUpToFifteenMinutes) {
+TEST(LoginGuard, LocksOutDoublingUpToFifteenMinutesWithoutAskingTheDatabase) {
   // Each step: failures from an address at a time (-1: a successful login), whether it is then locked, and the
   // lock-out the last failure started.
   // clang-format off
@@ -223,9 +219,7 @@ TEST(LoginGuard, LocksOutAfterTheThresholdAndDoublesUpToFifteenMinutes) {
   for (int i = 0; i < 1000; ++i) flooded.failed("10.0." + std::to_string(i), 1 + i);
   EXPECT_EQ(flooded.size(), psia::LoginGuard::kAddresses);
   EXPECT_TRUE(flooded.locked("locked", 2000));  // spared while others can go
-}
-
-TEST(LoginGuard, ALockedAddressIsRefusedWithoutTheDatabaseAndTheTrailRecordsIt) {
+  // A locked address is refused without the database, and the trail records it.
   Camera camera;
   for (int i = 0; i < 10; ++i) camera.request(get_as("/PSIA/index", basic_authorization("admin", "nope")));
   {

@@ -23,7 +23,7 @@ using namespace psia;
 
 namespace {
 
-TEST(Credentials, Base64DecodesLikeRfc4648AndTheDecodedSplitAtColonsAsTheCameraAlwaysHas) {
+TEST(Parsers, Base64CredentialsDottedQuadsContentLengthsAndLines) {
   // Unpadded, and broken by line ends and blanks, too.
   // clang-format off
   const std::pair<const char*, std::string> texts[] = {
@@ -56,6 +56,25 @@ TEST(Credentials, Base64DecodesLikeRfc4648AndTheDecodedSplitAtColonsAsTheCameraA
     EXPECT_EQ(who.user, user) << decoded;
     EXPECT_EQ(who.password, password) << decoded;
   }
+  // Dotted quads and content lengths.
+  uint32_t value = 0;
+  ASSERT_EQ(parse_ipv4_text("192.168.1.20", &value, 1), 1);
+  EXPECT_EQ(value, 192u | 168u << 8 | 1u << 16 | 20u << 24);
+  ASSERT_EQ(parse_ipv4_text("192.168.1.20", &value, 0), 1);
+  EXPECT_EQ(value, 192u << 24 | 168u << 16 | 1u << 8 | 20u);
+  ASSERT_EQ(parse_ipv4_text("0.0.2.300", &value, 0), 1);
+  EXPECT_EQ(value, 812u);  // not range-checked: 300 spills into the next byte
+  for (const char* bad : {"1.2.3", "a.b.c.d", "", "1..2.3"}) EXPECT_EQ(parse_ipv4_text(bad, &value, 0), 0) << bad;
+  for (const auto& [text, length] :
+       {std::pair<const char*, int>{"42", 42}, {nullptr, -1}, {"x", -1}, {"99999999999999999999", -1}})
+    EXPECT_EQ(parse_content_length(text), length);
+  // Lines are handed out as fgets would.
+  std::string lines_text = "abcdefgh\nij\n\nk";
+  LineReader lines(lines_text);
+  char line[5];
+  std::vector<std::string> got;
+  while (lines.next(line, sizeof line)) got.push_back(line);
+  EXPECT_EQ(got, (std::vector<std::string>{"abcd", "efgh", "\n", "ij\n", "\n", "k"}));
 }
 
 TEST(Bounds, TheTextBufferKeepsExactlyWhatWasFormattedAndCopiesKeepSizeMinusOne) {
@@ -91,27 +110,6 @@ TEST(Bounds, TheTextBufferKeepsExactlyWhatWasFormattedAndCopiesKeepSizeMinusOne)
   EXPECT_EQ(parse_int("2147483648"), 2147483647);  // saturates
   EXPECT_EQ(parse_int("-12abc"), -12);
   EXPECT_EQ(times_wrapped(2147483647, 100), -100);  // as 32-bit arithmetic wraps
-}
-
-TEST(Parsers, DottedQuadsContentLengthsAndLines) {
-  uint32_t value = 0;
-  ASSERT_EQ(parse_ipv4_text("192.168.1.20", &value, 1), 1);
-  EXPECT_EQ(value, 192u | 168u << 8 | 1u << 16 | 20u << 24);
-  ASSERT_EQ(parse_ipv4_text("192.168.1.20", &value, 0), 1);
-  EXPECT_EQ(value, 192u << 24 | 168u << 16 | 1u << 8 | 20u);
-  ASSERT_EQ(parse_ipv4_text("0.0.2.300", &value, 0), 1);
-  EXPECT_EQ(value, 812u);  // not range-checked: 300 spills into the next byte
-  for (const char* bad : {"1.2.3", "a.b.c.d", "", "1..2.3"}) EXPECT_EQ(parse_ipv4_text(bad, &value, 0), 0) << bad;
-  for (const auto& [text, length] :
-       {std::pair<const char*, int>{"42", 42}, {nullptr, -1}, {"x", -1}, {"99999999999999999999", -1}})
-    EXPECT_EQ(parse_content_length(text), length);
-  // Lines are handed out as fgets would.
-  std::string text = "abcdefgh\nij\n\nk";
-  LineReader lines(text);
-  char line[5];
-  std::vector<std::string> got;
-  while (lines.next(line, sizeof line)) got.push_back(line);
-  EXPECT_EQ(got, (std::vector<std::string>{"abcd", "efgh", "\n", "ij\n", "\n", "k"}));
 }
 
 TEST(TimeZones, ChecksByStageTheZoneFilesLastLineAndTheTable) {
