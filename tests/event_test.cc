@@ -32,87 +32,6 @@ const std::string kSeededNotifications =
                   notification("ftp-archive", "FTP") + notification("mail-security", "email"));
 const std::string kSeededTrigger = trigger(kSeededNotifications);
 
-TEST(EventTrigger, DocumentsUpdatesAndTheSchedule) {
-  const char* plain = "update Event set RelayID=-1, FTPServerID=-1, SMTPServerID=-1; delete from Sensor";
-  auto body = [](const std::string& inner) { return "<EventTrigger><id>Sen</id>" + inner + "</EventTrigger>"; };
-  auto list = [](const std::string& items) {
-    return "<EventTriggerNotificationList>" + items + "</EventTriggerNotificationList>";
-  };
-  auto item = [](const char* id, const char* method, const char* interval = "") {
-    return std::string("<EventTriggerNotification><id>") + id + "</id><notificationMethod>" + method +
-           "</notificationMethod>" + interval + "</EventTriggerNotification>";
-  };
-  auto ok = [](const std::string& method, const std::string& uri, const std::string& b, const char* row) {
-    return request(method, uri, b).answers(1).leaves(kEventRow, row);
-  };
-  const char* uri = "/PSIA/Custom/Event/schedule";
-  const char* row = "select Week, StartTime, EndTime from Event";
-  auto block = [](int day, const char* begin, const char* end) {
-    return "<TimeBlock><dayOfWeek>" + std::to_string(day) + "</dayOfWeek><TimeRange><beginTime>" + begin +
-           "</beginTime><endTime>" + end + "</endTime></TimeRange></TimeBlock>";
-  };
-  auto schedule = [](const std::string& blocks) {
-    return xml_answer(psia_element("EventSchedule", psia_element("TimeBlockList", blocks)));
-  };
-  auto arm = [&](const std::string& blocks, const char* stored) {
-    return put(uri, "<EventSchedule><TimeBlockList>" + blocks + "</TimeBlockList></EventSchedule>")
-        .answers(1)
-        .leaves(row, stored);
-  };
-  // clang-format off
-  run_cases({
-      get(kTriggers).answers(xml_answer(psia_element("EventTriggerList", kSeededTrigger))),
-      get(kSensor).answers(xml_answer(kSeededTrigger)),
-      // No sensor row: the list shows "Sensor-0" with no notifications.
-      get(kTriggers).after(plain).answers(xml_answer(psia_element("EventTriggerList", trigger("")))),
-      get(kSensor).after(plain).answers(4),
-      get(kSensor + "/notifications").after(plain).answers(4),
-      get(kTriggers).after("update Spec set max_sensor=0").answers(4),
-      // A notification whose name is gone is left out.
-      get(kSensor).after("delete from Relay; delete from FTPServer").answers(xml_answer(trigger(notifications(notification("mail-security", "email"))))),
-      get(kSensor + "/notifications").answers(xml_answer(kSeededNotifications)),
-      get(kSensor + "/notifications/ftp-archive").answers(xml_answer(notification("ftp-archive", "FTP"))),
-      get(kSensor + "/notifications/nothing").answers(3),
-      // Only the alarm input's trigger is stored, with one notification.
-      ok("PUT", kSensor, body("<intervalBetweenEvents>30</intervalBetweenEvents>" + list(item("Relay-0", "io", "<notificationInterval>1999</notificationInterval>"))), "30|0|-1|-1|1"),
-      ok("PUT", kSensor, body(list(item("Relay-0", "IO") + item("ftp-archive", "FTP"))), "5|-1|1|-1|5"),
-      ok("PUT", kSensor, body(list(item("mail-security", "SMTP"))), "5|-1|-1|1|5"),
-      ok("PUT", kSensor, body(list(item("mail-security", "email"))), "5|-1|-1|-1|5"),
-      ok("PUT", kSensor, body(list(item("nobody", "FTP"))), "5|-1|-1|-1|5"),
-      ok("PUT", kSensor, body(""), "5|-1|-1|-1|5"),
-      ok("PUT", kTriggers + "/Sensor-9", body(""), "10|0|1|1|5"),  // not the alarm input
-      ok("PUT", kTriggers, "<EventTriggerList><EventTrigger><intervalBetweenEvents>7</intervalBetweenEvents></EventTrigger></EventTriggerList>", "7|-1|-1|-1|5"),
-      ok("DELETE", kSensor, "", "10|-1|-1|-1|5"),
-      ok("DELETE", kTriggers, "", "10|-1|-1|-1|5"),
-      ok("PUT", kSensor + "/notifications", list(item("ftp-archive", "FTP")), "10|-1|1|-1|5"),
-      ok("POST", kSensor + "/notifications", item("Relay-0", "IO"), "10|0|-1|-1|5"),
-      ok("PUT", kSensor + "/notifications/ftp-archive", item("other", "FTP"), "10|-1|1|-1|5"),
-      ok("DELETE", kSensor + "/notifications/ftp-archive", "", "10|-1|-1|-1|5"),
-      ok("DELETE", kSensor + "/notifications/unknown", "", "10|0|1|1|5"),
-      ok("DELETE", kSensor + "/notifications", "", "10|-1|-1|-1|5"),
-      put(kSensor, "<Trigger/>").answers(3).leaves(kEventRow, "10|0|1|1|5"),
-      put(kSensor, "<EventTrigger>").answers(3),
-      post(kTriggers, "<EventTrigger/>").answers(4),
-      // The schedule, by the camera's rules.
-      get(uri).after("update Event set Week=65, StartTime=900, EndTime=1830").answers(schedule(block(7, "09:00:00", "18:30:00") + block(6, "09:00:00", "18:30:00"))),
-      get(uri).after("delete from Event").answers(schedule("")),
-      arm(block(3, "08:00:00", "17:45:00"), "8|800|4500"),  // the end is read from the minutes
-      arm(block(1, "08:00:00", "09:00:00") + block(2, "10:00:00", "11:00:00"), "4|800|0"),
-      arm("<TimeBlock><dayOfWeek>2</dayOfWeek><bitString>000000001111111100000000</bitString></TimeBlock>", "4|1500|900"),
-      arm("<TimeBlock><dayOfWeek>1</dayOfWeek><bitString>000000000000000000000001</bitString></TimeBlock>", "2|2300|2400"),
-      arm("<TimeBlock><dayOfWeek>7</dayOfWeek><bitString>111</bitString></TimeBlock>", "1|2400|0"),  // dropped
-      arm("", "0|2400|0"),
-      arm(block(9, "01:00:00", "02:00:00"), "0|2400|0"),  // no such day
-      arm(block(0, "01:00:00", "02:00:00"), "0|2400|0"),
-      arm(block(7, "06:00:00", "07:30:00"), "1|600|3000"),
-      // Hours beyond any clock: a begin past 24 is not taken; the end is bounded so the stored time cannot overflow.
-      arm(block(6, "99999999:00:00", "00:99999999"), "64|2400|2147483600"),
-      put(uri, "<Schedule/>").answers(3),
-      put(uri, "<EventSchedule/>").after(kEventUnchangeable).answers(3),
-  });
-  // clang-format on
-}
-
 std::string mailing(const char* id, const char* address, int port) {
   return psia_element("MailingNotification",
                       std::string("<id>") + id + "</id><authenticationMode>SMTP</authenticationMode>" + address +
@@ -120,7 +39,7 @@ std::string mailing(const char* id, const char* address, int port) {
                           "</portNo><accountName>camera</accountName><password>secret</password>");
 }
 
-TEST(EventNotification, DestinationsAndTheWholeEvent) {
+TEST(Event, TriggerScheduleDestinationsAndTheWholeEvent) {
   const std::string event = "/PSIA/Custom/Event", uri = event + "/notification", mail = uri + "/mailing",
                     ftp = uri + "/ftp";
   const char* second =
@@ -145,6 +64,32 @@ TEST(EventNotification, DestinationsAndTheWholeEvent) {
     return request(method, path, body).answers(1).leaves(mails, mail_rows).leaves(ftps, ftp_rows);
   };
   auto ftp_list = [](const std::string& items) { return "<FTPNotificationList>" + items + "</FTPNotificationList>"; };
+  const char* plain = "update Event set RelayID=-1, FTPServerID=-1, SMTPServerID=-1; delete from Sensor";
+  auto body = [](const std::string& inner) { return "<EventTrigger><id>Sen</id>" + inner + "</EventTrigger>"; };
+  auto list = [](const std::string& items) {
+    return "<EventTriggerNotificationList>" + items + "</EventTriggerNotificationList>";
+  };
+  auto item = [](const char* id, const char* method, const char* interval = "") {
+    return std::string("<EventTriggerNotification><id>") + id + "</id><notificationMethod>" + method +
+           "</notificationMethod>" + interval + "</EventTriggerNotification>";
+  };
+  auto stores = [](const std::string& method, const std::string& path, const std::string& b, const char* row) {
+    return request(method, path, b).answers(1).leaves(kEventRow, row);
+  };
+  const char* sched = "/PSIA/Custom/Event/schedule";
+  const char* row = "select Week, StartTime, EndTime from Event";
+  auto block = [](int day, const char* begin, const char* end) {
+    return "<TimeBlock><dayOfWeek>" + std::to_string(day) + "</dayOfWeek><TimeRange><beginTime>" + begin +
+           "</beginTime><endTime>" + end + "</endTime></TimeRange></TimeBlock>";
+  };
+  auto schedule = [](const std::string& blocks) {
+    return xml_answer(psia_element("EventSchedule", psia_element("TimeBlockList", blocks)));
+  };
+  auto arm = [&](const std::string& blocks, const char* stored) {
+    return put(sched, "<EventSchedule><TimeBlockList>" + blocks + "</TimeBlockList></EventSchedule>")
+        .answers(1)
+        .leaves(row, stored);
+  };
   // clang-format off
   run_cases({
       get(mail).after(second).answers(xml_answer(psia_element("MailingNotificationList", first_mail + second_mail))),
@@ -183,6 +128,55 @@ TEST(EventNotification, DestinationsAndTheWholeEvent) {
       put(event, "<EventNotification><EventSchedule/></EventNotification>").after(kEventUnchangeable).answers(3),
       put(event, "<EventNotification/>").after(kEventUnchangeable).answers(1),
       put(event, "<Event/>").answers(3),
+      // The trigger with its one stored notification, and the schedule.
+      get(kTriggers).answers(xml_answer(psia_element("EventTriggerList", kSeededTrigger))),
+      get(kSensor).answers(xml_answer(kSeededTrigger)),
+      // No sensor row: the list shows "Sensor-0" with no notifications.
+      get(kTriggers).after(plain).answers(xml_answer(psia_element("EventTriggerList", trigger("")))),
+      get(kSensor).after(plain).answers(4),
+      get(kSensor + "/notifications").after(plain).answers(4),
+      get(kTriggers).after("update Spec set max_sensor=0").answers(4),
+      // A notification whose name is gone is left out.
+      get(kSensor).after("delete from Relay; delete from FTPServer").answers(xml_answer(trigger(notifications(notification("mail-security", "email"))))),
+      get(kSensor + "/notifications").answers(xml_answer(kSeededNotifications)),
+      get(kSensor + "/notifications/ftp-archive").answers(xml_answer(notification("ftp-archive", "FTP"))),
+      get(kSensor + "/notifications/nothing").answers(3),
+      // Only the alarm input's trigger is stored, with one notification.
+      stores("PUT", kSensor, body("<intervalBetweenEvents>30</intervalBetweenEvents>" + list(item("Relay-0", "io", "<notificationInterval>1999</notificationInterval>"))), "30|0|-1|-1|1"),
+      stores("PUT", kSensor, body(list(item("Relay-0", "IO") + item("ftp-archive", "FTP"))), "5|-1|1|-1|5"),
+      stores("PUT", kSensor, body(list(item("mail-security", "SMTP"))), "5|-1|-1|1|5"),
+      stores("PUT", kSensor, body(list(item("mail-security", "email"))), "5|-1|-1|-1|5"),
+      stores("PUT", kSensor, body(list(item("nobody", "FTP"))), "5|-1|-1|-1|5"),
+      stores("PUT", kSensor, body(""), "5|-1|-1|-1|5"),
+      stores("PUT", kTriggers + "/Sensor-9", body(""), "10|0|1|1|5"),  // not the alarm input
+      stores("PUT", kTriggers, "<EventTriggerList><EventTrigger><intervalBetweenEvents>7</intervalBetweenEvents></EventTrigger></EventTriggerList>", "7|-1|-1|-1|5"),
+      stores("DELETE", kSensor, "", "10|-1|-1|-1|5"),
+      stores("DELETE", kTriggers, "", "10|-1|-1|-1|5"),
+      stores("PUT", kSensor + "/notifications", list(item("ftp-archive", "FTP")), "10|-1|1|-1|5"),
+      stores("POST", kSensor + "/notifications", item("Relay-0", "IO"), "10|0|-1|-1|5"),
+      stores("PUT", kSensor + "/notifications/ftp-archive", item("other", "FTP"), "10|-1|1|-1|5"),
+      stores("DELETE", kSensor + "/notifications/ftp-archive", "", "10|-1|-1|-1|5"),
+      stores("DELETE", kSensor + "/notifications/unknown", "", "10|0|1|1|5"),
+      stores("DELETE", kSensor + "/notifications", "", "10|-1|-1|-1|5"),
+      put(kSensor, "<Trigger/>").answers(3).leaves(kEventRow, "10|0|1|1|5"),
+      put(kSensor, "<EventTrigger>").answers(3),
+      post(kTriggers, "<EventTrigger/>").answers(4),
+      // The schedule, by the camera's rules.
+      get(sched).after("update Event set Week=65, StartTime=900, EndTime=1830").answers(schedule(block(7, "09:00:00", "18:30:00") + block(6, "09:00:00", "18:30:00"))),
+      get(sched).after("delete from Event").answers(schedule("")),
+      arm(block(3, "08:00:00", "17:45:00"), "8|800|4500"),  // the end is read from the minutes
+      arm(block(1, "08:00:00", "09:00:00") + block(2, "10:00:00", "11:00:00"), "4|800|0"),
+      arm("<TimeBlock><dayOfWeek>2</dayOfWeek><bitString>000000001111111100000000</bitString></TimeBlock>", "4|1500|900"),
+      arm("<TimeBlock><dayOfWeek>1</dayOfWeek><bitString>000000000000000000000001</bitString></TimeBlock>", "2|2300|2400"),
+      arm("<TimeBlock><dayOfWeek>7</dayOfWeek><bitString>111</bitString></TimeBlock>", "1|2400|0"),  // dropped
+      arm("", "0|2400|0"),
+      arm(block(9, "01:00:00", "02:00:00"), "0|2400|0"),  // no such day
+      arm(block(0, "01:00:00", "02:00:00"), "0|2400|0"),
+      arm(block(7, "06:00:00", "07:30:00"), "1|600|3000"),
+      // Hours beyond any clock: a begin past 24 is not taken; the end is bounded so the stored time cannot overflow.
+      arm(block(6, "99999999:00:00", "00:99999999"), "64|2400|2147483600"),
+      put(sched, "<Schedule/>").answers(3),
+      put(sched, "<EventSchedule/>").after(kEventUnchangeable).answers(3),
   });
   // clang-format on
 }

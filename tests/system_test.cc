@@ -33,7 +33,7 @@ std::string time_doc(const char* mode, const char* local, const std::string& zon
 
 void write_file(const std::string& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
 
-TEST(Time, ModeClockZoneAndServerShownAndChanged) {
+TEST(System, TimeServerDeviceNameStatusRebootAndReset) {
   const char* now = "2011-05-12T10:20:30";
   const std::string cet = "CET-1CEST,M3.5.0,M10.5.0/3";  // Europe/Berlin's zone file
   const std::string zone = "update DateTime set TimeZone=";
@@ -54,6 +54,16 @@ TEST(Time, ModeClockZoneAndServerShownAndChanged) {
   const char* name = "select NTPServerName from DateTime";
   const std::string set = "update DateTime set NTPServerName=";
   auto server = [](const std::string& elements) { return "<NTPServer>" + elements + "</NTPServer>"; };
+  const char* uri = kDevice;
+  const char* host = "select DDNSHostname from Network";
+  auto info = [](const std::string& elements) { return "<DeviceInfo>" + elements + "</DeviceInfo>"; };
+  const std::string n31(31, 'n'), status = "/PSIA/System/status";
+  auto up = [](const std::string& seconds) {
+    const std::string at = "<currentDeviceTime>2011-05-12T10:20:30</currentDeviceTime>";
+    return xml_answer(psia_element("DeviceStatus", at + "<deviceUpTime>" + seconds + "</deviceUpTime>"));
+  };
+  auto uptime = [](std::string text) { return [text](Camera& c) { write_file(c.path("/proc/uptime"), text); }; };
+  const std::string reboot = "/PSIA/System/reboot", reset = "/PSIA/System/factoryReset";
   // clang-format off
   run_cases({
       get(kTime).answers(time_doc("NTP", now, cet)),
@@ -103,6 +113,31 @@ TEST(Time, ModeClockZoneAndServerShownAndChanged) {
       put(list, "<NTPServer/>").answers(3).leaves(name, "pool.ntp.org"),
       del(one).answers(1).leaves(name, "pool.ntp.org"),
       del(list).answers(1).leaves(name, "pool.ntp.org"),
+      // The device name and status, reboot and factory reset.
+      put(uri, "<deviceinfo><deviceName>hall</deviceName><deviceName>lobby</deviceName></deviceinfo>").answers(1).leaves(host, "lobby"),
+      put(uri, info("<deviceName>" + n31 + "</deviceName>")).answers(1).leaves(host, n31),
+      put(uri, info("<deviceName>" + n31 + "nnnnnnnn</deviceName>")).answers(1).leaves(host, n31),
+      put(uri, "<DeviceInfo/>").answers(1).leaves(host, ""),
+      put(uri, "<Device><deviceName>x</deviceName></Device>").answers(3).leaves(host, "camera-lobby"),
+      put(uri, "<DeviceInfo><deviceName>x</deviceName>").answers(3),
+      get(status).answers(up("12345")),
+      get(status).with(uptime("2147483647.5 1\n")).answers(up("2147483647")),
+      get(status).with(uptime("")).answers(3),
+      get(status).with(uptime("abc def\n")).answers(3),
+      get(status).with(uptime("12345.67\n")).answers(3),
+      // Reboot and factory reset.
+      put(reboot).answers(1).sends({"8"}),
+      put(reboot).daemon(8, 2).answers(2).sends({"8"}),
+      put(reboot).daemon(8, 7).answers(3).sends({"8"}),  // above 2: a device error
+      put(reboot).daemon(8, 0).answers(3).sends({"8"}),  // outside 1..7: no text but 3's
+      put(reboot).daemon(8, -1).answers(3).sends({"8"}),
+      put(reset + "?mode=basic").answers(1).sends({"10"}),
+      put(reset + "?MODE=x=FULL").answers(1).sends({"10"}),  // '=' starts the value again
+      put(reset + "?MODE=PARTIAL").answers(3),
+      put(reset + "?KEY=FULL").answers(3),
+      put(reset + "?MODE=" + std::string(300, 'F')).answers(3),
+      put(reset + "?").answers(5),
+      put(reset).answers(5),
   });
   // clang-format on
 }
@@ -173,47 +208,6 @@ TEST(Device, InformationFromItsSourcesAndTheIdentifierMadeOnce) {
   EXPECT_NE(kept.get(kDevice).find("<model>KTA3050</model>"), std::string::npos);
   EXPECT_NE(access(factory.c_str(), F_OK), 0);
   EXPECT_EQ(kept.get("/PSIA/index"), document_answer(golden("index.xml")));
-}
-
-TEST(Device, NameStatusRebootAndFactoryReset) {
-  const char* uri = kDevice;
-  const char* name = "select DDNSHostname from Network";
-  auto info = [](const std::string& elements) { return "<DeviceInfo>" + elements + "</DeviceInfo>"; };
-  const std::string n31(31, 'n'), status = "/PSIA/System/status";
-  auto up = [](const std::string& seconds) {
-    const std::string now = "<currentDeviceTime>2011-05-12T10:20:30</currentDeviceTime>";
-    return xml_answer(psia_element("DeviceStatus", now + "<deviceUpTime>" + seconds + "</deviceUpTime>"));
-  };
-  auto uptime = [](std::string text) { return [text](Camera& c) { write_file(c.path("/proc/uptime"), text); }; };
-  const std::string reboot = "/PSIA/System/reboot", reset = "/PSIA/System/factoryReset";
-  // clang-format off
-  run_cases({
-      put(uri, "<deviceinfo><deviceName>hall</deviceName><deviceName>lobby</deviceName></deviceinfo>").answers(1).leaves(name, "lobby"),
-      put(uri, info("<deviceName>" + n31 + "</deviceName>")).answers(1).leaves(name, n31),
-      put(uri, info("<deviceName>" + n31 + "nnnnnnnn</deviceName>")).answers(1).leaves(name, n31),
-      put(uri, "<DeviceInfo/>").answers(1).leaves(name, ""),
-      put(uri, "<Device><deviceName>x</deviceName></Device>").answers(3).leaves(name, "camera-lobby"),
-      put(uri, "<DeviceInfo><deviceName>x</deviceName>").answers(3),
-      get(status).answers(up("12345")),
-      get(status).with(uptime("2147483647.5 1\n")).answers(up("2147483647")),
-      get(status).with(uptime("")).answers(3),
-      get(status).with(uptime("abc def\n")).answers(3),
-      get(status).with(uptime("12345.67\n")).answers(3),
-      // Reboot and factory reset.
-      put(reboot).answers(1).sends({"8"}),
-      put(reboot).daemon(8, 2).answers(2).sends({"8"}),
-      put(reboot).daemon(8, 7).answers(3).sends({"8"}),  // above 2: a device error
-      put(reboot).daemon(8, 0).answers(3).sends({"8"}),  // outside 1..7: no text but 3's
-      put(reboot).daemon(8, -1).answers(3).sends({"8"}),
-      put(reset + "?mode=basic").answers(1).sends({"10"}),
-      put(reset + "?MODE=x=FULL").answers(1).sends({"10"}),  // '=' starts the value again
-      put(reset + "?MODE=PARTIAL").answers(3),
-      put(reset + "?KEY=FULL").answers(3),
-      put(reset + "?MODE=" + std::string(300, 'F')).answers(3),
-      put(reset + "?").answers(5),
-      put(reset).answers(5),
-  });
-  // clang-format on
 }
 
 TEST(Maintenance, UploadsAndTheConfigurationDownload) {

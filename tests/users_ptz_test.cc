@@ -60,7 +60,15 @@ TEST(Users, DocumentsAndChanges) {
   EXPECT_EQ(camera.commands(), std::vector<std::string>{"94"});
 }
 
-TEST(Ptz, ChannelPresetsAndStatus) {
+TEST(Ptz, ChannelPresetsStatusAndMotion) {
+  const std::string continuous = "/PSIA/PTZ/channels/0/continuous", absolute = "/PSIA/PTZ/channels/0/absolute";
+  auto move = [&](const std::string& body, const std::string& pairs, const std::string& query = "") {
+    return put(continuous, body).query(query).answers(1).sends({"50 " + pairs});
+  };
+  auto frames = [&](const std::string& body, std::vector<std::string> sent) {
+    for (std::string& f : sent) f = "63 frame=" + f;
+    return put(absolute, body).answers(1).sends(sent);
+  };
   auto channel = [](const std::string& id, const char* enabled, bool list) {
     std::string c = "<id>" + id + "</id><enabled>" + enabled + "</enabled><videoInputID>0</videoInputID>";
     c = psia_element("PTZChannel", c + "<controlProtocol>Aldex Pellix</controlProtocol>");
@@ -88,6 +96,33 @@ TEST(Ptz, ChannelPresetsAndStatus) {
   };
   // clang-format off
   run_cases({
+      move("<PTZData><pan>0</pan><tilt>0</tilt><zoom>0</zoom></PTZData>", "- - STOP=PAN - -"),
+      move("<PTZData><zoom>20</zoom></PTZData>", "- - - ZOOMSPEED=0 ZOOM=IN"),
+      move("<PTZData><pan>-100</pan></PTZData>", "PANSPEED=127 TILTSPEED=0 MOVE=LEFT - -"),
+      move("<PTZData><pan>100</pan><tilt>1</tilt></PTZData>", "PANSPEED=127 TILTSPEED=1 MOVE=RIGHTUP - -"),
+      move("<ptzdata><PAN>50</PAN><tilt>-10</tilt><zoom>-100</zoom></ptzdata>", "PANSPEED=63 TILTSPEED=12 MOVE=RIGHTDOWN ZOOMSPEED=3 ZOOM=OUT"),
+      move("<PTZData><tilt>-100</tilt><pan>-1</pan><zoom>100</zoom></PTZData>", "PANSPEED=1 TILTSPEED=127 MOVE=LEFTDOWN ZOOMSPEED=3 ZOOM=IN"),
+      // The query can only zero the first key; the body wins.
+      move("<PTZData><tilt>30</tilt></PTZData>", "PANSPEED=0 TILTSPEED=38 MOVE=UP - -", "PAN=50&TILT=20"),
+      move("<PTZData><pan>7</pan></PTZData>", "PANSPEED=8 TILTSPEED=0 MOVE=RIGHT - -", "PAN=50&"),
+      put(continuous, "<PTZData><pan>101</pan></PTZData>").answers(3),
+      put(continuous, "<PTZData><zoom>-101</zoom></PTZData>").answers(3),
+      put(continuous, "<Move/>").answers(5),
+      put(continuous, "<PTZData>").answers(3),
+      put("/PSIA/PTZ/channels/0/homePosition").answers(1).sends({"50 HOME=HOME - - - -"}),
+      get("/PSIA/PTZ/channels/0/momentary").answers(4),
+      put("/PSIA/PTZ/channels/0/relative").answers(4),
+      put("/PSIA/PTZ/channels/0/digital").answers(4),
+      frames("<PTZData><azimuth>180</azimuth><elevation>0</elevation></PTZData>", {"E50100CF7F4A8825446F"}),
+      frames("<PTZData><azimuth>0</azimuth><elevation>0</elevation></PTZData>", {}),  // where it is
+      frames("<PTZData/>", {"E50100CF7F000025449D"}),                                 // the remembered 0, 0
+      frames("<PTZData><azimuth>360</azimuth><elevation>90</elevation><absolutezoom>100</absolutezoom></PTZData>", {"E50100CF7F95104A88AB", "E50100CD000B9654"}),
+      frames("<PTZData><azimuth>0</azimuth><elevation>-90</elevation></PTZData>", {"E50100CF7F0000000034"}),
+      put(absolute, "<PTZData><azimuth>360.5</azimuth></PTZData>").answers(3),
+      put(absolute, "<PTZData><elevation>-90.5</elevation></PTZData>").answers(3),
+      put(absolute, "<PTZData><absolutezoom>-1</absolutezoom></PTZData>").answers(3),
+      put(absolute, "<PTZ/>").answers(5),
+      // The channel, its presets and its status.
       get(list).answers(channel("0", "true", true)),
       get("/PSIA/PTZ/channels/7").after(five).answers(channel("7", "false", false)),
       put(one, "<PTZChannel><id>1</id></PTZChannel>").after(five).answers(1).sends({"61"}).leaves(enable, "0"),
@@ -131,58 +166,16 @@ TEST(Ptz, ChannelPresetsAndStatus) {
       get(uri).with([](Camera& c) { c.daemon().silent.insert(65); }).answers(3).sends({"65"}),
   });
   // clang-format on
-}
-
-TEST(Ptz, MotionCommands) {
-  const std::string c = "/PSIA/PTZ/channels/0/continuous";
-  const std::string a = "/PSIA/PTZ/channels/0/absolute";
-  auto move = [&](const std::string& body, const std::string& pairs, const std::string& query = "") {
-    return put(c, body).query(query).answers(1).sends({"50 " + pairs});
-  };
-  auto frames = [&](const std::string& body, std::vector<std::string> sent) {
-    for (std::string& f : sent) f = "63 frame=" + f;
-    return put(a, body).answers(1).sends(sent);
-  };
-  // clang-format off
-  run_cases({
-      move("<PTZData><pan>0</pan><tilt>0</tilt><zoom>0</zoom></PTZData>", "- - STOP=PAN - -"),
-      move("<PTZData><zoom>20</zoom></PTZData>", "- - - ZOOMSPEED=0 ZOOM=IN"),
-      move("<PTZData><pan>-100</pan></PTZData>", "PANSPEED=127 TILTSPEED=0 MOVE=LEFT - -"),
-      move("<PTZData><pan>100</pan><tilt>1</tilt></PTZData>", "PANSPEED=127 TILTSPEED=1 MOVE=RIGHTUP - -"),
-      move("<ptzdata><PAN>50</PAN><tilt>-10</tilt><zoom>-100</zoom></ptzdata>", "PANSPEED=63 TILTSPEED=12 MOVE=RIGHTDOWN ZOOMSPEED=3 ZOOM=OUT"),
-      move("<PTZData><tilt>-100</tilt><pan>-1</pan><zoom>100</zoom></PTZData>", "PANSPEED=1 TILTSPEED=127 MOVE=LEFTDOWN ZOOMSPEED=3 ZOOM=IN"),
-      // The query can only zero the first key; the body wins.
-      move("<PTZData><tilt>30</tilt></PTZData>", "PANSPEED=0 TILTSPEED=38 MOVE=UP - -", "PAN=50&TILT=20"),
-      move("<PTZData><pan>7</pan></PTZData>", "PANSPEED=8 TILTSPEED=0 MOVE=RIGHT - -", "PAN=50&"),
-      put(c, "<PTZData><pan>101</pan></PTZData>").answers(3),
-      put(c, "<PTZData><zoom>-101</zoom></PTZData>").answers(3),
-      put(c, "<Move/>").answers(5),
-      put(c, "<PTZData>").answers(3),
-      put("/PSIA/PTZ/channels/0/homePosition").answers(1).sends({"50 HOME=HOME - - - -"}),
-      get("/PSIA/PTZ/channels/0/momentary").answers(4),
-      put("/PSIA/PTZ/channels/0/relative").answers(4),
-      put("/PSIA/PTZ/channels/0/digital").answers(4),
-      frames("<PTZData><azimuth>180</azimuth><elevation>0</elevation></PTZData>", {"E50100CF7F4A8825446F"}),
-      frames("<PTZData><azimuth>0</azimuth><elevation>0</elevation></PTZData>", {}),  // where it is
-      frames("<PTZData/>", {"E50100CF7F000025449D"}),                                 // the remembered 0, 0
-      frames("<PTZData><azimuth>360</azimuth><elevation>90</elevation><absolutezoom>100</absolutezoom></PTZData>", {"E50100CF7F95104A88AB", "E50100CD000B9654"}),
-      frames("<PTZData><azimuth>0</azimuth><elevation>-90</elevation></PTZData>", {"E50100CF7F0000000034"}),
-      put(a, "<PTZData><azimuth>360.5</azimuth></PTZData>").answers(3),
-      put(a, "<PTZData><elevation>-90.5</elevation></PTZData>").answers(3),
-      put(a, "<PTZData><absolutezoom>-1</absolutezoom></PTZData>").answers(3),
-      put(a, "<PTZ/>").answers(5),
-  });
-  // clang-format on
   // The last absolute position is remembered.
   Camera camera;
   const char* position =
       "<PTZData><azimuth>90</azimuth><elevation>10</elevation><absolutezoom>50</absolutezoom></PTZData>";
-  camera.put(a, position);
-  camera.put(a, position);                                        // neither again
-  camera.put(a, "<PTZData><elevation>20</elevation></PTZData>");  // the azimuth kept
+  camera.put(absolute, position);
+  camera.put(absolute, position);                                        // neither again
+  camera.put(absolute, "<PTZData><elevation>20</elevation></PTZData>");  // the azimuth kept
   // Without a position, "not given" differs from the last one sent: the remembered position goes again, then the zoom
   // (0 differs from 50).
-  camera.put(a, "<PTZData><absolutezoom>0</absolutezoom></PTZData>");
+  camera.put(absolute, "<PTZData><absolutezoom>0</absolutezoom></PTZData>");
   EXPECT_EQ(camera.commands(),
             (std::vector<std::string>{"63 frame=E50100CF7F254429682E", "63 frame=E50100CD0005CB83",
                                       "63 frame=E50100CF7F25442D8C56", "63 frame=E50100CF7F25442D8C56",
