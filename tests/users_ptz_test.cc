@@ -16,13 +16,9 @@ TEST(Users, DocumentsAndChanges) {
       "delete from UserAccount where UserID in ('operator', 'guest');"
       "insert into UserAccount values ('carol', 'c', 2), ('dave', 'd', 2)";
   const std::string carol = xml_answer(psia_element("User", "<id>carol</id><userName>carol</userName>"));
-  std::vector<Case> cases = {get(kUsers).answers(document_answer(golden("users.xml")))};
-  // A short id is a position among the accounts that are not built in.
-  for (const char* id : {"2", "999", "carol"}) cases.push_back(get(kUsers + "/" + id).after(setup).answers(carol));
-  for (const char* id : {"0", "dave'", "nobody"}) cases.push_back(get(kUsers + "/" + id).after(setup).answers(3));
-  run_cases(cases);
   // clang-format off
-  run_cases({
+  std::vector<Case> cases = {
+      get(kUsers).answers(document_answer(golden("users.xml"))),
       post(kUsers, "<User><userName>carol</userName><password>c1</password><userName>o'brien</userName><password>p%n</password></User>").answers(1).sends({"94"}).leaves(kAccounts, std::string(kSeededAccounts) + "\ncarol|c1|2\no'brien|p%n|2"),
       post(kUsers, "<User><userName>guest</userName><password>x</password></User>").answers(3).leaves(kAccounts, kSeededAccounts),
       // An earlier pair stays added when a later one is refused.
@@ -43,8 +39,12 @@ TEST(Users, DocumentsAndChanges) {
       del(kUsers + "/ANONYMOUS").answers_nothing(),
       del(kUsers + "/guest").answers(1).sends({"94"}).leaves(kAccounts, "admin|admin|0\nanonymous||3\noperator|operator|1"),
       del(kUsers).answers(1).sends({"94"}).leaves(kAccounts, "admin|admin|0\nanonymous||3"),
-  });
+  };
   // clang-format on
+  // A short id is a position among the accounts that are not built in.
+  for (const char* id : {"2", "999", "carol"}) cases.push_back(get(kUsers + "/" + id).after(setup).answers(carol));
+  for (const char* id : {"0", "dave'", "nobody"}) cases.push_back(get(kUsers + "/" + id).after(setup).answers(3));
+  run_cases(cases);
   // A failed update is answered, and a later success answered behind it.
   Camera camera;
   // A trigger the camera's firmware does not have makes one update fail.
@@ -83,7 +83,7 @@ TEST(Ptz, ChannelPresetsStatusAndMotion) {
     return psia_element("PTZPreset", "<id>" + std::to_string(id) + "</id><presetName>" + name + "</presetName>");
   };
   const char* presets = "select PresetAlias, Sequence from Preset";
-  const char* uri = "/PSIA/PTZ/channels/0/status";
+  const char* status = "/PSIA/PTZ/channels/0/status";
   auto frame = [](const std::string& hex) {
     return [hex](Camera& c) {
       c.daemon().position_frame.clear();
@@ -158,12 +158,12 @@ TEST(Ptz, ChannelPresetsStatusAndMotion) {
       put(base, "<PTZPresetList><PTZPreset><id>1</id><presetName>A</presetName></PTZPreset><PTZPreset><id>2</id></PTZPreset></PTZPresetList>").answers(1).leaves(presets, "A|1\nA|2"),
       del(base).answers(1).leaves(presets, ""),
       // The status decodes the position frame.
-      get(uri).with(frame("FF0100A1004AFF2774044C")).answers(at("<elevation>0</elevation><azimuth>179</azimuth><absoluteZoom>50</absoluteZoom>")).sends({"65"}),
-      get(uri).with(frame("FF0100A10095FF00000015")).answers(at("<elevation>-90</elevation><azimuth>360</azimuth><absoluteZoom>0</absoluteZoom>")).sends({"65"}),
-      get(uri).with(frame("FF0100A10000004EE8")).answers(at("<elevation>90</elevation><azimuth>0</azimuth><absoluteZoom>0</absoluteZoom>")).sends({"65"}),
-      get(uri).with(frame("FF0100A1000000277408980015")).answers(at("<elevation>0</elevation><azimuth>0</azimuth><absoluteZoom>100</absoluteZoom>")).sends({"65"}),
-      get(uri).with(frame("FF0100A2")).answers(3).sends({"65"}),  // not a position
-      get(uri).with([](Camera& c) { c.daemon().silent.insert(65); }).answers(3).sends({"65"}),
+      get(status).with(frame("FF0100A1004AFF2774044C")).answers(at("<elevation>0</elevation><azimuth>179</azimuth><absoluteZoom>50</absoluteZoom>")).sends({"65"}),
+      get(status).with(frame("FF0100A10095FF00000015")).answers(at("<elevation>-90</elevation><azimuth>360</azimuth><absoluteZoom>0</absoluteZoom>")).sends({"65"}),
+      get(status).with(frame("FF0100A10000004EE8")).answers(at("<elevation>90</elevation><azimuth>0</azimuth><absoluteZoom>0</absoluteZoom>")).sends({"65"}),
+      get(status).with(frame("FF0100A1000000277408980015")).answers(at("<elevation>0</elevation><azimuth>0</azimuth><absoluteZoom>100</absoluteZoom>")).sends({"65"}),
+      get(status).with(frame("FF0100A2")).answers(3).sends({"65"}),  // not a position
+      get(status).with([](Camera& c) { c.daemon().silent.insert(65); }).answers(3).sends({"65"}),
   });
   // clang-format on
   // The last absolute position is remembered.
