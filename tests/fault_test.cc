@@ -229,9 +229,9 @@ void expect_well_framed(const std::string& out) {
   EXPECT_EQ(std::stoul(out.substr(16)), out.size() - end - 4);
 }
 
-TEST(Injection, TextsAreStoredAsSentAndPathsHeadersAndXmlTricksAdmitNothing) {
-  // clang-format off
+TEST(Injection, TextsAreStoredAsSentAndNothingHostileIsAdmitted) {
   // A request whose body holds the hostile value at %V (XML-escaped), and where it is stored ("" when it is not).
+  // clang-format off
   const struct { const char *method, *uri, *body, *query; } fields[] = {
       {"POST", "/PSIA/Security/AAA/users", "<User><userName>%V</userName><password>p</password></User>", "select UserID from UserAccount where rowid=(select max(rowid) from UserAccount)"},
       {"PUT", "/PSIA/Security/AAA/users/guest", "<User><password>%V</password></User>", "select Password from UserAccount where UserID='guest'"},
@@ -265,11 +265,10 @@ TEST(Injection, TextsAreStoredAsSentAndPathsHeadersAndXmlTricksAdmitNothing) {
   // Paths, headers and XML tricks admit nothing.
   Camera camera;
   camera.ctx().guard = psia::LoginGuard(0, 0);  // a dozen refused logins in a row follow
-  for (const std::string& hostile : kHostile) {
+  for (const std::string& hostile : kHostile)
     for (const std::string& authorization :
          {basic_authorization(hostile, hostile), basic_authorization("admin", hostile)})
       EXPECT_EQ(camera.request(get_as("/PSIA/index", authorization)).rfind("Status: 401", 0), 0u) << hostile;
-  }
   for (const char* path :
        {"/PSIA/%n%s%x%s%s%s", "/PSIA/Security/AAA/users/x' or '1'='1", "/PSIA/Custom/Event/triggers/x' or '1'='1",
         "/PSIA/Custom/Event/notification/ftp/x' or '1'='1",
