@@ -26,8 +26,8 @@ const char kUnauthorized[] =
 
 TEST(Frame, OnlyLevelZeroAccountsAreAdmitted) {
   Camera camera("insert into UserAccount values('viewer', 'pw2', 2);");
+  // The Authorization header, and whether it is admitted.
   const std::pair<std::string, bool> cases[] = {
-      // the Authorization header, and whether it is admitted
       {basic_authorization("admin", "admin"), true},
       {"Xxxxx " + basic_authorization("admin", "admin").substr(6), true},  // scheme unread
       {"", false},

@@ -33,7 +33,7 @@ std::string time_doc(const char* mode, const char* local, const std::string& zon
 
 void write_file(const std::string& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
 
-TEST(System, TimeServerDeviceNameStatusRebootAndReset) {
+TEST(System, TimeServerDeviceAndMaintenance) {
   const char* now = "2011-05-12T10:20:30";
   const std::string cet = "CET-1CEST,M3.5.0,M10.5.0/3";  // Europe/Berlin's zone file
   const std::string zone = "update DateTime set TimeZone=";
