@@ -243,8 +243,9 @@ TEST(Maintenance, UploadsAndTheConfigurationDownload) {
   const std::string large(2500, 'c');
   run_cases({names("large.cfg", 1, large.c_str()).answers(sent(large)), names("empty.cfg", 1, "").answers(sent("")),
              names("large.cfg", 2, "x").answers(3), names("missing.cfg", 1, nullptr).answers(3),
-             names("", 1, nullptr).answers(3),  // the directory itself
-             names(".", 1, nullptr).answers(3),
+             names("", 1, nullptr).answers(3),
+             names(".", 1, nullptr).answers(3),       // the directory itself, by either name
+             names("a..b", 1, "x").answers(3),        // no name with ".." goes out, whatever it would lead to
              names("fifo", 1, nullptr).answers(3)});  // not a regular file: never opened to block
 
   Camera camera;  // the simulator's own file
