@@ -78,9 +78,9 @@ TEST(Parsers, Base64CredentialsDottedQuadsContentLengthsAndLines) {
 }
 
 TEST(Bounds, TheTextBufferKeepsExactlyWhatWasFormattedAndCopiesKeepSizeMinusOne) {
-  // Lengths around the step, each appended to a buffer already holding `before` bytes: the room filled exactly, by
-  // one more, and far beyond.
-  for (size_t before : {0, 1, 1000}) {
+  // Lengths around the step, each appended to a buffer already holding `before` bytes (2048: grown to hold exactly
+  // them, the terminator in the spare byte): the room filled exactly, by one more, and far beyond.
+  for (size_t before : {0, 1, 1000, 2048}) {
     for (size_t size : {1023, 1024, 1025, 2048, 5000}) {
       text_buffer doc;
       std::string head(before, 'h'), text(size - 6, 'x');
