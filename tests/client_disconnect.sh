@@ -1,8 +1,6 @@
 #!/usr/bin/env bash
-# A client that hangs up while the responder waits for the control daemon:
-# the responder finishes that request into the void and serves the next
-# one, in the same process.
-#   tests/client_disconnect.sh BUILD_DIR
+# A client that hangs up while the responder waits for the control daemon: the responder finishes that
+# request into the void and serves the next one, in the same process. Usage: tests/client_disconnect.sh BUILD_DIR
 set -euo pipefail
 cd "$(dirname "$0")/.."
 PSIA_SIM_ARGS="--delay 8=2500" exec scripts/demo.sh --build-dir "$1" --port auto --run '

@@ -1,20 +1,14 @@
-// What the camera's environment and hostile clients can do: a database
-// locked by the camera's other processes, a slow, silent or late daemon,
-// a full disk, and texts made to change a statement, a format or the
-// parser. Each costs at most its bounded wait and one clear answer; the
-// next request is served as usual.
+// The environment (locks, slow or silent daemons, planted files, a full disk) and hostile texts: each costs at most
+// its bounded wait and one clear answer, and the next request is served as usual.
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
-#include <dlfcn.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
-#include <functional>
-#include <iterator>
-#include <memory>
 
 #include "harness.h"
 
@@ -23,19 +17,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Another process's connection holding a lock on the camera's database.
-class Lock {
- public:
-  Lock(Camera& camera, const char* begin) {
-    sqlite3_open(camera.path("/usr/local/korvia/kkorvia.db").c_str(), &db_);
-    EXPECT_EQ(sqlite3_exec(db_, begin, nullptr, nullptr, nullptr), SQLITE_OK);
-  }
-  ~Lock() { sqlite3_close(db_); }
-  void release() { sqlite3_exec(db_, "commit", nullptr, nullptr, nullptr); }
-
- private:
-  sqlite3* db_ = nullptr;
-};
+using Lock = DatabaseLock;
 
 constexpr char kReboot[] = "/PSIA/System/reboot";
 constexpr char kDeviceInfo[] = "/PSIA/System/deviceInfo";
@@ -48,8 +30,7 @@ constexpr char kDatabase[] = "/usr/local/korvia/kkorvia.db";
 struct Limit {
   Limit(int limited, rlim_t soft) : resource(limited) {
     getrlimit(resource, &saved);
-    rlimit lowered = saved;
-    lowered.rlim_cur = soft;
+    rlimit lowered{soft, saved.rlim_max};
     setrlimit(resource, &lowered);
   }
   ~Limit() { setrlimit(resource, &saved); }
@@ -63,8 +44,7 @@ void daemon_names(Camera& camera, const char* name) {
                                                          std::string(name)));
 }
 
-// A zoneinfo directory of the camera's own, holding `entry` as the zone
-// the database names.
+// A zoneinfo directory of the camera's own, holding `entry` as the zone the database names.
 void plant_zone(Camera& camera, const std::function<void(const std::string&)>& entry) {
   std::string zoneinfo = camera.path("/usr/share/zoneinfo");
   fs::remove(zoneinfo);
@@ -73,9 +53,8 @@ void plant_zone(Camera& camera, const std::function<void(const std::string&)>& e
   camera.exec("update DateTime set TimeZone='Planted'");
 }
 
-// One fault of the camera's environment, the request made under it, and
-// what that request must cost: its answer and the camera time it took.
-// After it, the next ordinary request is served as usual.
+// One fault of the camera's environment, the request made under it, and what that request must cost: its answer and
+// the camera time it took. After it, the next ordinary request is served as usual.
 struct EnvironmentFault {
   const char* what;
   std::function<std::shared_ptr<void>(Camera&)> make;  // what it returns lasts until the next request
@@ -88,11 +67,6 @@ struct EnvironmentFault {
 };
 
 std::shared_ptr<void> nothing() { return nullptr; }
-
-std::string file_text(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
-}
 
 TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
   const std::string body = "<DeviceInfo><deviceName>hall</deviceName></DeviceInfo>";
@@ -190,11 +164,10 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
     SCOPED_TRACE(f.what);
     Camera camera;
     const std::function<void()> serve_daemon = camera.clock().on_sleep;
-    std::string out;
-    {
+    std::string out = [&] {  // the fault lasts for this request only
       std::shared_ptr<void> fault = f.make(camera);
-      out = camera.send(f.method, f.uri, f.body);
-    }
+      return camera.send(f.method, f.uri, f.body);
+    }();
     if (f.answer.size() == 1)
       EXPECT_EQ(out, status_answer(f.uri, f.answer[0] - '0'));
     else
@@ -207,8 +180,8 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
   }
 }
 
-// Replies are matched by process alone: a late reply waits in the queue and
-// is taken by the next exchange, whose own reply answers the one after.
+// Replies are matched by process alone: a late reply waits in the queue and is taken by the next exchange, whose own
+// reply answers the one after.
 TEST(Fault, ALateReplyAnswersTheNextExchange) {
   Camera late;
   late.daemon().delay_ms[8] = 5600;
@@ -223,14 +196,12 @@ TEST(Fault, ALateReplyAnswersTheNextExchange) {
   EXPECT_EQ(late.commands(), (std::vector<std::string>{"8", "41", "8"}));
 }
 
-// A transient failure to load the XML library (no descriptor left) is not
-// remembered: the next document loads it.
+// A transient failure to load the XML library (no descriptor left) is not remembered: the next document loads it.
 TEST(Fault, TheXmlLibraryIsLoadedAgainAfterAFailure) {
   if (dlopen("libxml2.so.2", RTLD_NOW | RTLD_NOLOAD) != nullptr) GTEST_SKIP() << "already loaded in this process";
   Camera camera;
   {
-    // Only the load runs short of descriptors: the sanitizers' own checks
-    // need some.
+    // Only the load runs short of descriptors: the sanitizers' own checks need some.
     int lowest_free = dup(0);
     close(lowest_free);
     Limit no_descriptor(RLIMIT_NOFILE, static_cast<rlim_t>(lowest_free));
@@ -241,17 +212,8 @@ TEST(Fault, TheXmlLibraryIsLoadedAgainAfterAFailure) {
   EXPECT_EQ(camera.put(kDeviceInfo, body), status_answer(kDeviceInfo, 1));
 }
 
-const char* const kHostile[] = {
-    "' or '1'='1",
-    "x'); drop table UserAccount; --",
-    "%n%n%s%s%x%d",
-    "admin' --",
-    "\"; delete from Preset; \"",
-    "long-"
-    "AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA"
-    "AAAAAAAAAAAAA"
-    "AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA",
-};
+const std::string kHostile[] = {"' or '1'='1", "x'); drop table UserAccount; --", "%n%n%s%s%x%d",
+                                "admin' --",   "\"; delete from Preset; \"",      "long-" + std::string(173, 'A')};
 
 std::string xml_escaped(const std::string& text) {
   std::string out;
@@ -267,44 +229,25 @@ void expect_well_framed(const std::string& out) {
   EXPECT_EQ(std::stoul(out.substr(16)), out.size() - end - 4);
 }
 
-TEST(Injection, TextsAreStoredAsSentAndChangeNoStatement) {
-  const struct {
-    const char* method;
-    const char* uri;
-    const char* body;   // %V stands for the hostile value, XML-escaped
-    const char* query;  // the stored value ("" when nothing is stored)
-  } fields[] = {
-      {"POST", "/PSIA/Security/AAA/users", "<User><userName>%V</userName><password>p</password></User>",
-       "select UserID from UserAccount where rowid=(select max(rowid) from UserAccount)"},
-      {"PUT", "/PSIA/Security/AAA/users/guest", "<User><password>%V</password></User>",
-       "select Password from UserAccount where UserID='guest'"},
-      {"PUT", "/PSIA/System/time/ntpServers/1", "<NTPServer><hostName>%V</hostName></NTPServer>",
-       "select NTPServerName from DateTime"},
-      {"PUT", "/PSIA/System/deviceInfo", "<DeviceInfo><deviceName>%V</deviceName></DeviceInfo>",
-       "select DDNSHostname from Network"},
-      {"PUT", "/PSIA/PTZ/channels/0/presets/1", "<PTZPreset><id>1</id><presetName>%V</presetName></PTZPreset>",
-       "select PresetAlias from Preset where Sequence=1"},
-      {"PUT", "/PSIA/Custom/Event/notification/mailing/x",
-       "<MailingNotification><id>mail-security</id><password>%V</password></MailingNotification>",
-       "select Password from SMTPServer"},
-      {"POST", "/PSIA/Custom/Event/notification/ftp",
-       "<FTPNotificationList><FTPNotification><id>%V</id></FTPNotification></FTPNotificationList>",
-       "select ServerName from FTPServer where FTPServerID=2"},
-      {"PUT", "/PSIA/System/Network/interfaces/eth0/ipAddress",
-       "<IPAddress><ipVersion>v4</ipVersion><addressingType>static</addressingType><ipAddress>%V</"
-       "ipAddress>"
-       "</IPAddress>",
-       "select IpAddress from Network"},
+TEST(Injection, TextsAreStoredAsSentAndNothingHostileIsAdmitted) {
+  // A request whose body holds the hostile value at %V (XML-escaped), and where it is stored ("" when it is not).
+  // clang-format off
+  const struct { const char *method, *uri, *body, *query; } fields[] = {
+      {"POST", "/PSIA/Security/AAA/users", "<User><userName>%V</userName><password>p</password></User>", "select UserID from UserAccount where rowid=(select max(rowid) from UserAccount)"},
+      {"PUT", "/PSIA/Security/AAA/users/guest", "<User><password>%V</password></User>", "select Password from UserAccount where UserID='guest'"},
+      {"PUT", "/PSIA/System/time/ntpServers/1", "<NTPServer><hostName>%V</hostName></NTPServer>", "select NTPServerName from DateTime"},
+      {"PUT", "/PSIA/System/deviceInfo", "<DeviceInfo><deviceName>%V</deviceName></DeviceInfo>", "select DDNSHostname from Network"},
+      {"PUT", "/PSIA/PTZ/channels/0/presets/1", "<PTZPreset><id>1</id><presetName>%V</presetName></PTZPreset>", "select PresetAlias from Preset where Sequence=1"},
+      {"PUT", "/PSIA/Custom/Event/notification/mailing/x", "<MailingNotification><id>mail-security</id><password>%V</password></MailingNotification>", "select Password from SMTPServer"},
+      {"POST", "/PSIA/Custom/Event/notification/ftp", "<FTPNotificationList><FTPNotification><id>%V</id></FTPNotification></FTPNotificationList>", "select ServerName from FTPServer where FTPServerID=2"},
+      {"PUT", "/PSIA/System/Network/interfaces/eth0/ipAddress", "<IPAddress><ipVersion>v4</ipVersion><addressingType>static</addressingType><ipAddress>%V</ipAddress></IPAddress>", "select IpAddress from Network"},
       {"PUT", "/PSIA/Custom/Event/triggers/Sensor-0",
-       "<EventTrigger><EventTriggerNotificationList><EventTriggerNotification><id>%V</"
-       "id><notificationMethod>FTP"
-       "</notificationMethod></EventTriggerNotification></EventTriggerNotificationList></"
-       "EventTrigger>",
-       ""},
+       "<EventTrigger><EventTriggerNotificationList><EventTriggerNotification><id>%V</id><notificationMethod>FTP</notificationMethod></EventTriggerNotification></EventTriggerNotificationList></EventTrigger>", ""},
   };
+  // clang-format on
   for (const auto& f : fields) {
-    for (const char* hostile : kHostile) {
-      SCOPED_TRACE(std::string(f.uri) + ": " + hostile);
+    for (const std::string& hostile : kHostile) {
+      SCOPED_TRACE(f.uri + (": " + hostile));
       Camera camera;
       std::string schema = camera.rows("select sql from sqlite_master");
       std::string body = f.body;
@@ -316,23 +259,16 @@ TEST(Injection, TextsAreStoredAsSentAndChangeNoStatement) {
       if (*f.query == '\0') continue;
       std::string stored = camera.query(f.query);
       EXPECT_FALSE(stored.empty());
-      EXPECT_EQ(std::string(hostile).rfind(stored, 0), 0u) << "stored as " << stored;  // cut, never changed
+      EXPECT_EQ(hostile.rfind(stored, 0), 0u) << "stored as " << stored;  // cut, never changed
     }
   }
-}
-
-TEST(Injection, PathsHeadersAndXmlTricksAdmitNothing) {
+  // Paths, headers and XML tricks admit nothing.
   Camera camera;
   camera.ctx().guard = psia::LoginGuard(0, 0);  // a dozen refused logins in a row follow
-  for (const char* hostile : kHostile) {
+  for (const std::string& hostile : kHostile)
     for (const std::string& authorization :
-         {basic_authorization(hostile, hostile), basic_authorization("admin", hostile)}) {
-      Req login;
-      login.uri = "/PSIA/index";
-      login.authorization = authorization;
-      EXPECT_EQ(camera.request(login).rfind("Status: 401", 0), 0u) << hostile;
-    }
-  }
+         {basic_authorization(hostile, hostile), basic_authorization("admin", hostile)})
+      EXPECT_EQ(camera.request(get_as("/PSIA/index", authorization)).rfind("Status: 401", 0), 0u) << hostile;
   for (const char* path :
        {"/PSIA/%n%s%x%s%s%s", "/PSIA/Security/AAA/users/x' or '1'='1", "/PSIA/Custom/Event/triggers/x' or '1'='1",
         "/PSIA/Custom/Event/notification/ftp/x' or '1'='1",
@@ -348,8 +284,7 @@ TEST(Injection, PathsHeadersAndXmlTricksAdmitNothing) {
   std::string deep;
   for (int i = 0; i < 5000; ++i) deep += "<a>";
   const std::string bodies[] = {
-      "<?xml version=\"1.0\"?><!DOCTYPE lolz [<!ENTITY lol \"lol\"><!ENTITY lol2 "
-      "\"&lol;&lol;&lol;&lol;&lol;\">]>"
+      "<?xml version=\"1.0\"?><!DOCTYPE lolz [<!ENTITY lol \"lol\"><!ENTITY lol2 \"&lol;&lol;&lol;&lol;&lol;\">]>"
       "<DeviceInfo><deviceName>&lol2;</deviceName></DeviceInfo>",
       "<?xml version=\"1.0\"?><!DOCTYPE d [<!ENTITY x SYSTEM \"file:///etc/passwd\">]>"
       "<DeviceInfo><deviceName>&x;</deviceName></DeviceInfo>",

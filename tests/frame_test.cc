@@ -1,34 +1,33 @@
-// The request frame: authentication, routing, the catalogue, bodies that
-// cannot be read, start-up, and the real executable as a CGI program.
+// The request frame: authentication, the login guard on a clock the test sets and the audit trail, routing, the
+// catalogue, unreadable bodies, start-up, the executable as CGI (logging to a syslog socket of the test's).
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <fstream>
 
-#include "frame/request_loop.h"
+#include "frame/audit.h"
 #include "frame/routing.h"
 #include "frame/startup.h"
 #include "harness.h"
 #include "resources/event/event.h"
 #include "resources/network/network.h"
 #include "resources/system/system.h"
+#include "util/login_guard.h"
 
 using namespace psia_test;
 
 namespace {
 
 const char kUnauthorized[] =
-    "Status: 401 Unauthorized\n"
-    "WWW-Authenticate: Basic realm=\"Aldex Smart IP Device Authentication\"\n"
-    "Content-Type: text/plain\n\n"
-    "Unauthorized\n";
+    "Status: 401 Unauthorized\nWWW-Authenticate: Basic realm=\"Aldex Smart IP Device Authentication\"\n"
+    "Content-Type: text/plain\n\nUnauthorized\n";
 
 TEST(Frame, OnlyLevelZeroAccountsAreAdmitted) {
   Camera camera("insert into UserAccount values('viewer', 'pw2', 2);");
-  const struct {
-    std::string authorization;
-    bool admitted;
-  } cases[] = {
+  // The Authorization header, and whether it is admitted.
+  const std::pair<std::string, bool> cases[] = {
       {basic_authorization("admin", "admin"), true},
       {"Xxxxx " + basic_authorization("admin", "admin").substr(6), true},  // scheme unread
       {"", false},
@@ -41,19 +40,13 @@ TEST(Frame, OnlyLevelZeroAccountsAreAdmitted) {
       {basic_authorization("admin' or '1'='1", "admin"), false},
       {"Basic " + std::string(5000, 'Q'), false},
   };
-  for (const auto& c : cases) {
-    Req r;
-    r.uri = "/PSIA/Security/index";
-    r.authorization = c.authorization;
-    std::string out = camera.request(r);
-    if (c.admitted)
-      EXPECT_EQ(out, document_answer(golden("security_index.xml"))) << c.authorization;
-    else
-      EXPECT_EQ(out, kUnauthorized) << c.authorization;
-  }
+  for (const auto& [authorization, admitted] : cases)
+    EXPECT_EQ(camera.request(get_as("/PSIA/Security/index", authorization)),
+              admitted ? document_answer(golden("security_index.xml")) : kUnauthorized)
+        << authorization;
 }
 
-TEST(Frame, UnmatchedRequestsAnswerInvalidOperation) {
+TEST(Frame, UnmatchedRequestsAndSubPaths) {
   Camera camera;
   // The request URL is echoed as it stands, query and all.
   for (const char* uri : {"/PSIA/foo", "/PSIA/Security/AAA/users/", "/PSIA/index", "/PSIA/System/status?x=<b>&y=%s",
@@ -65,27 +58,23 @@ TEST(Frame, UnmatchedRequestsAnswerInvalidOperation) {
             status_answer("/PSIA/System/Network/interfaces/eth0/", 4));
   // Paths and methods are compared without regard to case.
   EXPECT_EQ(camera.send("get", "/psia/security/index"), document_answer(golden("security_index.xml")));
-}
-
-TEST(Frame, ARequestWithoutPathOrMethodGetsNoAnswer) {
-  Camera camera;
-  psia::RequestParams params;
-  params.method = "GET";
-  std::string auth = basic_authorization("admin", "admin");
-  params.authorization = auth.c_str();
-  psia::StringInput in("");
-  psia::StringOutput out;
-  psia::serve_request(camera.ctx(), params, in, out);
-  EXPECT_EQ(out.text, "");
+  EXPECT_EQ(camera.send("GET", ""), "");  // no path: no answer at all
+  // Sub-paths give their handlers their arguments.
+  Camera sub;
+  // The trigger id and notification id are cut at the slashes.
+  sub.exec("update Event set RelayID=0, FTPServerID=-1, SMTPServerID=-1");
+  EXPECT_NE(sub.get("/PSIA/Custom/Event/triggers/Sensor-0/notifications/Relay-0")
+                .find("<id>Relay-0</id><notificationMethod>IO"),
+            std::string::npos);
+  // The preset number follows "presets/"; "goto" anywhere recalls it.
+  sub.put("/PSIA/PTZ/channels/9/presets/2/goto", "");
+  sub.put("/PSIA/PTZ/channels/9/PRESETS/2/goTo", "");
+  EXPECT_EQ(sub.commands(), (std::vector<std::string>{"53 preset=2", "53 preset=2"}));
 }
 
 TEST(Frame, RulesAreTriedInOrderByPathMethodAndLevel) {
-  struct Case {
-    const char* path;
-    const char* method;
-    int level, ptz;
-    psia::handler_call expected;  // empty: no rule takes it
-  } cases[] = {
+  // clang-format off
+  const struct { const char *path, *method; int level, ptz; psia::handler_call expected; } cases[] = {  // empty: no rule
       {"/PSIA/System/time/ntpServers/3", "GET", 3, 2, psia::get_ntp_server},
       // A level-2 DELETE falls through every shorter prefix to no rule.
       {"/PSIA/System/time/ntpServers/3", "DELETE", 2, 2, {}},
@@ -102,90 +91,50 @@ TEST(Frame, RulesAreTriedInOrderByPathMethodAndLevel) {
       {"/PSIA/PTZ/index", "GET", 0, 1, {}},
       {"/PSIA/foo", "GET", 0, 1, {}},
   };
-  for (const Case& c : cases) {
-    psia::route_target target;
-    bool taken = psia::route_request(c.path, c.method, c.level, c.ptz, &target);
-    std::string what = std::string(c.method) + " " + c.path + " level " + std::to_string(c.level);
-    EXPECT_EQ(taken, c.expected.plain || c.expected.text || c.expected.number || c.expected.pair) << what;
-    EXPECT_EQ(target.handler.plain, c.expected.plain) << what;
-    EXPECT_EQ(target.handler.text, c.expected.text) << what;
-    EXPECT_EQ(target.handler.pair, c.expected.pair) << what;
+  // clang-format on
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.method) + " " + c.path + " level " + std::to_string(c.level));
+    psia::route_target t;
+    const psia::handler_call& e = c.expected;
+    EXPECT_EQ(psia::route_request(c.path, c.method, c.level, c.ptz, &t), e.plain || e.text || e.number || e.pair);
+    EXPECT_TRUE(t.handler.plain == e.plain && t.handler.text == e.text && t.handler.pair == e.pair);
   }
 }
 
-TEST(Frame, SubPathsGiveTheirHandlersTheirArguments) {
+TEST(Frame, CatalogueDocumentsAndUnreadableBodies) {
   Camera camera;
-  // The trigger id and notification id are cut at the slashes.
-  camera.exec("update Event set RelayID=0, FTPServerID=-1, SMTPServerID=-1");
-  EXPECT_NE(camera.get("/PSIA/Custom/Event/triggers/Sensor-0/notifications/Relay-0")
-                .find("<id>Relay-0</id><notificationMethod>IO"),
-            std::string::npos);
-  // The preset number follows "presets/"; "goto" anywhere recalls it.
-  camera.put("/PSIA/PTZ/channels/9/presets/2/goto", "");
-  camera.put("/PSIA/PTZ/channels/9/PRESETS/2/goTo", "");
-  EXPECT_EQ(camera.commands(), (std::vector<std::string>{"53 preset=2", "53 preset=2"}));
-}
-
-TEST(Frame, CatalogueDocuments) {
-  Camera camera;
-  const struct {
-    const char* uri;
-    const char* golden;
-    const char* type;
-  } cases[] = {
-      {"/PSIA/index", "index.xml", kXml},
-      {"/PSIA/index.xml", "index.xml", kXml},  // a prefix match
-      {"/PSIA/indexr", "indexr.xml", kXml},
-      {"/PSIA/description", "description.xml", kXml},
-      {"/PSIA/System/index", "system_index.xml", kXml},
-      {"/PSIA/System/description", "description.xml", kXml},
-      {"/PSIA/System/Network/index", "network_index.xml", kXml},
-      {"/PSIA/System/Network/description", "network_description.xml", kXml},
-      {"/PSIA/System/Audio/index", "audio_index.xml", kXmlUtf8},
-      {"/PSIA/System/Audio/description", "description.xml", kXmlUtf8},
-      {"/PSIA/System/Video/index", "video_index.xml", kXml},
-      {"/PSIA/Security/AAA/index", "aaa_index.xml", kXml},
-      {"/PSIA/Security/AAA/description", "description.xml", kXml},
-      {"/PSIA/Streaming/index", "streaming_index.xml", kXml},
-      {"/PSIA/Custom/index", "custom_index.xml", kXml},
-      {"/PSIA/Custom/description", "description.xml", kXml},
-      {"/PSIA/Custom/Event/index", "event_index.xml", kXml},
-      {"/PSIA/PTZ/index", "ptz_index.xml", kXml},
-      {"/PSIA/PTZ/description", "description.xml", kXml},
-      {"/PSIA/PTZ/channels/description", "ptz_channels_description.xml", kXml},
+  // clang-format off
+  const struct { const char *uri, *golden, *type = kXml; } cases[] = {
+      {"/PSIA/index", "index.xml"}, {"/PSIA/index.xml", "index.xml"} /* a prefix match */, {"/PSIA/indexr", "indexr.xml"},
+      {"/PSIA/description", "description.xml"}, {"/PSIA/System/index", "system_index.xml"}, {"/PSIA/System/description", "description.xml"},
+      {"/PSIA/System/Network/index", "network_index.xml"}, {"/PSIA/System/Network/description", "network_description.xml"},
+      {"/PSIA/System/Audio/index", "audio_index.xml", kXmlUtf8}, {"/PSIA/System/Audio/description", "description.xml", kXmlUtf8},
+      {"/PSIA/System/Video/index", "video_index.xml"}, {"/PSIA/Security/AAA/index", "aaa_index.xml"}, {"/PSIA/Security/AAA/description", "description.xml"},
+      {"/PSIA/Streaming/index", "streaming_index.xml"}, {"/PSIA/Custom/index", "custom_index.xml"}, {"/PSIA/Custom/description", "description.xml"},
+      {"/PSIA/Custom/Event/index", "event_index.xml"}, {"/PSIA/PTZ/index", "ptz_index.xml"}, {"/PSIA/PTZ/description", "description.xml"},
+      {"/PSIA/PTZ/channels/description", "ptz_channels_description.xml"},
   };
+  // clang-format on
   for (const auto& c : cases) EXPECT_EQ(camera.get(c.uri), document_answer(golden(c.golden), c.type)) << c.uri;
   // The same documents every time: they are built once.
   EXPECT_EQ(camera.get("/PSIA/indexr"), document_answer(golden("indexr.xml")));
-}
-
-TEST(Frame, BodiesThatCannotBeReadAnswerDeviceError) {
-  Camera camera;
-  const char* uri = "/PSIA/Custom/Event/schedule";
-  const struct {
-    std::string body;
-    const char* length;  // null: none
-  } cases[] = {
-      {"", nullptr},
-      {"", "0"},
-      {"<EventSchedule/>", "999999999999999999999"},
-      {"<EventSchedule/>", "1048577"},  // over 1 MiB
-      {"<EventSchedule/>", "-5"},
-      {"<EventSchedule/>", "x"},
-      {"<EventSchedule/>", "100"},  // more than arrives
-      {"<EventSchedule><TimeBlockList>", "30"},
-      {"<?xml version=\"1.0\"?><!DOCTYPE EventSchedule><EventSchedule/>", nullptr},
-  };
-  for (const auto& c : cases) {
-    Req r;
-    r.method = "PUT";
-    r.uri = uri;
-    r.body = c.body;
-    r.content_length = c.length;
-    r.no_content_length = c.length == nullptr && c.body.empty();
-    EXPECT_EQ(camera.request(r), status_answer(uri, 3)) << (c.length ? c.length : c.body);
+  // Bodies that cannot be read answer Device Error.
+  Camera schedule;
+  const char* path = "/PSIA/Custom/Event/schedule";
+  // A body and its CONTENT_LENGTH (null: none): none at all, one over 1 MiB, one shorter than announced.
+  // clang-format off
+  const std::pair<std::string, const char*> bodies[] = {
+      {"", nullptr}, {"", "0"}, {"<EventSchedule/>", "999999999999999999999"}, {"<EventSchedule/>", "1048577"},
+      {"<EventSchedule/>", "-5"}, {"<EventSchedule/>", "x"}, {"<EventSchedule/>", "100"}, {"<EventSchedule><TimeBlockList>", "30"},
+      {"<?xml version=\"1.0\"?><!DOCTYPE EventSchedule><EventSchedule/>", nullptr}};
+  // clang-format on
+  for (const auto& [body, length] : bodies) {
+    Req r{"PUT", path, body};
+    r.content_length = length;
+    r.no_content_length = length == nullptr && body.empty();
+    EXPECT_EQ(schedule.request(r), status_answer(path, 3)) << (length ? length : body);
   }
-  EXPECT_EQ(camera.query("select Week from Event"), "127");  // nothing stored
+  EXPECT_EQ(schedule.query("select Week from Event"), "127");  // nothing stored
 }
 
 TEST(Startup, ADatabaseThatCannotBeOpenedStopsTheResponder) {
@@ -207,46 +156,141 @@ TEST(Startup, ADatabaseThatCannotBeOpenedStopsTheResponder) {
     ctx.log.set_syslog([&](int p, const char* line) { syslog.push_back(std::to_string(p) + " " + line); });
     EXPECT_FALSE(psia::start_up(ctx));
     EXPECT_EQ(errors, "PSIA: DB Open Failed\n");
-    EXPECT_EQ(syslog, (std::vector<std::string>{"27 PSIA: DB Open Failed"}));  // daemon.err
+    EXPECT_EQ(syslog, (std::vector<std::string>{"27 PSIA: DB Open Failed"}));         // daemon.err
     EXPECT_EQ(access(db.c_str(), F_OK) == 0, std::string(replacement) != "missing");  // never created
   }
 }
 
-TEST(Startup, ThePtzBranchOpensOnlyWithPtzSupportTwo) {
-  for (const char* support : {"0", "1", "2"}) {
-    Camera camera(std::string("update Spec2 set PTZSupport=") + support);
-    bool open = std::string(support) == "2";
-    EXPECT_EQ(camera.get("/PSIA/PTZ/index"),
-              open ? document_answer(golden("ptz_index.xml")) : status_answer("/PSIA/PTZ/index", 4));
-  }
-  Camera empty("delete from Spec2");
-  EXPECT_EQ(empty.get("/PSIA/PTZ/index"), status_answer("/PSIA/PTZ/index", 4));
-}
-
-// The executable itself, as the web server runs it: as a CGI program, and
-// refusing to start without its database.
+// The executable itself, as the web server runs it: as a CGI program, and refusing to start without its database.
 TEST(Executable, ServesOneRequestAsACgiProgram) {
   Camera camera;
-  std::vector<std::string> env = {"PSIA_ROOT=" + camera.root(),
-                                  "PSIA_REQUEST_QUEUE_KEY=" + std::to_string(camera.ctx().settings.request_queue_key),
-                                  "PSIA_REPLY_QUEUE_KEY=" + std::to_string(camera.ctx().settings.reply_queue_key),
-                                  "GATEWAY_INTERFACE=CGI/1.1",
-                                  "REQUEST_METHOD=GET",
-                                  "REQUEST_URI=/PSIA/index",
+  std::vector<std::string> env = {"REQUEST_METHOD=GET", "REQUEST_URI=/PSIA/index",
                                   "HTTP_AUTHORIZATION=" + basic_authorization("admin", "admin")};
-  ProcessResult answer = run_process({PSIA_RESPONDER_PATH}, env);
+  ProcessResult answer = camera.run_cgi(env);
   EXPECT_EQ(answer.exit_status, 0) << answer.err;
   EXPECT_EQ(answer.out, document_answer(golden("index.xml")));
 
   env.back() = "HTTP_AUTHORIZATION=";
   env.push_back("CONTENT_LENGTH=11");
-  EXPECT_EQ(run_process({PSIA_RESPONDER_PATH}, env, "<x></x>....").out, kUnauthorized);
+  EXPECT_EQ(camera.run_cgi(env, "<x></x>....").out, kUnauthorized);
 
   ASSERT_EQ(unlink(camera.path("/usr/local/korvia/kkorvia.db").c_str()), 0);
-  answer = run_process({PSIA_RESPONDER_PATH}, env);
+  answer = camera.run_cgi(env);
   EXPECT_EQ(answer.exit_status, 255);
   EXPECT_EQ(answer.out, "");
   EXPECT_EQ(answer.err, "PSIA: DB Open Failed\n");
+}
+
+const int64_t kSecond = 1000000;
+
+TEST(LoginGuard, LocksOutDoublingUpToFifteenMinutesWithoutAskingTheDatabase) {
+  // Each step: failures from an address at a time (-1: a successful login), whether it is then locked, and the
+  // lock-out the last failure started.
+  // clang-format off
+  struct Step { const char* address; int failures; int64_t at; bool locked; int64_t lockout = 0; };
+  const std::vector<Step> steps = {
+      {"A", 9, 0, false}, {"A", -1, 0, false},  // a success clears the count
+      {"A", 9, 1, false}, {"A", 1, 2, true, 60 * kSecond},
+      {"B", 0, 3, false},  // another address is not touched
+      {"A", 0, 60 * kSecond + 1, true}, {"A", 0, 60 * kSecond + 2, false},
+      {"A", 10, 61 * kSecond, true, 120 * kSecond}, {"A", 10, 200 * kSecond, true, 240 * kSecond},
+      {"A", 10, 500 * kSecond, true, 480 * kSecond}, {"A", 10, 1000 * kSecond, true, 900 * kSecond},
+      {"A", 10, 2000 * kSecond, true, 900 * kSecond},  // capped
+      {"A", -1, 2001 * kSecond, false},  // cleared, the doubling too
+      {"A", 10, 2002 * kSecond, true, 60 * kSecond},
+  };
+  // clang-format on
+  psia::LoginGuard guard(10, 60);
+  for (const Step& s : steps) {
+    int64_t lockout = 0;
+    if (s.failures < 0) guard.succeeded(s.address);
+    for (int i = 0; i < s.failures; ++i) lockout = guard.failed(s.address, s.at);
+    EXPECT_EQ(guard.locked(s.address, s.at + (s.failures > 0 ? 1 : 0)), s.locked) << s.address << " at " << s.at;
+    EXPECT_EQ(lockout, s.lockout) << s.address << " at " << s.at;
+  }
+  for (const auto& [attempts, lockout] : std::vector<std::pair<int, int>>{{0, 60}, {10, 0}}) {
+    psia::LoginGuard off(attempts, lockout);
+    for (int i = 0; i < 50; ++i) off.failed("A", i);
+    EXPECT_FALSE(off.locked("A", 51));
+  }
+  // A flood of addresses is forgotten, not kept.
+  psia::LoginGuard flooded(2, 60);
+  for (int i = 0; i < 2; ++i) flooded.failed("locked", 0);
+  for (int i = 0; i < 1000; ++i) flooded.failed("10.0." + std::to_string(i), 1 + i);
+  EXPECT_EQ(flooded.size(), psia::LoginGuard::kAddresses);
+  EXPECT_TRUE(flooded.locked("locked", 2000));  // spared while others can go
+  // A locked address is refused without the database, and the trail records it.
+  Camera camera;
+  for (int i = 0; i < 10; ++i) camera.request(get_as("/PSIA/index", basic_authorization("admin", "nope")));
+  {
+    // The right password is refused as well, with the same bytes, and the database is not asked: a lock held on it
+    // costs no wait.
+    DatabaseLock lock(camera, "begin exclusive");
+    EXPECT_EQ(camera.get("/PSIA/index").rfind("Status: 401 Unauthorized\n", 0), 0u);
+    EXPECT_EQ(camera.clock().now_us, 0);
+  }
+  camera.clock().now_us = 61 * kSecond;
+  EXPECT_EQ(camera.get("/PSIA/index"), document_answer(golden("index.xml")));
+  camera.put("/PSIA/System/time/timeZone", "JST-9");
+  const std::string refused = "36 refused login from 192.0.2.10 as \"admin\": ";
+  std::vector<std::string> expected(9, refused + "wrong password");
+  expected.push_back("36 locked out 192.0.2.10 for 60 s after 10 failed logins");
+  expected.push_back(refused + "wrong password");
+  expected.push_back(refused + "locked out");
+  expected.push_back("29 PUT /PSIA/System/time/timeZone from 192.0.2.10 by \"admin\": status 1");
+  EXPECT_EQ(camera.syslog(), expected);
+}
+
+TEST(Audit, RequestTextsNeverSplitOrForgeALine) {
+  // clang-format off
+  const std::pair<std::string, std::string> cases[] = {
+      {"plain", "plain"}, {"a\nb\rc\x01\x7f", "a\\x0ab\\x0dc\\x01\\x7f"}, {"\"quoted\" \\", "\\\"quoted\\\" \\\\"},
+      {"caf\xc3\xa9", "caf\\xc3\\xa9"}, {std::string(200, 'x'), std::string(64, 'x') + "..."}};
+  // clang-format on
+  for (const auto& [text, shown] : cases) EXPECT_EQ(psia::printable(text.c_str(), 64), shown);
+  Camera camera;
+  camera.ctx().guard = psia::LoginGuard(0, 0);
+  Req r = get_as("/PSIA/Custom/Event/notification/ftp/x\n29 forged line", basic_authorization("admin\nfake", "x"));
+  r.method = "DELETE";
+  camera.request(r);
+  r.authorization = basic_authorization("admin", "admin");
+  camera.request(r);
+  const std::string forged = "DELETE /PSIA/Custom/Event/notification/ftp/x\\x0a29 forged line from 192.0.2.10";
+  EXPECT_EQ(camera.syslog(),
+            (std::vector<std::string>{"36 refused login from 192.0.2.10 as \"admin\\x0afake\": unknown user",
+                                      "29 " + forged + " by \"admin\": status 1"}));
+}
+
+TEST(Audit, TheExecutableWritesToTheSystemLogger) {
+  Camera camera;
+  int logger = socket(AF_UNIX, SOCK_DGRAM, 0);
+  sockaddr_un address{AF_UNIX, {}};
+  std::snprintf(address.sun_path, sizeof address.sun_path, "%s", camera.path("/dev/log").c_str());
+  ASSERT_EQ(bind(logger, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  const std::string body = "<DeviceInfo><deviceName>hall</deviceName></DeviceInfo>";
+  auto run = [&](const char* password) {
+    camera.run_cgi({"REQUEST_METHOD=PUT", "REQUEST_URI=/PSIA/System/deviceInfo", "REMOTE_ADDR=198.51.100.7",
+                    "CONTENT_LENGTH=" + std::to_string(body.size()),
+                    "HTTP_AUTHORIZATION=" + basic_authorization("admin", password)},
+                   body);
+  };
+  for (const char* password : {"guess", "admin"}) run(password);
+  unlink(camera.path("/usr/local/korvia/kkorvia.db").c_str());
+  run("admin");
+  std::vector<std::string> got;
+  char datagram[2048];
+  for (ssize_t n; (n = recv(logger, datagram, sizeof datagram, MSG_DONTWAIT)) > 0;) {
+    std::string line(datagram, static_cast<size_t>(n));
+    // "<PRI>Mmm dd hh:mm:ss psia-responder[pid]: text": the clock and the process id vary.
+    size_t tag = line.find(" psia-responder[");
+    got.push_back(line.substr(0, line.find('>') + 1) + line.substr(line.find("]: ", tag) + 3));
+  }
+  close(logger);
+  EXPECT_EQ(got, (std::vector<std::string>{
+                     "<36>refused login from 198.51.100.7 as \"admin\": wrong password",
+                     "<29>PUT /PSIA/System/deviceInfo from 198.51.100.7 by \"admin\": status 1",
+                     "<27>PSIA: DB Open Failed",
+                 }));
 }
 
 }  // namespace

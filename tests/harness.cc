@@ -8,10 +8,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -28,8 +26,8 @@ namespace psia_test {
 
 namespace {
 
-// One camera root per test binary, made by the project's own script, with
-// the host files it links replaced by fixed ones; removed at exit.
+// One camera root per test binary, made by the project's own script, with the host files it links replaced by fixed
+// ones; removed at exit.
 struct TemplateRoot {
   TemplateRoot() {
     char name[] = "/tmp/psia-template-XXXXXX";
@@ -63,24 +61,6 @@ int next_key_pair() {
   return 0x5a000000 + ((getpid() & 0xffff) << 8) + 2 * (counter++ & 0x7f);
 }
 
-std::string hex(const std::vector<unsigned char>& bytes) {
-  size_t used = bytes.size();
-  while (used > 0 && bytes[used - 1] == 0) --used;
-  std::string out;
-  char pair[3];
-  for (size_t i = 0; i < used; ++i) {
-    std::snprintf(pair, sizeof pair, "%02x", bytes[i]);
-    out += pair;
-  }
-  return out;
-}
-
-psia::control_message message_of(const psia::SimCommand& c) {
-  psia::control_message m(c.code);
-  std::copy(c.payload.begin(), c.payload.end(), m.payload);
-  return m;
-}
-
 }  // namespace
 
 const char kXml[] = "Content-Type: application/xml\r\n\r\n";
@@ -98,16 +78,12 @@ void TestClock::sleep_us(int64_t us) {
 
 std::string basic_authorization(const std::string& user, const std::string& password) {
   static const char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string in = user + ":" + password, out;
-  for (size_t i = 0; i < in.size(); i += 3) {
-    unsigned v = static_cast<unsigned char>(in[i]) << 16;
-    if (i + 1 < in.size()) v |= static_cast<unsigned char>(in[i + 1]) << 8;
-    if (i + 2 < in.size()) v |= static_cast<unsigned char>(in[i + 2]);
-    out += alphabet[(v >> 18) & 63];
-    out += alphabet[(v >> 12) & 63];
-    out += i + 1 < in.size() ? alphabet[(v >> 6) & 63] : '=';
-    out += i + 2 < in.size() ? alphabet[v & 63] : '=';
-  }
+  std::string out;
+  unsigned bits = 0, count = 0;  // bits not yet written, and how many
+  for (unsigned char c : user + ":" + password)
+    for (bits = bits << 8 | c, count += 8; count >= 6;) out += alphabet[(bits >> (count -= 6)) & 63];
+  if (count > 0) out += alphabet[(bits << (6 - count)) & 63];
+  while (out.size() % 4 != 0) out += '=';
   return "Basic " + out;
 }
 
@@ -157,7 +133,7 @@ std::string Camera::request(const Req& r) {
   std::string length = r.content_length != nullptr ? r.content_length : std::to_string(r.body.size());
   psia::RequestParams params;
   params.method = r.method.c_str();
-  params.uri = r.uri.c_str();
+  params.uri = r.uri.empty() ? nullptr : r.uri.c_str();
   params.query = r.query.empty() ? nullptr : r.query.c_str();
   params.authorization = r.authorization.empty() ? nullptr : r.authorization.c_str();
   bool has_length = !r.no_content_length && (r.content_length != nullptr || !r.body.empty() || r.method != "GET");
@@ -171,12 +147,16 @@ std::string Camera::request(const Req& r) {
 
 std::string Camera::send(const std::string& method, const std::string& uri, const std::string& body,
                          const std::string& query) {
-  Req r;
-  r.method = method;
-  r.uri = uri;
-  r.body = body;
-  r.query = query;
-  return request(r);
+  return request({method, uri, body, query});
+}
+
+ProcessResult Camera::run_cgi(const std::vector<std::string>& cgi, const std::string& input) const {
+  std::vector<std::string> env = {"PSIA_ROOT=" + root_,
+                                  "PSIA_REQUEST_QUEUE_KEY=" + std::to_string(sim_->options().request_key),
+                                  "PSIA_REPLY_QUEUE_KEY=" + std::to_string(sim_->options().reply_key),
+                                  "GATEWAY_INTERFACE=CGI/1.1"};
+  env.insert(env.end(), cgi.begin(), cgi.end());
+  return run_process({PSIA_RESPONDER_PATH}, env, input);
 }
 
 std::string Camera::rows(const std::string& sql) const {
@@ -215,10 +195,21 @@ void Camera::exec(const std::string& sql) const {
   sqlite3_close(db);
 }
 
+DatabaseLock::DatabaseLock(const Camera& camera, const char* begin) {
+  sqlite3_open(camera.path("/usr/local/korvia/kkorvia.db").c_str(), &db);
+  EXPECT_EQ(sqlite3_exec(db, begin, nullptr, nullptr, nullptr), SQLITE_OK);
+}
+DatabaseLock::~DatabaseLock() { sqlite3_close(db); }
+void DatabaseLock::release() { sqlite3_exec(db, "commit", nullptr, nullptr, nullptr); }
+
+Req get_as(const std::string& uri, const std::string& authorization) { return {"GET", uri, "", "", authorization}; }
+
 std::vector<std::string> Camera::commands() const {
   std::vector<std::string> out;
   for (const psia::SimCommand& c : sim_->commands()) {
-    std::string fields = psia::ControlSimulator::decode_fields(message_of(c));
+    psia::control_message m(c.code);
+    std::copy(c.payload.begin(), c.payload.end(), m.payload);
+    std::string fields = psia::ControlSimulator::decode_fields(m);
     out.push_back(std::to_string(c.code) + (fields.empty() ? "" : " " + fields));
   }
   return out;
@@ -230,24 +221,21 @@ void Camera::fill_request_queue() {
   }
 }
 
-std::vector<std::string> Camera::payloads() const {
-  std::vector<std::string> out;
-  for (const psia::SimCommand& c : sim_->commands()) out.push_back(std::to_string(c.code) + " " + hex(c.payload));
-  return out;
-}
-
 void run_cases(const std::vector<Case>& cases) {
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.method + " " + c.uri + " " + c.query_string + " " + c.body.substr(0, 160));
+    SCOPED_TRACE(c.method + " " + c.uri + " " + c.query_string + " " + c.body.substr(0, 160) + " after " + c.setup);
     Camera camera(c.setup);
     for (const auto& [command, status] : c.daemon_status) camera.daemon().status[command] = status;
+    if (c.prepare) c.prepare(camera);
     std::string out = camera.send(c.method, c.uri, c.body, c.query_string);
     if (!c.answer.empty())
       EXPECT_EQ(out, c.answer);
     else if (c.status != 0)
       EXPECT_EQ(out, c.status < 0 ? "" : status_answer(c.uri, c.status));
-    else
+    else if (c.present.empty())
       ADD_FAILURE() << "a case without an expected answer";
+    for (const std::string& part : c.present) EXPECT_NE(out.find(part), std::string::npos) << part;
+    for (const std::string& part : c.missing) EXPECT_EQ(out.find(part), std::string::npos) << part;
     EXPECT_EQ(camera.commands(), c.commands);
     for (const auto& [sql, expected] : c.rows) EXPECT_EQ(camera.rows(sql), expected) << sql;
   }
@@ -258,13 +246,10 @@ std::string document_answer(const std::string& body, const char* content_type) {
 }
 
 std::string status_answer(const std::string& uri, int code) {
-  static const char* const texts[] = {"OK",
-                                      "Device Busy",
-                                      "Device Error",
-                                      "Invalid Operation",
-                                      "Invalid XML Format",
-                                      "Invalid XML Content",
-                                      "Reboot Required"};
+  // clang-format off
+  static const char* const texts[] = {"OK", "Device Busy", "Device Error", "Invalid Operation", "Invalid XML Format",
+                                      "Invalid XML Content", "Reboot Required"};
+  // clang-format on
   const std::string comment =
       "<!-- O=1-OK, 2-Device Busy, 3-Device Error, 4-Invalid Operation, 5-Invalid XML Format, 6-Invalid XML "
       "content; 7-Reboot Required -->\n";
@@ -276,36 +261,34 @@ std::string status_answer(const std::string& uri, int code) {
       kXmlUtf8);
 }
 
+std::string psia_element(const std::string& name, const std::string& inner) {
+  return "<" + name + " version=\"1.0\" xmlns=\"urn:psialliance-org\">" + inner + "</" + name + ">";
+}
+
 std::string golden(const std::string& name) {
   std::ifstream in(std::string(PSIA_SOURCE_DIR) + "/tests/golden/" + name, std::ios::binary);
   if (!in) throw std::runtime_error("no golden document " + name);
   std::string text(std::istreambuf_iterator<char>(in), {});
-  // Host-specific values stand as ${NAME} in the documents.
-  const std::pair<const char*, std::string> values[] = {{"${MAC}", host_mac()},
-                                                        {"${IP}", host_address(false)},
-                                                        {"${MASK}", host_address(true)}};
-  for (const auto& [token, value] : values)
-    for (size_t at = text.find(token); at != std::string::npos; at = text.find(token))
-      text.replace(at, std::strlen(token), value);
-  return text;
-}
-
-std::string host_address(bool mask) {
+  // Host-specific values stand as ${NAME} in the documents: eth0 of the machine the tests run on, as the responder
+  // reads it.
   psia::Log log;
   log.set_stream(nullptr);
-  char text[psia::kIpv4TextSize];
-  psia::format_ipv4(mask ? psia::read_subnet_mask(log, "eth0") : psia::read_ip_address(log, "eth0"), text);
-  return text;
-}
-
-std::string host_mac() {
-  psia::Log log;
-  log.set_stream(nullptr);
+  char ip[psia::kIpv4TextSize], mask[psia::kIpv4TextSize], mac[18];
   unsigned char m[6] = {0, 0, 0, 0, 0, 0};
+  psia::format_ipv4(psia::read_ip_address(log, "eth0"), ip);
+  psia::format_ipv4(psia::read_subnet_mask(log, "eth0"), mask);
   psia::read_mac_address(log, "eth0", m);
-  char text[18];
-  std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", m[0], m[1], m[2], m[3], m[4], m[5]);
+  std::snprintf(mac, sizeof mac, "%02x:%02x:%02x:%02x:%02x:%02x", m[0], m[1], m[2], m[3], m[4], m[5]);
+  for (const auto& [token, value] :
+       {std::pair<std::string, const char*>{"${MAC}", mac}, {"${IP}", ip}, {"${MASK}", mask}})
+    for (size_t at = text.find(token); at != std::string::npos; at = text.find(token))
+      text.replace(at, token.size(), value);
   return text;
+}
+
+std::string file_text(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 ProcessResult run_process(const std::vector<std::string>& argv, std::vector<std::string> env,
@@ -338,11 +321,7 @@ ProcessResult run_process(const std::vector<std::string>& argv, std::vector<std:
   }
   int status = 0;
   waitpid(pid, &status, 0);
-  auto read = [](const std::string& file) {
-    std::ifstream in(file, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-  };
-  ProcessResult result{read(files[1]), read(files[2]), WIFEXITED(status) ? WEXITSTATUS(status) : -1};
+  ProcessResult result{file_text(files[1]), file_text(files[2]), WIFEXITED(status) ? WEXITSTATUS(status) : -1};
   fs::remove_all(dir);
   return result;
 }

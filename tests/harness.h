@@ -1,11 +1,8 @@
-// The request-level harness: a camera made fresh for each test (its own
-// root, database and control daemon simulator) served in this process
-// through the responder's own request entry, the one the fuzz targets use.
+// The request-level harness: a camera made fresh for each test (its own root, database and control daemon simulator)
+// served in this process through the responder's own request entry, the one the fuzz targets use.
 //
-// Time is the test's: the camera's clock reads 2011-05-12T10:20:30 UTC,
-// and every wait (the busy handler, the control daemon) advances a virtual
-// clock instead of sleeping. The simulator is served whenever the responder
-// waits, so slow, silent and late daemons are exact and cost nothing.
+// Time is the test's: the camera's clock reads 2011-05-12T10:20:30 UTC, and every wait (the busy handler, the control
+// daemon) advances a virtual clock and serves the simulator instead of sleeping.
 #ifndef PSIA_TESTS_HARNESS_H
 #define PSIA_TESTS_HARNESS_H
 
@@ -17,41 +14,51 @@
 #include "control_sim.h"
 #include "io/request_context.h"
 
+struct sqlite3;
+
 namespace psia_test {
 
 class TestClock final : public psia::Clock {
  public:
-  static constexpr time_t kStart = 1305195630;  // 2011-05-12T10:20:30Z
   timeval wall_time() override;
   int64_t monotonic_us() override { return now_us; }
   void sleep_us(int64_t us) override;
 
-  time_t wall_start = kStart;
+  time_t wall_start = 1305195630;  // 2011-05-12T10:20:30Z
   int64_t now_us = 0;
   std::function<void()> on_sleep;
 };
 
 std::string basic_authorization(const std::string& user, const std::string& password);
 
+// A request; an empty path, query (QUERY_STRING) or authorization is sent as none.
 struct Req {
-  std::string method = "GET";
-  std::string uri;
-  std::string body;
-  std::string query;  // QUERY_STRING; absent when empty
-  // The Authorization header; empty sends none.
+  std::string method = "GET", uri, body, query;
   std::string authorization = basic_authorization("admin", "admin");
   // CONTENT_LENGTH: the body's size unless given; none for a bodiless GET.
   const char* content_length = nullptr;
   bool no_content_length = false;
 };
+// A GET with the Authorization header `authorization`.
+Req get_as(const std::string& uri, const std::string& authorization);
+
+// A file's bytes ("" when it cannot be read).
+std::string file_text(const std::string& path);
+
+// What one process run produced.
+struct ProcessResult {
+  std::string out, err;
+  int exit_status = -1;  // -1 when it died of a signal
+};
+// Runs argv with exactly `env` (and the sanitizer settings of this process), feeding `input` on its standard input.
+ProcessResult run_process(const std::vector<std::string>& argv, std::vector<std::string> env,
+                          const std::string& input = "");
 
 class Camera {
  public:
   // `sql` runs on the fresh camera's database before start-up.
   explicit Camera(const std::string& sql = "");
   ~Camera();
-  Camera(const Camera&) = delete;
-  Camera& operator=(const Camera&) = delete;
 
   // Serves one request; everything it wrote.
   std::string request(const Req& r);
@@ -59,24 +66,20 @@ class Camera {
   std::string put(const std::string& uri, const std::string& body) { return send("PUT", uri, body); }
   std::string send(const std::string& method, const std::string& uri, const std::string& body = "",
                    const std::string& query = "");
+  // Runs the executable as a CGI program on this camera, with `cgi` added to its environment.
+  ProcessResult run_cgi(const std::vector<std::string>& cgi, const std::string& input = "") const;
 
-  // The first cell of a query on the database ("" when none), or every
-  // row joined by "|" columns and "\n" rows.
+  // The first cell of a query on the database ("" when none), or every row joined by "|" columns and "\n" rows.
   std::string query(const std::string& sql) const;
   std::string rows(const std::string& sql) const;
   void exec(const std::string& sql) const;
   std::string path(const std::string& absolute) const { return root_ + absolute; }
-  const std::string& root() const { return root_; }
 
-  // The control daemon: what it is told to do, and the commands it got as
-  // "code fields" lines.
+  // The control daemon: what it is told to do, and the commands it got as "code fields" lines.
   psia::SimOptions& daemon() { return sim_->options(); }
   std::vector<std::string> commands() const;
-  std::vector<std::string> payloads() const;  // hex, trailing zero bytes cut
-  void forget_commands() { sim_->clear_commands(); }
   psia::ControlSimulator& simulator() { return *sim_; }
-  // Fills the daemon's request queue to the brim, as commands pile up
-  // before a daemon that stopped reading.
+  // Fills the daemon's request queue to the brim, as commands pile up before a daemon that stopped reading.
   void fill_request_queue();
 
   psia::request_context& ctx() { return *ctx_; }
@@ -85,55 +88,59 @@ class Camera {
   const std::vector<std::string>& syslog() const { return syslog_; }
 
  private:
-  std::string root_;
+  std::string root_, errors_;
   TestClock clock_;
   std::unique_ptr<psia::ControlSimulator> sim_;
   std::unique_ptr<psia::request_context> ctx_;
-  std::string errors_;
   std::vector<std::string> syslog_;
 };
 
-// One row of a request table: a request to a fresh camera, and everything
-// it must leave behind. Written as a sentence:
-//   put(uri, body).after(sql).answers(1).sends({"94"}).leaves(query, rows)
-struct Case {
-  Case(std::string request_method, std::string request_uri, std::string request_body = "")
-      : method(std::move(request_method)), uri(std::move(request_uri)), body(std::move(request_body)) {}
+// Another process's connection to the camera's database, holding the lock `begin` takes until released or destroyed.
+struct DatabaseLock {
+  DatabaseLock(const Camera& camera, const char* begin);
+  ~DatabaseLock();
+  void release();
+  sqlite3* db = nullptr;
+};
 
-  // The camera before the request: SQL on its database, and what the
-  // daemon answers a command.
+// One row of a request table: a request to a fresh camera, and everything it must leave behind:
+//   put(uri, body).after(sql).daemon(3, 2).answers(1).sends({"94"}).leaves(query, rows)
+struct Case {
+  Case(std::string m, std::string u, std::string b = "")
+      : method(std::move(m)), uri(std::move(u)), body(std::move(b)) {}
+
+  // The camera before the request: SQL on its database, anything else done to it, and the status the daemon answers a
+  // command with.
   Case&& after(std::string sql) && { return setup = std::move(sql), std::move(*this); }
-  Case&& daemon(int command, int reply_status) && {
-    return daemon_status.emplace_back(command, reply_status), std::move(*this);
-  }
+  Case&& with(std::function<void(Camera&)> f) && { return prepare = std::move(f), std::move(*this); }
+  Case&& daemon(int command, int code) && { return daemon_status.emplace_back(command, code), std::move(*this); }
   Case&& query(std::string text) && { return query_string = std::move(text), std::move(*this); }
   // The answer: a ResponseStatus code, the exact bytes, or none at all.
   Case&& answers(int code) && { return status = code, std::move(*this); }
   Case&& answers(std::string bytes) && { return answer = std::move(bytes), std::move(*this); }
   Case&& answers_nothing() && { return status = -1, std::move(*this); }
-  // The commands the daemon got, as Camera::commands() shows them; none
-  // unless given.
-  Case&& sends(std::vector<std::string> expected) && { return commands = std::move(expected), std::move(*this); }
-  // A query on the database afterwards and the rows it must give (as
-  // Camera::rows() shows them).
-  Case&& leaves(std::string sql, std::string expected) && {
-    return rows.emplace_back(std::move(sql), std::move(expected)), std::move(*this);
+  // Or an answer holding each of `parts`, and none of `absent`.
+  Case&& holds(std::vector<std::string> parts, std::vector<std::string> absent = {}) && {
+    return present = std::move(parts), missing = std::move(absent), std::move(*this);
   }
+  // The commands the daemon got, as Camera::commands() shows them; none unless given.
+  Case&& sends(std::vector<std::string> expected) && { return commands = std::move(expected), std::move(*this); }
+  // A query afterwards and the rows it must give, as Camera::rows() shows them.
+  Case&& leaves(std::string sql, std::string expected) && { return rows.emplace_back(sql, expected), std::move(*this); }
 
   std::string method, uri, body;
   std::string setup, query_string, answer;
   int status = 0;
-  std::vector<std::string> commands;
+  std::vector<std::string> commands, present, missing;
   std::vector<std::pair<std::string, std::string>> rows;
   std::vector<std::pair<int, int>> daemon_status;
+  std::function<void(Camera&)> prepare;
 };
 inline Case get(std::string uri) { return Case("GET", std::move(uri)); }
 inline Case put(std::string uri, std::string body = "") { return Case("PUT", std::move(uri), std::move(body)); }
 inline Case post(std::string uri, std::string body = "") { return Case("POST", std::move(uri), std::move(body)); }
 inline Case del(std::string uri) { return Case("DELETE", std::move(uri)); }
-inline Case request(std::string method, std::string uri, std::string body) {
-  return Case(std::move(method), std::move(uri), std::move(body));
-}
+inline Case request(std::string method, std::string uri, std::string body) { return Case(method, uri, body); }
 // Runs each case on a camera of its own.
 void run_cases(const std::vector<Case>& cases);
 
@@ -143,24 +150,14 @@ extern const char kXmlUtf8[];           // ... charset="UTF-8" ...
 extern const std::string kDeclaration;  // the GET documents' XML declaration
 std::string document_answer(const std::string& body, const char* content_type = kXml);
 std::string status_answer(const std::string& uri, int code);
+// document_answer() of the declaration and `element`.
+inline std::string xml_answer(const std::string& element, const char* content_type = kXml) {
+  return document_answer(kDeclaration + element, content_type);
+}
+// `<name version="1.0" xmlns="urn:psialliance-org">inner</name>`
+std::string psia_element(const std::string& name, const std::string& inner);
 // A golden document of tests/golden/ (without its headers).
 std::string golden(const std::string& name);
-
-// The eth0 address, mask and hardware address of the machine the tests run
-// on, as the responder reads them.
-std::string host_address(bool mask);
-std::string host_mac();
-
-// What one process run produced.
-struct ProcessResult {
-  std::string out;
-  std::string err;
-  int exit_status = -1;  // -1 when it died of a signal
-};
-// Runs argv with exactly `env` (and the sanitizer settings of this
-// process), feeding `input` on its standard input.
-ProcessResult run_process(const std::vector<std::string>& argv, std::vector<std::string> env,
-                          const std::string& input = "");
 
 }  // namespace psia_test
 

@@ -1,18 +1,13 @@
 #!/usr/bin/env bash
-# The installed init script as the camera runs it: `busybox sh`, BusyBox's
-# applets first in PATH, against the built responder on a camera root and a
-# control daemon simulator of its own. Both modes: spawn-fcgi (start,
-# status, a second start, a crash, restart, stop, a stale and an empty pid
-# file, a failed start) and lighttpd spawning the responder (status with
-# and without it, start, stop, restart). Needs no root; everything lives in
-# a temporary directory. Exits 77 (skipped) without busybox or spawn-fcgi.
+# The installed init script as the camera runs it (`busybox sh`, BusyBox's applets first in PATH) against
+# the built responder, a camera root and a control daemon simulator of its own, in a temporary directory.
+# Both modes: spawn-fcgi (start, status, a crash, restart, stop, stale and empty pid files, a failed
+# start) and lighttpd spawning the responder. Exits 77 (skipped) without busybox or spawn-fcgi.
 #   tests/init_script_test.sh BUILD_DIR
 set -uo pipefail
 build=$(cd "$1" && pwd)
 cd "$(dirname "$0")/.."
-for tool in busybox spawn-fcgi; do
-  command -v "$tool" >/dev/null || { echo "skipped: no $tool"; exit 77; }
-done
+for tool in busybox spawn-fcgi; do command -v "$tool" >/dev/null || { echo "skipped: no $tool"; exit 77; }; done
 
 t=$(mktemp -d /tmp/psia-init-XXXXXX)
 sim= unrelated= lighttpd=
@@ -26,8 +21,7 @@ trap cleanup EXIT
 mkdir -p "$t/bin" "$t/run" "$t/empty"
 for applet in $(busybox --list); do ln -s "$(command -v busybox)" "$t/bin/$applet"; done
 rm "$t/bin/logger"  # the supervisor's messages go to the test's log
-printf '#!/bin/sh\necho "$*" >> "%s/log"\n' "$t" > "$t/bin/logger"
-chmod +x "$t/bin/logger"
+printf '#!/bin/sh\necho "$*" >> "%s/log"\n' "$t" > "$t/bin/logger" && chmod +x "$t/bin/logger"
 
 DESTDIR=$t/stage cmake --install "$build" >/dev/null
 init=$(find "$t/stage" -path '*/init.d/*' -type f)
@@ -44,18 +38,9 @@ sim=$!
 
 socket=$t/run/psia.socket pidfile=$t/run/psia.pid
 settings() {  # settings MODE [PSIA_ROOT]: the defaults file
-  cat > "$t/default" <<EOF
-DAEMON=$daemon
-LIGHTTPD_CONF=$t/$1.conf
-SOCKET=$socket
-PIDFILE=$pidfile
-SUPERVISOR_PIDFILE=$t/run/supervisor.pid
-PSIA_USER=$(id -un)
-RESPAWN_DELAY=1
-PSIA_ROOT=${2:-$t/root}
-PSIA_REQUEST_QUEUE_KEY=$request_key
-PSIA_REPLY_QUEUE_KEY=$reply_key
-EOF
+  printf '%s\n' "DAEMON=$daemon" "LIGHTTPD_CONF=$t/$1.conf" "SOCKET=$socket" "PIDFILE=$pidfile" \
+    "SUPERVISOR_PIDFILE=$t/run/supervisor.pid" "PSIA_USER=$(id -un)" RESPAWN_DELAY=1 "PSIA_ROOT=${2:-$t/root}" \
+    "PSIA_REQUEST_QUEUE_KEY=$request_key" "PSIA_REPLY_QUEUE_KEY=$reply_key" > "$t/default"
 }
 run() { env PATH="$t/bin:$PATH" busybox sh "$init" "$@"; }
 
@@ -68,7 +53,6 @@ check() {  # check WHAT COMMAND...: the command must succeed
 expect() {
   local out status
   out=$(run "$1" 2>&1); status=$?
-  # shellcheck disable=SC2053
   check "$1 -> $2 ($out)" test "$status" = "$2" -a -n "$(grep -e "$3" <<<"$out")"
 }
 pid() { cat "$pidfile" 2>/dev/null; }
@@ -99,13 +83,10 @@ import socket, struct, sys
 s = socket.socket(socket.AF_UNIX)
 s.connect(sys.argv[1])
 begin = struct.pack('>BBHHBBHB5x', 1, 1, 1, 8, 0, 0, 1, 0)
-params = struct.pack('>BBHHBB', 1, 4, 1, 8, 0, 0) + bytes([0xC0, 0, 0, 0] * 2)
-s.sendall(begin + params)
+s.sendall(begin + struct.pack('>BBHHBB', 1, 4, 1, 8, 0, 0) + bytes([0xC0, 0, 0, 0] * 2))  # the parameters
 s.settimeout(5)
-try:
-    s.recv(1)
-except OSError:
-    pass
+try: s.recv(1)
+except OSError: pass
 EOF
 check "the record ends the responder" eventually gone "$first"
 check "a crashed responder comes back" eventually eval '[ -n "$(pid)" ] && [ "$(pid)" != "$first" ] && is_responder "$(pid)" && [ -S "$socket" ]'

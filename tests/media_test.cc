@@ -1,5 +1,4 @@
-// The media branches: the video input, the audio channel, the streaming
-// channel documents and updates, and the streaming status.
+// The media branches: video and audio inputs, the streaming channels and their status.
 #include <gtest/gtest.h>
 
 #include "harness.h"
@@ -9,29 +8,10 @@ using namespace psia_test;
 namespace {
 
 const char kStream[] =
-    "select Enable, Codec, Resolution, QualityType, Bitrate, Quality, Framerate, GOPSize "
-    "from VideoStream order by VideoStreamID";
+    "select Enable, Codec, Resolution, QualityType, Bitrate, Quality, Framerate, GOPSize from VideoStream order by "
+    "VideoStreamID";
 const char kSeededStreams[] = "1|0|0|0|4096|3|25|30\n1|1|2|1|1024|3|15|15";
 const char kAudio[] = "select Enable, Codec from AudioStream";
-
-// Fragments a document must hold, and fragments it must not.
-struct Parts {
-  std::string setup;
-  std::string uri;
-  std::vector<std::string> present;
-  std::vector<std::string> absent = {};
-};
-
-void expect_parts(const std::vector<Parts>& cases) {
-  for (const Parts& c : cases) {
-    Camera camera(c.setup);
-    std::string out = camera.get(c.uri);
-    for (const std::string& part : c.present)
-      EXPECT_NE(out.find(part), std::string::npos) << c.setup << " " << c.uri << ": " << part;
-    for (const std::string& part : c.absent)
-      EXPECT_EQ(out.find(part), std::string::npos) << c.setup << " " << c.uri << ": " << part;
-  }
-}
 
 std::string video(int indent, const char* mode, int b, int c, int h) {
   std::string pad(indent, ' ');
@@ -41,50 +21,59 @@ std::string video(int indent, const char* mode, int b, int c, int h) {
          "</hueLevel>";
 }
 
-TEST(VideoInput, DocumentsAndTheLevelsUpdate) {
+TEST(Media, DocumentsAndUpdates) {
   const char* one = "/PSIA/System/Video/inputs/channels/1";
   const char* levels = "select Brightness, Contrast, Hue, VideoStandard from VideoChannel";
   auto channel = [](const char* mode, int b, int c, int h) {
-    return document_answer(kDeclaration +
-                           std::string("<VideoInputChannel version=\"1.0\" "
-                                       "xmlns=\"urn:psialliance-org\">") +
-                           video(4, mode, b, c, h) + "</VideoInputChannel>");
+    return xml_answer(psia_element("VideoInputChannel", video(4, mode, b, c, h)));
   };
-  // clang-format off
-  run_cases({
-      get("/PSIA/System/Video/inputs").answers(document_answer(golden("video_inputs.xml"))),
-      get("/PSIA/System/Video/inputs/channels").answers(document_answer(kDeclaration +
-                                   std::string("<VideoInputChannelList version=\"1.0\" xmlns=\"urn:psialliance-org\">"
-                                               "    <VideoInputChannel version=\"1.0\">") +
-                                   video(8, "50hz", 50, 50, 50) + "    </VideoInputChannel></VideoInputChannelList>")),
-      get(one).after("update VideoChannel set VideoStandard=2, Brightness=60, Contrast=40, Hue=30").answers(channel("60hz", 60, 40, 30)),
-      get(one).after("update VideoChannel set VideoStandard=0").answers(channel("60hz", 50, 50, 50)),
-      get(one).after("delete from VideoChannel").answers(channel("50hz", 50, 50, 50)),
-      // The body's id is the row key; a missing level is written as 0.
-      put(one,
-          "<videoinputchannel><id>0</id><powerLineFrequencyMode>60hz</powerLineFrequencyMode>"
-          "<brightnessLevel>70</brightnessLevel><hueLevel>20</hueLevel></videoinputchannel>").daemon(2, 3).answers(3).sends({"2 channel=0"}).leaves(levels, "70|0|20|1"),
-      put(one, "<VideoInputChannel><brightnessLevel>9</brightnessLevel></VideoInputChannel>").answers(1).sends({"2 channel=-1"}).leaves(levels, "50|50|50|1"),
-      put(one, "<VideoInput/>").answers(3).leaves(levels, "50|50|50|1"),
-  });
-  // clang-format on
-}
-
-TEST(Audio, DocumentsReadAudioAndTheUpdateWritesTheStream) {
-  auto doc = [](bool list, const char* enabled) {
-    std::string channel = std::string(
-                              "<AudioChannel version=\"1.0\" xmlns=\"urn:psialliance-org\">"
-                              "<id>1</id><enabled>") +
-                          enabled + "</enabled><audioMode>listenonly</audioMode></AudioChannel>";
-    if (list)
-      channel = "<AudioChannelList version=\"1.0\" xmlns=\"urn:psialliance-org\">" + channel + "</AudioChannelList>";
-    return document_answer(kDeclaration + channel, kXmlUtf8);
+  auto doc = [](bool list, const std::string& enabled) {
+    std::string c =
+        psia_element("AudioChannel", "<id>1</id><enabled>" + enabled + "</enabled><audioMode>listenonly</audioMode>");
+    return xml_answer(list ? psia_element("AudioChannelList", c) : c, kXmlUtf8);
   };
   const char* uri = "/PSIA/System/Audio/channels/1";
   const char* stream = "select Enable from AudioStream";
   const char* set = "update AudioStream set Enable=1";
+  const char* none = "delete from VideoStream; delete from VideoChannel";
+  const char* list = "/PSIA/Streaming/channels";
+  const char* master = "/PSIA/Streaming/channels/1";
+  const char* slave = "/PSIA/Streaming/channels/2";
+  const char* off = "update VideoStream set Enable=-1";
+  auto clients = [](const std::string& address) {
+    return xml_answer(psia_element("StreamingSessionStatusList",
+                                   "    <StreamingSessionStatus>        <clientAddress>            <ipAddress>" +
+                                       address + "</ipAddress>        </clientAddress>    </StreamingSessionStatus>"));
+  };
+  // The updates' elements become the stored codes of each writer.
+  const std::vector<std::string> sent = {"4 master=1", "3 value=0", "46"};
+  auto audio = [&](const std::string& elements, const char* stored) {
+    return put("/PSIA/Streaming/channels/2",
+               "<StreamingChannel><Transport><rtspPortNo>8554</rtspPortNo></Transport><Audio>" + elements +
+                   "</Audio></StreamingChannel>")
+        .answers(1)
+        .sends(sent)
+        .leaves(kAudio, stored)
+        .leaves("select RTSPPort from Services", "8554");
+  };
+  auto encoding = [&](const std::string& elements, const std::string& row) {
+    return put(master, "<StreamingChannel><id>Master-0</id><Video>" + elements + "</Video></StreamingChannel>")
+        .answers(1)
+        .sends(sent)
+        .leaves(kStream, row + "\n1|1|2|1|1024|3|15|15");
+  };
   // clang-format off
-  run_cases({
+  std::vector<Case> cases = {
+      get("/PSIA/System/Video/inputs").answers(document_answer(golden("video_inputs.xml"))),
+      get("/PSIA/System/Video/inputs/channels").answers(xml_answer(psia_element("VideoInputChannelList", "    <VideoInputChannel version=\"1.0\">" + video(8, "50hz", 50, 50, 50) + "    </VideoInputChannel>"))),
+      get(one).after("update VideoChannel set VideoStandard=2, Brightness=60, Contrast=40, Hue=30").answers(channel("60hz", 60, 40, 30)),
+      get(one).after("update VideoChannel set VideoStandard=0").answers(channel("60hz", 50, 50, 50)),
+      get(one).after("delete from VideoChannel").answers(channel("50hz", 50, 50, 50)),
+      // The body's id is the row key; a missing level is written as 0.
+      put(one, "<videoinputchannel><id>0</id><powerLineFrequencyMode>60hz</powerLineFrequencyMode><brightnessLevel>70</brightnessLevel><hueLevel>20</hueLevel></videoinputchannel>").daemon(2, 3).answers(3).sends({"2 channel=0"}).leaves(levels, "70|0|20|1"),
+      put(one, "<VideoInputChannel><brightnessLevel>9</brightnessLevel></VideoInputChannel>").answers(1).sends({"2 channel=-1"}).leaves(levels, "50|50|50|1"),
+      put(one, "<VideoInput/>").answers(3).leaves(levels, "50|50|50|1"),
+      // The audio documents read Audio; the update writes the stream.
       get(uri).after("update Audio set Enable=2").answers(doc(false, "true")),
       get("/PSIA/System/Audio/channels").answers(doc(true, "true")),
       get("/PSIA/System/Audio/channels").after("update Audio set Enable=0").answers(doc(true, "false")),
@@ -94,202 +83,101 @@ TEST(Audio, DocumentsReadAudioAndTheUpdateWritesTheStream) {
       put(uri, "<AudioChannel/>").after(set).answers(1).sends({"3 value=0"}).leaves(stream, "0"),
       put(uri, "<Audio><enabled>true</enabled></Audio>").after(set).answers(3).leaves(stream, "1"),
       put(uri, "<AudioChannel>").after(set).answers(3).leaves(stream, "1"),
-  });
-  // clang-format on
-}
-
-TEST(StreamingChannel, DocumentsFollowTheStoredValues) {
-  EXPECT_EQ(Camera().get("/PSIA/Streaming/channels"), document_answer(golden("streaming_channels.xml")));
-  EXPECT_EQ(Camera().get("/PSIA/Streaming/channels/1"), document_answer(golden("streaming_channel_1.xml")));
-  // The capabilities show the master stream's values under the id asked for.
-  EXPECT_EQ(Camera().get("/PSIA/Streaming/channels/2/capabilities"),
-            document_answer(golden("streaming_capabilities.xml")));
-  const char* none = "delete from VideoStream; delete from VideoChannel";
-  const char* master = "/PSIA/Streaming/channels/1";
-  expect_parts({
-      // No rows: the camera's defaults, with each document's own default
-      // mains frequency.
-      {none,
-       "/PSIA/Streaming/channels/2",
-       {"<channelName>Slave stream", "H.264", "<videoResolutionWidth>704<", "<videoResolutionHeight>480<",
-        "<fixedQuality>50<", "<vbrUpperCap>10240</vbrUpperCap>", "<maxFrameRate>1500<", "<keyFrameInterval>1000<"}},
-      {none, "/PSIA/Streaming/channels", {"<videoResolutionHeight>576<"}},
-      {none, "/PSIA/Streaming/channels/1/capabilities", {"min=\"144\" max=\"576\">576<"}},
-      {"update VideoStream set GOPSize=7, Framerate=10, QualityType=5, Quality=9",
-       "/PSIA/Streaming/channels/master-0",
-       {"<id>1</id>", "<keyFrameInterval>699<", "<videoQualityControlType>VBR<", "<fixedQuality>50<"}},
-      {"update VideoStream set Framerate=30000000", master, {"<maxFrameRate>-1294967296<"}},  // 32-bit wrap
-      {"update VideoStream set Framerate=0",
-       "/PSIA/Streaming/channels/10",
-       {"<id>1</id>", "<keyFrameInterval>2147483647<"}},
-      {"update VideoStream set Framerate=0, GOPSize=-1", master, {"<keyFrameInterval>-2147483648<"}},
-      {"update VideoStream set Framerate=0, GOPSize=0", master, {"<keyFrameInterval>0<"}},
-      {"update AudioStream set Codec=3; update VideoChannel set VideoStandard=0",
-       "/PSIA/Streaming/channels/Slave-0",
-       {"<id>2</id>", ">G.726<", "<audioBitRate>32<", "<videoResolutionHeight>240<"}},
-      {"update AudioStream set Codec=2", master, {">G.726<", "<audioBitRate>24<"}},
-      {"update AudioStream set Codec=1", master, {">G.711alaw<", "<audioBitRate>64<"}},
-      {"update AudioStream set Codec=4, Enable=2; delete from Services",
-       "/PSIA/Streaming/channels/x",
-       {"<id>2</id>", ">G.711<", "<audioBitRate>64<", "<rtspPortNo>554<", "<Audio>            <enabled>false<"}},
-      {"update VideoChannel set VideoStandard=0",
-       "/PSIA/Streaming/channels",
-       {"<videoResolutionHeight>576<", "<videoResolutionHeight>288<"}},
-      {"update VideoStream set Resolution=1, QualityType=1",
-       master,
-       {"<videoResolutionWidth>704<", "<videoResolutionHeight>288<"}},
-      {"update VideoStream set Resolution=3",
-       master,
-       {"        <videoResolutionWidth>176<", "<videoResolutionHeight>144<"}},
+      // The streaming channel documents follow the stored values.
+      get(list).answers(document_answer(golden("streaming_channels.xml"))),
+      get(master).answers(document_answer(golden("streaming_channel_1.xml"))),
+      // The capabilities show the master stream's values under the id asked for.
+      get("/PSIA/Streaming/channels/2/capabilities").answers(document_answer(golden("streaming_capabilities.xml"))),
+      get(list).after(off).answers(3),
+      get(slave).after(off).answers(3),
+      get("/PSIA/Streaming/channels/1/capabilities").after(off).answers(3),
+      // No rows: the camera's defaults, with each document's own default mains frequency.
+      get(slave).after(none).holds({"<channelName>Slave stream", "H.264", "<videoResolutionWidth>704<", "<videoResolutionHeight>480<",
+                                    "<fixedQuality>50<", "<vbrUpperCap>10240</vbrUpperCap>", "<maxFrameRate>1500<", "<keyFrameInterval>1000<"}),
+      get(list).after(none).holds({"<videoResolutionHeight>576<"}),
+      get("/PSIA/Streaming/channels/1/capabilities").after(none).holds({"min=\"144\" max=\"576\">576<"}),
+      get("/PSIA/Streaming/channels/master-0").after("update VideoStream set GOPSize=7, Framerate=10, QualityType=5, Quality=9")
+          .holds({"<id>1</id>", "<keyFrameInterval>699<", "<videoQualityControlType>VBR<", "<fixedQuality>50<"}),
+      get(master).after("update VideoStream set Framerate=30000000").holds({"<maxFrameRate>-1294967296<"}),  // 32-bit wrap
+      get("/PSIA/Streaming/channels/10").after("update VideoStream set Framerate=0").holds({"<id>1</id>", "<keyFrameInterval>2147483647<"}),
+      get(master).after("update VideoStream set Framerate=0, GOPSize=-1").holds({"<keyFrameInterval>-2147483648<"}),
+      get(master).after("update VideoStream set Framerate=0, GOPSize=0").holds({"<keyFrameInterval>0<"}),
+      get("/PSIA/Streaming/channels/Slave-0").after("update AudioStream set Codec=3; update VideoChannel set VideoStandard=0")
+          .holds({"<id>2</id>", ">G.726<", "<audioBitRate>32<", "<videoResolutionHeight>240<"}),
+      get(master).after("update AudioStream set Codec=2").holds({">G.726<", "<audioBitRate>24<"}),
+      get(master).after("update AudioStream set Codec=1").holds({">G.711alaw<", "<audioBitRate>64<"}),
+      get("/PSIA/Streaming/channels/x").after("update AudioStream set Codec=4, Enable=2; delete from Services")
+          .holds({"<id>2</id>", ">G.711<", "<audioBitRate>64<", "<rtspPortNo>554<", "<Audio>            <enabled>false<"}),
+      get(list).after("update VideoChannel set VideoStandard=0").holds({"<videoResolutionHeight>576<", "<videoResolutionHeight>288<"}),
+      get(master).after("update VideoStream set Resolution=1, QualityType=1").holds({"<videoResolutionWidth>704<", "<videoResolutionHeight>288<"}),
+      get(master).after("update VideoStream set Resolution=3").holds({"        <videoResolutionWidth>176<", "<videoResolutionHeight>144<"}),
       // The quality steps, each read back as the PSIA value.
-      {"update VideoStream set QualityType=1, Quality=0", master, {"<fixedQuality>100<"}},
-      {"update VideoStream set QualityType=1, Quality=1", master, {"<fixedQuality>75<"}},
-      {"update VideoStream set QualityType=1, Quality=3", master, {"<fixedQuality>25<"}},
-      {"update VideoStream set QualityType=1, Quality=4", master, {"<fixedQuality>0<"}},
-      {"update VideoStream set QualityType=1, Quality=2", master, {"<fixedQuality>50<"}},
+      get(master).after("update VideoStream set QualityType=1, Quality=0").holds({"<fixedQuality>100<"}),
+      get(master).after("update VideoStream set QualityType=1, Quality=1").holds({"<fixedQuality>75<"}),
+      get(master).after("update VideoStream set QualityType=1, Quality=3").holds({"<fixedQuality>25<"}),
+      get(master).after("update VideoStream set QualityType=1, Quality=4").holds({"<fixedQuality>0<"}),
+      get(master).after("update VideoStream set QualityType=1, Quality=2").holds({"<fixedQuality>50<"}),
       // The slave's list entry leaves out a size it cannot name.
-      {"update VideoStream set Resolution=3 where VideoStreamID=1",
-       "/PSIA/Streaming/channels",
-       {"<videoResolutionWidth>176<", "<videoResolutionHeight>144<"}},
-      {"update VideoStream set Resolution=0 where VideoStreamID=1",
-       "/PSIA/Streaming/channels",
-       {"Slave Stream", "576</videoResolutionHeight>            <videoQualityControlType>VBR"}},
-      {"update VideoStream set Resolution=4 where VideoStreamID=1",
-       "/PSIA/Streaming/channels",
-       {"<channelName>Slave Stream</channelName>", "<maxPacketSize>1448</maxPacketSize>"},
-       {"<videoResolutionWidth>352<", "<videoResolutionHeight>288<"}},
-      {"update VideoStream set Resolution=-1 where VideoStreamID=1",
-       "/PSIA/Streaming/channels",
-       {"<videoScanType>progressive</videoScanType>            <videoQualityControlType>VBR"}},
-      {"update VideoStream set Resolution=7 where VideoStreamID=1",
-       "/PSIA/Streaming/channels/2",
-       {"<videoResolutionWidth>704<", "<videoResolutionHeight>576<"}},
-  });
-  for (const char* uri :
-       {"/PSIA/Streaming/channels", "/PSIA/Streaming/channels/2", "/PSIA/Streaming/channels/1/capabilities"})
-    EXPECT_EQ(Camera("update VideoStream set Enable=-1").get(uri), status_answer(uri, 3)) << uri;
-}
-
-TEST(StreamingUpdate, ElementsBecomeTheStoredCodes) {
-  const char* uri = "/PSIA/Streaming/channels/1";
-  std::vector<Case> cases;
-  const std::pair<const char*, const char*> video_rules[] = {
-      {"<videoCodecType>mjpeg</videoCodecType><maxFrameRate>2999</maxFrameRate>", "1|0|0|1|2048|2|29|30"},
-      {"<maxFrameRate>-150</maxFrameRate>", "1|1|0|1|2048|2|-1|30"},
-      {"<videoResolutionWidth>176</videoResolutionWidth><videoResolutionHeight>288</"
-       "videoResolutionHeight>",
-       "1|1|2|1|2048|2|15|30"},
-      {"<videoResolutionWidth>160</videoResolutionWidth>", "1|1|3|1|2048|2|15|30"},
-      {"<videoResolutionHeight>288</videoResolutionHeight>", "1|1|1|1|2048|2|15|30"},
-      {"<videoResolutionHeight>240</videoResolutionHeight><videoResolutionWidth>352</"
-       "videoResolutionWidth>",
-       "1|1|2|1|2048|2|15|30"},
-      {"<videoResolutionHeight>112</videoResolutionHeight>", "1|1|3|1|2048|2|15|30"},
-      {"<videoResolutionWidth>352</videoResolutionWidth><videoResolutionHeight>144</"
-       "videoResolutionHeight>",
-       "1|1|3|1|2048|2|15|30"},
-      {"<videoResolutionHeight>112</videoResolutionHeight><videoResolutionWidth>640</"
-       "videoResolutionWidth>",
-       "1|1|0|1|2048|2|15|30"},
-      {"<videoQualityControlType>cbr</videoQualityControlType><constantBitRate>999</"
-       "constantBitRate>"
-       "<maxFrameRate>50</maxFrameRate>",
-       "1|1|0|0|999|2|0|30"},
-  };
-  for (const auto& [element, row] : video_rules)
-    cases.push_back(
-        put(uri, std::string("<StreamingChannel><id>Master-0</id><Video>") + element + "</Video></StreamingChannel>")
-            .answers(1)
-            .sends({"4 master=1", "3 value=0", "46"})
-            .leaves(kStream, std::string(row) + "\n1|1|2|1|1024|3|15|15"));
-  // PSIA quality (0..100) to the camera's steps, at every edge.
-  const std::pair<int, int> steps[] = {{-5, 3}, {0, 4},  {1, 3},  {25, 3}, {26, 2},  {50, 2},
-                                       {51, 1}, {75, 1}, {76, 2}, {99, 2}, {100, 0}, {101, 2}};
-  for (const auto& [quality, step] : steps)
-    cases.push_back(put(uri, "<StreamingChannel><Video><fixedQuality>" + std::to_string(quality) +
-                                 "</fixedQuality></Video></StreamingChannel>")
-                        .answers(1)
-                        .sends({"4 master=1", "3 value=0", "46"})
-                        .leaves("select Quality from VideoStream where VideoStreamID=0", std::to_string(step)));
-  run_cases(cases);
-}
-
-TEST(StreamingUpdate, WhatEachWriterStores) {
-  const char* list = "/PSIA/Streaming/channels";
-  const char* one = "/PSIA/Streaming/channels/1";
-  const std::vector<std::string> three = {"4 master=1", "3 value=0", "46"};
-  auto audio = [&](const char* elements, const char* stored) {
-    return put("/PSIA/Streaming/channels/2", std::string("<StreamingChannel><Transport><rtspPortNo>"
-                                                         "8554</rtspPortNo></Transport><Audio>") +
-                                                 elements + "</Audio></StreamingChannel>")
-        .answers(1)
-        .sends(three)
-        .leaves(kAudio, stored)
-        .leaves("select RTSPPort from Services", "8554");
-  };
-  // clang-format off
-  run_cases({
-      // The body's id names the stream; the path's does not. Everything the
-      // body leaves out is written at its default (GOP size kept).
-      put(one, "<StreamingChannel><id>2</id></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15").leaves(kAudio, "0|2").leaves("select RTSPPort from Services", "554"),
-      put(one, "<StreamingChannel><id>slave-0x</id><enabled>TRUE</enabled></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15"),
+      get(list).after("update VideoStream set Resolution=3 where VideoStreamID=1").holds({"<videoResolutionWidth>176<", "<videoResolutionHeight>144<"}),
+      get(list).after("update VideoStream set Resolution=0 where VideoStreamID=1").holds({"Slave Stream", "576</videoResolutionHeight>            <videoQualityControlType>VBR"}),
+      get(list).after("update VideoStream set Resolution=4 where VideoStreamID=1").holds({"<channelName>Slave Stream</channelName>", "<maxPacketSize>1448</maxPacketSize>"}, {"<videoResolutionWidth>352<", "<videoResolutionHeight>288<"}),
+      get(list).after("update VideoStream set Resolution=-1 where VideoStreamID=1").holds({"<videoScanType>progressive</videoScanType>            <videoQualityControlType>VBR"}),
+      get(slave).after("update VideoStream set Resolution=7 where VideoStreamID=1").holds({"<videoResolutionWidth>704<", "<videoResolutionHeight>576<"}),
+      // The clients of the camera and of each stream.
+      get("/PSIA/Streaming/status").answers(document_answer(golden("streaming_status.xml"))),
+      get("/PSIA/Streaming/status").after("delete from ClientList").answers(xml_answer(psia_element("StreamingStatus",
+          "    <totalStreamingSessions>0</totalStreamingSessions>    <StreamingSessionStatusList version=\"1.0\">    </StreamingSessionStatusList>"))),
+      // The stream is chosen by the length of the path alone.
+      get("/PSIA/Streaming/channels/Slave-0/status").answers(clients("192.168.1.21")),
+      get("/PSIA/Streaming/channels/XXXXX-0/status").answers(clients("192.168.1.21")),
+      get("/PSIA/Streaming/channels/Master-0/status").answers(clients("192.168.1.20")),
+      get("/PSIA/Streaming/channels/2/status").answers(clients("192.168.1.20")),
+      get("/PSIA/Streaming/channels/1/status").after("delete from ClientList where StreamName='Master-0'").answers(3),
+      // The updates.
+      encoding("<videoCodecType>mjpeg</videoCodecType><maxFrameRate>2999</maxFrameRate>", "1|0|0|1|2048|2|29|30"),
+      encoding("<maxFrameRate>-150</maxFrameRate>", "1|1|0|1|2048|2|-1|30"),
+      encoding("<videoResolutionWidth>176</videoResolutionWidth><videoResolutionHeight>288</videoResolutionHeight>", "1|1|2|1|2048|2|15|30"),
+      encoding("<videoResolutionWidth>160</videoResolutionWidth>", "1|1|3|1|2048|2|15|30"),
+      encoding("<videoResolutionHeight>288</videoResolutionHeight>", "1|1|1|1|2048|2|15|30"),
+      encoding("<videoResolutionHeight>240</videoResolutionHeight><videoResolutionWidth>352</videoResolutionWidth>", "1|1|2|1|2048|2|15|30"),
+      encoding("<videoResolutionHeight>112</videoResolutionHeight>", "1|1|3|1|2048|2|15|30"),
+      encoding("<videoResolutionWidth>352</videoResolutionWidth><videoResolutionHeight>144</videoResolutionHeight>", "1|1|3|1|2048|2|15|30"),
+      encoding("<videoResolutionHeight>112</videoResolutionHeight><videoResolutionWidth>640</videoResolutionWidth>", "1|1|0|1|2048|2|15|30"),
+      encoding("<videoQualityControlType>cbr</videoQualityControlType><constantBitRate>999</constantBitRate><maxFrameRate>50</maxFrameRate>", "1|1|0|0|999|2|0|30"),
+      // The body's id names the stream; the path's does not. Everything the body leaves out is written at its default
+      // (GOP size kept).
+      put(master, "<StreamingChannel><id>2</id></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15").leaves(kAudio, "0|2").leaves("select RTSPPort from Services", "554"),
+      put(master, "<StreamingChannel><id>slave-0x</id><enabled>TRUE</enabled></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15"),
       audio("<enabled>true</enabled><audioCompressionType>G.711alaw</audioCompressionType>", "0|1"),
-      audio("<enabled>1</enabled><audioCompressionType>G.726</"
-            "audioCompressionType><audioBitRate>32</audioBitRate>",
-            "1|3"),
+      audio("<enabled>1</enabled><audioCompressionType>G.726</audioCompressionType><audioBitRate>32</audioBitRate>", "1|3"),
       audio("<audioCompressionType>G.726</audioCompressionType><audioBitRate>31</audioBitRate>", "0|2"),
       audio("<audioCompressionType>G.726</audioCompressionType><audioBitRate>33</audioBitRate>", "0|2"),
       audio("<audioBitRate>32</audioBitRate><audioCompressionType>G.726</audioCompressionType>", "0|2"),
       audio("<audioCompressionType>AAC</audioCompressionType>", "0|0"),
       // A list or a POST writes both streams; the other is reset.
-      put(list,
-          "<StreamingChannelList><StreamingChannel><id>1</id><enabled>false</enabled></"
-          "StreamingChannel>"
-          "</StreamingChannelList>").answers(1).sends({"4 master=1", "4 master=1", "3 value=0", "46"}).leaves(kStream, "0|1|0|1|2048|2|15|30\n1|1|0|1|2048|2|15|15"),
-      post(list,
-           "<StreamingChannel><enabled>false</enabled><id>2</id><Video><maxFrameRate>500</"
-           "maxFrameRate></Video>"
-           "</StreamingChannel>").answers(1).sends({"4 master=0", "4 master=0", "3 value=0", "46"}).leaves(kStream, "0|1|0|1|2048|2|15|30\n1|1|0|1|2048|2|5|15"),
-      // Refused: a pretty-printed list (its first child is text), a wrong
-      // root, malformed XML. Nothing stored, nothing sent.
+      put(list, "<StreamingChannelList><StreamingChannel><id>1</id><enabled>false</enabled></StreamingChannel></StreamingChannelList>").answers(1).sends({"4 master=1", "4 master=1", "3 value=0", "46"}).leaves(kStream, "0|1|0|1|2048|2|15|30\n1|1|0|1|2048|2|15|15"),
+      post(list, "<StreamingChannel><enabled>false</enabled><id>2</id><Video><maxFrameRate>500</maxFrameRate></Video></StreamingChannel>").answers(1).sends({"4 master=0", "4 master=0", "3 value=0", "46"}).leaves(kStream, "0|1|0|1|2048|2|15|30\n1|1|0|1|2048|2|5|15"),
+      // Refused: a pretty-printed list (its first child is text), a wrong root, malformed XML. Nothing stored,
+      // nothing sent.
       put(list, "<StreamingChannelList>\n  <StreamingChannel/>\n</StreamingChannelList>").answers(3).leaves(kStream, kSeededStreams),
       put(list, "<StreamingChannelList/>").answers(3),
       put(list, "<StreamingChannel/>").answers(3),
       post(list, "<StreamingChannelList/>").answers(3),
-      put(one, "<StreamingChannel>").answers(3).leaves(kStream, kSeededStreams),
+      put(master, "<StreamingChannel>").answers(3).leaves(kStream, kSeededStreams),
       del(list).answers(1).leaves(kStream, kSeededStreams),
-      del(one).answers(1).leaves(kStream, kSeededStreams),
-  });
-  // clang-format on
-}
-
-TEST(StreamingStatus, ClientsOfTheCameraAndOfEachStream) {
-  auto session = [](const std::string& element, int indent, const char* address) {
-    std::string pad(indent, ' ');
-    return pad + "<" + element + ">" + pad + "    <clientAddress>" + pad + "        <ipAddress>" + address +
-           "</ipAddress>" + pad + "    </clientAddress>" + pad + "</StreamingSessionStatus>";
+      del(master).answers(1).leaves(kStream, kSeededStreams),
   };
-  auto channel = [&](const char* address) {
-    return document_answer(kDeclaration +
-                           std::string("<StreamingSessionStatusList version=\"1.0\" xmlns=\"urn:psialliance-org\">") +
-                           session("StreamingSessionStatus", 4, address) + "</StreamingSessionStatusList>");
-  };
-  // clang-format off
-  run_cases({
-      get("/PSIA/Streaming/status").answers(document_answer(golden("streaming_status.xml"))),
-      get("/PSIA/Streaming/status").after("delete from ClientList").answers(document_answer(kDeclaration +
-                                   std::string("<StreamingStatus version=\"1.0\" xmlns=\"urn:psialliance-org\">"
-                                               "    <totalStreamingSessions>0</totalStreamingSessions>"
-                                               "    <StreamingSessionStatusList version=\"1.0\">"
-                                               "    </StreamingSessionStatusList></StreamingStatus>"))),
-      // The stream is chosen by the length of the path alone.
-      get("/PSIA/Streaming/channels/Slave-0/status").answers(channel("192.168.1.21")),
-      get("/PSIA/Streaming/channels/XXXXX-0/status").answers(channel("192.168.1.21")),
-      get("/PSIA/Streaming/channels/Master-0/status").answers(channel("192.168.1.20")),
-      get("/PSIA/Streaming/channels/2/status").answers(channel("192.168.1.20")),
-      get("/PSIA/Streaming/channels/1/status").after("delete from ClientList where StreamName='Master-0'").answers(3),
-  });
   // clang-format on
+  // PSIA quality (0..100) to the camera's steps, at every edge.
+  const std::pair<int, int> steps[] = {{-5, 3}, {0, 4},  {1, 3},  {25, 3}, {26, 2},  {50, 2},
+                                       {51, 1}, {75, 1}, {76, 2}, {99, 2}, {100, 0}, {101, 2}};
+  for (const auto& [quality, step] : steps)
+    cases.push_back(put(master, "<StreamingChannel><Video><fixedQuality>" + std::to_string(quality) +
+                                    "</fixedQuality></Video></StreamingChannel>")
+                        .answers(1)
+                        .sends(sent)
+                        .leaves("select Quality from VideoStream where VideoStreamID=0", std::to_string(step)));
+  run_cases(cases);
 }
 
 }  // namespace

@@ -1,37 +1,69 @@
-// The System branch: time, time zone and NTP server, device information and
-// status, and the maintenance operations.
+// The System branch: time, time zone and NTP server, device information and status, maintenance; the Network branch
+// (eth0 as the host sees it and its stored addressing) and the host probes, directly.
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <fstream>
 #include <regex>
+#include <tuple>
 
 #include "harness.h"
+#include "io/host_probes.h"
+#include "util/log.h"
 
 using namespace psia_test;
 
 namespace {
 
 const char kTextUtf8[] = "Content-Type: text/plain; charset=\"UTF-8\"\r\n\r\n";
-const std::string kTime = "/PSIA/System/time";
-const std::string kZone = kTime + "/timeZone";
-const std::string kLocal = kTime + "/localTime";
-const char kSent[] = "6 mode=0 ntp=\"pool.ntp.org\" interval=24 time=";  // a manual time
-const char kSentNtp[] = "6 mode=2 ntp=\"pool.ntp.org\" interval=24 time=";
+const std::string kTime = "/PSIA/System/time", kZone = kTime + "/timeZone", kLocal = kTime + "/localTime";
+const std::string kSent = "6 mode=0 ntp=\"pool.ntp.org\" interval=24 time=";  // a manual time
+const std::string kSentNtp = "6 mode=2 ntp=\"pool.ntp.org\" interval=24 time=";
+const char kDevice[] = "/PSIA/System/deviceInfo";
+const std::string kTransfer = "/usr/local/httpd/htdocs/Web/updownload/";
 
 std::string time_doc(const char* mode, const char* local, const std::string& zone) {
-  return document_answer("<Time version=\"1.0\" xmlns=\"urn:psialliance-org\"><timeMode>" + std::string(mode) +
-                             "</timeMode><localTime>" + local + "</localTime><timeZone>" + zone + "</timeZone></Time>",
+  return document_answer(psia_element("Time", std::string("<timeMode>") + mode + "</timeMode><localTime>" + local +
+                                                  "</localTime><timeZone>" + zone + "</timeZone>"),
                          kXmlUtf8);
 }
 
 void write_file(const std::string& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
 
-TEST(Time, DocumentsShowModeClockAndZone) {
+TEST(System, TimeServerDeviceAndMaintenance) {
   const char* now = "2011-05-12T10:20:30";
   const std::string cet = "CET-1CEST,M3.5.0,M10.5.0/3";  // Europe/Berlin's zone file
   const std::string zone = "update DateTime set TimeZone=";
+  const std::string zone63 = std::string(62, 'A') + "5";
+  auto time = [](const std::string& elements) { return "<Time>" + elements + "</Time>"; };
+  const char* manual = "update DateTime set DateTimeSync=0";
+  const char* stored = "select TimeZone from DateTime";
+  auto doc = [](bool list, const std::string& name, bool address = false) {
+    const std::string pad = list ? "" : "    ";
+    const std::string kind = address ? "ipaddress" : "hostname", element = address ? "ipAddress" : "hostName";
+    const std::string server = pad + "<id>1</id>" + pad + "<addressingFormatType>" + kind + "</addressingFormatType>" +
+                               pad + "<" + element + ">" + name + "</" + element + ">" + pad + "<portNo>123</portNo>";
+    return xml_answer(list ? psia_element("NTPServerList", psia_element("NTPServer", server))
+                           : "  " + psia_element("NTPServer", server + "  "),
+                      kXmlUtf8);
+  };
+  const std::string list = "/PSIA/System/time/ntpServers", one = list + "/1";
+  const char* name = "select NTPServerName from DateTime";
+  const std::string set = "update DateTime set NTPServerName=";
+  auto server = [](const std::string& elements) { return "<NTPServer>" + elements + "</NTPServer>"; };
+  const char* uri = kDevice;
+  const char* host = "select DDNSHostname from Network";
+  auto info = [](const std::string& elements) { return "<DeviceInfo>" + elements + "</DeviceInfo>"; };
+  const std::string n31(31, 'n'), status = "/PSIA/System/status";
+  auto up = [](const std::string& seconds) {
+    const std::string at = "<currentDeviceTime>2011-05-12T10:20:30</currentDeviceTime>";
+    return xml_answer(psia_element("DeviceStatus", at + "<deviceUpTime>" + seconds + "</deviceUpTime>"));
+  };
+  auto uptime = [](std::string text) { return [text](Camera& c) { write_file(c.path("/proc/uptime"), text); }; };
+  const std::string reboot = "/PSIA/System/reboot", reset = "/PSIA/System/factoryReset";
   // clang-format off
   run_cases({
       get(kTime).answers(time_doc("NTP", now, cet)),
@@ -45,29 +77,15 @@ TEST(Time, DocumentsShowModeClockAndZone) {
       get(kZone).answers(document_answer(cet, kTextUtf8)),
       get(kZone).after(zone + "'Japan'").answers(document_answer("JST-9", kTextUtf8)),
       get(kZone).after("delete from DateTime").answers(document_answer("GMT0", kTextUtf8)),
-  });
-  // clang-format on
-}
-
-TEST(Time, ChangesAreSentToTheDaemon) {
-  const std::string zone63 = std::string(62, 'A') + "5";
-  auto time = [](const std::string& elements) { return "<Time>" + elements + "</Time>"; };
-  const char* manual = "update DateTime set DateTimeSync=0";
-  const char* stored = "select TimeZone from DateTime";
-  // clang-format off
-  run_cases({
       // Out-of-range fields roll over; every field is read at its place.
-      put(kTime, time("<timeMode>manual</timeMode><localTime>2010-02-30T25:00:00</localTime>"))
-          .answers(1).sends({kSent + std::string("2010-03-03 01:00:00")}),
-      put(kTime, "<time><timeMode>Manual</timeMode><localTime>2012-11-26T17:38:49</localTime></time>")
-          .answers(1).sends({kSent + std::string("2012-11-26 17:38:49")}),
+      put(kTime, time("<timeMode>manual</timeMode><localTime>2010-02-30T25:00:00</localTime>")).answers(1).sends({kSent + "2010-03-03 01:00:00"}),
+      put(kTime, "<time><timeMode>Manual</timeMode><localTime>2012-11-26T17:38:49</localTime></time>").answers(1).sends({kSent + "2012-11-26 17:38:49"}),
       // A stored server name as long as its field is sent cut by one.
-      put(kTime, time("<timeMode>NTP</timeMode>")).after("update DateTime set NTPServerName='" + std::string(128, 'n') + "'")
-          .answers(1).sends({"6 mode=2 ntp=\"" + std::string(127, 'n') + "\" interval=24 time=2011-05-12 10:20:30"}),
+      put(kTime, time("<timeMode>NTP</timeMode>")).after("update DateTime set NTPServerName='" + std::string(128, 'n') + "'").answers(1).sends({"6 mode=2 ntp=\"" + std::string(127, 'n') + "\" interval=24 time=2011-05-12 10:20:30"}),
       // No timeMode asks for NTP, which carries the camera's own time.
-      put(kTime, time("<localTime>1999-01-01T00:00:00</localTime>")).answers(1).sends({kSentNtp + std::string("2011-05-12 10:20:30")}),
+      put(kTime, time("<localTime>1999-01-01T00:00:00</localTime>")).answers(1).sends({kSentNtp + "2011-05-12 10:20:30"}),
       // A zone that fits its 64-byte field; the time sent is in that zone.
-      put(kTime, time("<timeZone>" + zone63 + "</timeZone>")).answers(1).sends({kSentNtp + std::string("2011-05-12 05:20:30")}),
+      put(kTime, time("<timeZone>" + zone63 + "</timeZone>")).answers(1).sends({kSentNtp + "2011-05-12 05:20:30"}),
       put(kTime, time("<timeZone>A" + zone63 + "</timeZone>")).answers(3),  // cut, it would name another
       put(kTime, time("<timeZone>EST</timeZone>")).answers(3),
       put(kTime, "<Clock/>").answers(3),
@@ -75,81 +93,79 @@ TEST(Time, ChangesAreSentToTheDaemon) {
       put(kTime, "<Time/>").after("delete from DateTime").answers(3),
       put(kLocal, "2011-05-06T07:08:09").answers(1),  // ignored under NTP
       put(kLocal, "2011-05-06T07:08:09").after("update DateTime set DateTimeSync=1").answers(1),
-      put(kLocal, "2012-11-26T17:38:49").after(manual).answers(1).sends({kSent + std::string("2012-11-26 17:38:49")}),
+      put(kLocal, "2012-11-26T17:38:49").after(manual).answers(1).sends({kSent + "2012-11-26 17:38:49"}),
       put(kLocal, "2011-05-06T07:08:09").after("delete from DateTime").answers(3),
       put(kZone, "JST-9").answers(1).sends({"7 zone=\"Japan\""}).leaves(stored, "Japan"),
       put(kZone, "est5edt").answers(1).sends({"7 zone=\"EST5EDT\""}).leaves(stored, "EST5EDT"),
       put(kZone, "XYZ4").answers(3).leaves(stored, "Europe/Berlin"),
+      // The one NTP server, shown and replaced.
+      get(list).answers(doc(true, "pool.ntp.org")),
+      get(list + "/7").after(set + "'192.168.0.1'").answers(doc(false, "192.168.0.1", true)),
+      get(one).after(set + "'ntp-1.example.com.and.a.long.tail'").answers(doc(false, "ntp-1.example.com.and.a.long.ta")),
+      get(list).after("delete from DateTime").answers(doc(true, "pool.ntp.org")),
+      put(one, server("<addressingFormatType>ipaddress</addressingFormatType><ipAddress>10.0.0.1</ipAddress>")).answers(1).leaves(name, "10.0.0.1"),
+      put(one, server("<hostName>time.lan</hostName>")).answers(1).leaves(name, "time.lan"),
+      // Only a format type of "NTP" selects the host name.
+      put(one, server("<addressingFormatType>hostname</addressingFormatType><hostName>time.lan</hostName>")).answers(1).leaves(name, ""),
+      post(list, "<ntpserver><hostName>o'clock</hostName></ntpserver>").answers(1).leaves(name, "o'clock"),
+      put(list, "<NTPServerList>" + server("<hostName>a.lan</hostName>") + "<NTPServer/>" +
+                server("<addressingFormatType>NTP</addressingFormatType><hostName>b.lan</hostName>") + "</NTPServerList>").answers(1).leaves(name, "b.lan"),
+      put(list, "<NTPServer/>").answers(3).leaves(name, "pool.ntp.org"),
+      del(one).answers(1).leaves(name, "pool.ntp.org"),
+      del(list).answers(1).leaves(name, "pool.ntp.org"),
+      // The device name and status, reboot and factory reset.
+      put(uri, "<deviceinfo><deviceName>hall</deviceName><deviceName>lobby</deviceName></deviceinfo>").answers(1).leaves(host, "lobby"),
+      put(uri, info("<deviceName>" + n31 + "</deviceName>")).answers(1).leaves(host, n31),
+      put(uri, info("<deviceName>" + n31 + "nnnnnnnn</deviceName>")).answers(1).leaves(host, n31),
+      put(uri, "<DeviceInfo/>").answers(1).leaves(host, ""),
+      put(uri, "<Device><deviceName>x</deviceName></Device>").answers(3).leaves(host, "camera-lobby"),
+      put(uri, "<DeviceInfo><deviceName>x</deviceName>").answers(3),
+      get(status).answers(up("12345")),
+      get(status).with(uptime("2147483647.5 1\n")).answers(up("2147483647")),
+      get(status).with(uptime("")).answers(3),
+      get(status).with(uptime("abc def\n")).answers(3),
+      get(status).with(uptime("12345.67\n")).answers(3),
+      // Reboot and factory reset.
+      put(reboot).answers(1).sends({"8"}),
+      put(reboot).daemon(8, 2).answers(2).sends({"8"}),
+      put(reboot).daemon(8, 7).answers(3).sends({"8"}),  // above 2: a device error
+      put(reboot).daemon(8, 0).answers(3).sends({"8"}),  // outside 1..7: no text but 3's
+      put(reboot).daemon(8, -1).answers(3).sends({"8"}),
+      put(reset + "?mode=basic").answers(1).sends({"10"}),
+      put(reset + "?MODE=x=FULL").answers(1).sends({"10"}),  // '=' starts the value again
+      put(reset + "?MODE=PARTIAL").answers(3),
+      put(reset + "?KEY=FULL").answers(3),
+      put(reset + "?MODE=" + std::string(300, 'F')).answers(3),
+      put(reset + "?").answers(5),
+      put(reset).answers(5),
   });
   // clang-format on
 }
 
-// Past January 2038 (a 32-bit time_t ends there): the camera's clock is
-// read, shown and sent, and a manual time normalised, as before it.
-TEST(Time, DatesPast2038) {
+// Past January 2038 (a 32-bit time_t ends there): the camera's clock is read, shown and sent, and a manual time
+// normalised, as before it.
+TEST(Time, DatesPast2038AndAZoneForTheProcess) {
   Camera camera;
   camera.clock().wall_start = 2214129600;  // 2040-02-29T12:00:00Z
   EXPECT_EQ(camera.get(kLocal), document_answer("2040-02-29T12:00:00", kXmlUtf8));
   EXPECT_EQ(camera.put(kTime, "<Time><timeMode>NTP</timeMode></Time>"), status_answer(kTime, 1));
   camera.exec("update DateTime set DateTimeSync=0");
   EXPECT_EQ(camera.put(kLocal, "2040-02-30T25:00:00"), status_answer(kLocal, 1));
-  EXPECT_EQ(camera.commands(), (std::vector<std::string>{kSentNtp + std::string("2040-02-29 12:00:00"),
-                                                         kSent + std::string("2040-03-02 01:00:00")}));
-}
-
-TEST(Time, AZoneGivenWithTheTimeIsKeptForTheProcess) {
-  Camera camera;
-  camera.daemon().status[6] = 2;
-  EXPECT_EQ(camera.put(kTime, "<Time><timeZone>JST-9</timeZone></Time>"), status_answer(kTime, 2));
-  // The process's local time follows it; the stored zone does not change.
-  EXPECT_EQ(camera.get(kTime), time_doc("NTP", "2011-05-12T19:20:30", "JST-9"));
-  EXPECT_EQ(camera.get(kZone), document_answer("CET-1CEST,M3.5.0,M10.5.0/3", kTextUtf8));
+  EXPECT_EQ(camera.commands(),
+            (std::vector<std::string>{kSentNtp + "2040-02-29 12:00:00", kSent + "2040-03-02 01:00:00"}));
+  // A zone given with the time is kept for the process: its local time follows it, the stored zone does not change.
+  Camera zoned;
+  zoned.daemon().status[6] = 2;
+  EXPECT_EQ(zoned.put(kTime, "<Time><timeZone>JST-9</timeZone></Time>"), status_answer(kTime, 2));
+  EXPECT_EQ(zoned.get(kTime), time_doc("NTP", "2011-05-12T19:20:30", "JST-9"));
+  EXPECT_EQ(zoned.get(kZone), document_answer("CET-1CEST,M3.5.0,M10.5.0/3", kTextUtf8));
   // An empty zone goes back to the system's.
-  camera.put(kTime, "<Time><timeZone></timeZone></Time>");
-  EXPECT_EQ(camera.get(kLocal), document_answer("2011-05-12T10:20:30", kXmlUtf8));
+  zoned.put(kTime, "<Time><timeZone></timeZone></Time>");
+  EXPECT_EQ(zoned.get(kLocal), document_answer("2011-05-12T10:20:30", kXmlUtf8));
 }
 
-TEST(Ntp, TheOneServerIsShownAndReplaced) {
-  auto doc = [](bool list, const std::string& name, bool address = false) {
-    const std::string pad = list ? "" : "    ";
-    const std::string kind = address ? "ipaddress" : "hostname", element = address ? "ipAddress" : "hostName";
-    const std::string server = pad + "<id>1</id>" + pad + "<addressingFormatType>" + kind + "</addressingFormatType>" +
-                               pad + "<" + element + ">" + name + "</" + element + ">" + pad + "<portNo>123</portNo>";
-    const std::string open = "NTPServer version=\"1.0\" xmlns=\"urn:psialliance-org\">";
-    return document_answer(kDeclaration + (list ? "<NTPServerList " + open.substr(10) + "<" + open + server +
-                                                      "</NTPServer></NTPServerList>"
-                                                : "  <" + open + server + "  </NTPServer>"),
-                           kXmlUtf8);
-  };
-  const std::string list = "/PSIA/System/time/ntpServers", one = list + "/1";
-  const char* name = "select NTPServerName from DateTime";
-  const std::string set = "update DateTime set NTPServerName=";
-  auto server = [](const std::string& elements) { return "<NTPServer>" + elements + "</NTPServer>"; };
-  // clang-format off
-  run_cases({
-      get(list).answers(doc(true, "pool.ntp.org")),
-      get(list + "/7").after(set + "'192.168.0.1'").answers(doc(false, "192.168.0.1", true)),
-      get(one).after(set + "'ntp-1.example.com.and.a.long.tail'").answers(doc(false, "ntp-1.example.com.and.a.long.ta")),
-      get(list).after("delete from DateTime").answers(doc(true, "pool.ntp.org")),
-      put(one, server("<addressingFormatType>ipaddress</addressingFormatType><ipAddress>10.0.0.1</ipAddress>"))
-          .answers(1).leaves(name, "10.0.0.1"),
-      put(one, server("<hostName>time.lan</hostName>")).answers(1).leaves(name, "time.lan"),
-      // Only a format type of "NTP" selects the host name.
-      put(one, server("<addressingFormatType>hostname</addressingFormatType><hostName>time.lan</hostName>"))
-          .answers(1).leaves(name, ""),
-      post(list, "<ntpserver><hostName>o'clock</hostName></ntpserver>").answers(1).leaves(name, "o'clock"),
-      put(list, "<NTPServerList>" + server("<hostName>a.lan</hostName>") + "<NTPServer/>" +
-                server("<addressingFormatType>NTP</addressingFormatType><hostName>b.lan</hostName>") + "</NTPServerList>")
-          .answers(1).leaves(name, "b.lan"),
-      put(list, "<NTPServer/>").answers(3).leaves(name, "pool.ntp.org"),
-      del(one).answers(1).leaves(name, "pool.ntp.org"),
-      del(list).answers(1).leaves(name, "pool.ntp.org"),
-  });
-  // clang-format on
-}
-
-TEST(Device, InformationFromItsSources) {
-  const char* uri = "/PSIA/System/deviceInfo";
+TEST(Device, InformationFromItsSourcesAndTheIdentifierMadeOnce) {
+  const char* uri = kDevice;
   Camera camera;
   EXPECT_EQ(camera.get(uri), document_answer(golden("device_info.xml")));
   // Without its sources each element shows its fallback.
@@ -170,142 +186,202 @@ TEST(Device, InformationFromItsSources) {
   camera.exec("delete from System");
   EXPECT_NE(camera.get(uri).find("<firmwareVersion>0.0.0.0</firmwareVersion><firmwareReleasedDate>000000<"),
             std::string::npos);
-}
-
-TEST(Device, TheIdentifierIsMadeOnceAndClosesTheConnection) {
+  // The identifier is made once, and closes the connection.
   const std::regex made("<deviceID>([0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9a-f]{12})</deviceID>");
   for (const char* stored : {"aaaaaaaaaaaaaaaa", "aaaaaaaaaaaaaaaaXYZ", ""}) {
-    Camera camera(std::string("update System set uuid='") + stored + "'");
-    std::string first = camera.get("/PSIA/System/deviceInfo");
+    Camera fresh(std::string("update System set uuid='") + stored + "'");
+    std::string first = fresh.get(kDevice);
     std::smatch id;
     ASSERT_TRUE(std::regex_search(first, id, made)) << first;
-    EXPECT_EQ(camera.query("select uuid from System"), id[1]);
-    ProcessResult factory =
-        run_process({"/usr/bin/sqlite3", camera.path("/usr/local/korvia/conf/default.db"), "select uuid from System"},
-                    {});
-    EXPECT_EQ(factory.out, std::string(id[1]) + "\n");
-    // The main connection is closed once the identifier is stored: the rest
-    // of this answer shows the fallbacks, and later callers are refused.
+    EXPECT_EQ(fresh.query("select uuid from System"), id[1]);
+    const std::string factory = fresh.path("/usr/local/korvia/conf/default.db");
+    EXPECT_EQ(run_process({"/usr/bin/sqlite3", factory, "select uuid from System"}, {}).out, id[1].str() + "\n");
+    // The main connection is closed once the identifier is stored: the rest of this answer shows the fallbacks, and
+    // later callers are refused.
     EXPECT_NE(first.find("<model>Aldex IP Camera</model>"), std::string::npos);
-    EXPECT_EQ(camera.get("/PSIA/index").rfind("Status: 401", 0), 0u);
+    EXPECT_EQ(fresh.get("/PSIA/index").rfind("Status: 401", 0), 0u);
   }
   // Without a factory database the connection stays and none is created.
-  Camera camera("update System set uuid='aaaaaaaaaaaaaaaa'");
-  std::string factory = camera.path("/usr/local/korvia/conf/default.db");
+  Camera kept("update System set uuid='aaaaaaaaaaaaaaaa'");
+  std::string factory = kept.path("/usr/local/korvia/conf/default.db");
   ASSERT_EQ(unlink(factory.c_str()), 0);
-  EXPECT_NE(camera.get("/PSIA/System/deviceInfo").find("<model>KTA3050</model>"), std::string::npos);
+  EXPECT_NE(kept.get(kDevice).find("<model>KTA3050</model>"), std::string::npos);
   EXPECT_NE(access(factory.c_str(), F_OK), 0);
-  EXPECT_EQ(camera.get("/PSIA/index"), document_answer(golden("index.xml")));
+  EXPECT_EQ(kept.get("/PSIA/index"), document_answer(golden("index.xml")));
 }
 
-TEST(Device, NameAndStatus) {
-  const char* uri = "/PSIA/System/deviceInfo";
-  const char* name = "select DDNSHostname from Network";
-  auto info = [](const std::string& elements) { return "<DeviceInfo>" + elements + "</DeviceInfo>"; };
-  auto status = [](const char* uptime) {
-    return document_answer(kDeclaration +
-                           "<DeviceStatus version=\"1.0\" xmlns=\"urn:psialliance-org\">"
-                           "<currentDeviceTime>2011-05-12T10:20:30</currentDeviceTime><deviceUpTime>" +
-                           uptime + "</deviceUpTime></DeviceStatus>");
-  };
-  const std::string n31(31, 'n');
-  // clang-format off
-  run_cases({
-      put(uri, "<deviceinfo><deviceName>hall</deviceName><deviceName>lobby</deviceName></deviceinfo>").answers(1).leaves(name, "lobby"),
-      put(uri, info("<deviceName>" + n31 + "</deviceName>")).answers(1).leaves(name, n31),
-      put(uri, info("<deviceName>" + n31 + "nnnnnnnn</deviceName>")).answers(1).leaves(name, n31),
-      put(uri, "<DeviceInfo/>").answers(1).leaves(name, ""),
-      put(uri, "<Device><deviceName>x</deviceName></Device>").answers(3).leaves(name, "camera-lobby"),
-      put(uri, "<DeviceInfo><deviceName>x</deviceName>").answers(3),
-      get("/PSIA/System/status").answers(status("12345")),
-  });
-  // clang-format on
-  for (const char* uptime : {"", "abc def\n", "12345.67\n", "2147483647.5 1\n"}) {
-    Camera camera;
-    write_file(camera.path("/proc/uptime"), uptime);
-    bool big = uptime[0] == '2';
-    EXPECT_EQ(camera.get("/PSIA/System/status"), big ? status("2147483647") : status_answer("/PSIA/System/status", 3));
-  }
-}
-
-TEST(Maintenance, RebootAndFactoryReset) {
-  const std::string reboot = "/PSIA/System/reboot", reset = "/PSIA/System/factoryReset";
-  // clang-format off
-  run_cases({
-      put(reboot).answers(1).sends({"8"}),
-      put(reboot).daemon(8, 2).answers(2).sends({"8"}),
-      put(reboot).daemon(8, 7).answers(3).sends({"8"}),  // above 2: a device error
-      put(reboot).daemon(8, 0).answers(3).sends({"8"}),  // outside 1..7: no text but 3's
-      put(reboot).daemon(8, -1).answers(3).sends({"8"}),
-      put(reset + "?mode=basic").answers(1).sends({"10"}),
-      put(reset + "?MODE=x=FULL").answers(1).sends({"10"}),  // '=' starts the value again
-      put(reset + "?MODE=PARTIAL").answers(3),
-      put(reset + "?KEY=FULL").answers(3),
-      put(reset + "?MODE=" + std::string(300, 'F')).answers(3),
-      put(reset + "?").answers(5),
-      put(reset).answers(5),
-  });
-  // clang-format on
-}
-
-TEST(Maintenance, UploadsAreStoredWholeOrNotAtAll) {
+TEST(Maintenance, UploadsAndTheConfigurationDownload) {
   for (const char* name : {"psia_firmware.dat", "psia_config.dat"}) {
     Camera camera;
     const std::string uri = name[5] == 'f' ? "/PSIA/System/updateFirmware" : "/PSIA/System/configurationData";
-    const std::string file = camera.path(std::string("/usr/local/httpd/htdocs/Web/updownload/") + name);
+    const std::string file = camera.path(kTransfer + name);
     std::string image(5000, 'i');
     image[100] = '\0';  // any bytes
     EXPECT_EQ(camera.put(uri, image), status_answer(uri, 1));
-    std::ifstream in(file, std::ios::binary);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), image);
+    EXPECT_EQ(file_text(file), image);
     // Cut short, or empty: refused, and the earlier upload stays.
-    Req cut;
-    cut.method = "PUT";
-    cut.uri = uri;
-    cut.body = "short";
+    Req cut{"PUT", uri, "short"};
     cut.content_length = "6000";
     EXPECT_EQ(camera.request(cut), status_answer(uri, 3));
     EXPECT_EQ(camera.put(uri, ""), status_answer(uri, 3));
-    struct stat info;
-    ASSERT_EQ(stat(file.c_str(), &info), 0);
-    EXPECT_EQ(info.st_size, 5000);
+    EXPECT_EQ(file_text(file), image);
     EXPECT_NE(access((file + ".part").c_str(), F_OK), 0);
   }
-}
-
-TEST(Maintenance, TheConfigurationDownloadSendsTheFileTheDaemonNames) {
-  const char* uri = "/PSIA/System/configurationData";
-  const struct {
-    const char* name;     // what the daemon names
-    std::string content;  // written there
-    int status;           // the daemon's status
-    bool sent;
-  } cases[] = {
-      {"large.cfg", std::string(2500, 'c'), 1, true},
-      {"empty.cfg", "", 1, true},
-      {"large.cfg", "x", 2, false},
-      {"missing.cfg", "", 1, false},
-      {"", "", 1, false},  // the directory itself
-      {".", "", 1, false},
-      {"fifo", "", 1, false},  // not a regular file: never opened to block
+  // The configuration download sends the file the daemon names.
+  static const char* uri = "/PSIA/System/configurationData";
+  // The daemon names `name` and answers `status`; `content` (null: none) was written there.
+  auto names = [](std::string name, int status, const char* content) {
+    return get(uri).daemon(11, status).sends({"11"}).with([=](Camera& c) {
+      if (name == "fifo") mkfifo(c.path(kTransfer + name).c_str(), 0600);
+      if (content != nullptr) write_file(c.path(kTransfer + name), content);
+      c.daemon().reply_texts.emplace(11, std::make_pair(0, name));
+    });
   };
-  for (const auto& c : cases) {
-    Camera camera;
-    std::string path = camera.path(std::string("/usr/local/httpd/htdocs/Web/updownload/") + c.name);
-    if (std::string(c.name) == "fifo")
-      mkfifo(path.c_str(), 0600);
-    else if (c.sent || c.status != 1)
-      write_file(path, c.content);
-    camera.daemon().reply_texts.emplace(11, std::make_pair(0, std::string(c.name)));
-    camera.daemon().status[11] = c.status;
-    std::string expected =
-        "Content-Type: application/octet-stream\nContent-length: " + std::to_string(c.content.size()) + "\n\n" +
-        c.content;
-    EXPECT_EQ(camera.get(uri), c.sent ? expected : status_answer(uri, 3)) << c.name;
-    EXPECT_EQ(camera.commands(), std::vector<std::string>{"11"});
-  }
+  auto sent = [](const std::string& c) {
+    return "Content-Type: application/octet-stream\nContent-length: " + std::to_string(c.size()) + "\n\n" + c;
+  };
+  const std::string large(2500, 'c');
+  run_cases({names("large.cfg", 1, large.c_str()).answers(sent(large)), names("empty.cfg", 1, "").answers(sent("")),
+             names("large.cfg", 2, "x").answers(3), names("missing.cfg", 1, nullptr).answers(3),
+             names("", 1, nullptr).answers(3),
+             names(".", 1, nullptr).answers(3),       // the directory itself, by either name
+             names("a..b", 1, "x").answers(3),        // no name with ".." goes out, whatever it would lead to
+             names("fifo", 1, nullptr).answers(3)});  // not a regular file: never opened to block
+
   Camera camera;  // the simulator's own file
   EXPECT_EQ(camera.get(uri).rfind("Content-Type: application/octet-stream\nContent-length: 103\n\n# camera", 0), 0u);
+}
+
+const char kIp[] = "/PSIA/System/Network/interfaces/eth0/ipAddress";
+const char kInterface[] = "/PSIA/System/Network/interfaces/eth0";
+const char kRow[] = "select ConnectionType, IpAddress, SubnetMask, Gateway, PrimaryDNS, SecondaryDNS from Network";
+const char kSeededRow[] = "0|192.168.1.100|255.255.255.0|192.168.1.1|192.168.1.1|8.8.8.8";
+
+std::string static_settings(const std::string& secondary) {
+  return "<ipVersion>v4</ipVersion><addressingType>static</addressingType>"
+         "<ipAddress>10.9.8.7</ipAddress><subnetMask>255.255.0.0</subnetMask>"
+         "<DefaultGateway><ipAddress>10.9.0.1</ipAddress></DefaultGateway>"
+         "<PrimaryDNS><ipAddress>x</ipAddress><ipAddress>10.9.0.53</ipAddress></PrimaryDNS>" +
+         secondary;
+}
+std::string static_body(const std::string& secondary) {
+  return "<IPAddress version=\"1.0\">" + static_settings(secondary) + "</IPAddress>";
+}
+const char kDhcpBody[] =
+    "<IPAddress><ipVersion>v4</ipVersion><addressingType>DHCP</addressingType>"
+    "<ipAddress>10.9.8.7</ipAddress></IPAddress>";
+
+TEST(Network, DocumentsShowTheLiveInterfaceAndUpdatesAreAppliedInTheirSteps) {
+  // The addressing type, and the host files missing.
+  for (const auto& [sql, type] : {std::pair<const char*, const char*>{"update Network set ConnectionType=0", "static"},
+                                  {"update Network set ConnectionType=1", "dynamic"},
+                                  {"delete from Network", "dynamic"}}) {
+    Camera camera(sql);
+    unlink(camera.path("/proc/net/route").c_str());
+    unlink(camera.path("/etc/resolv.conf").c_str());
+    std::string expected = golden("ip_address.xml");
+    expected.replace(expected.find("static"), 6, type);
+    expected.replace(expected.find("192.168.7.1"), 11, "255.255.255.255");
+    expected.replace(expected.find("10.1.1.1"), 8, "");
+    expected.replace(expected.find("10.1.1.2"), 8, "");
+    EXPECT_EQ(camera.get(kIp), document_answer(expected)) << sql;
+    EXPECT_EQ(camera.errors(), "Do not support /proc file system?\n");
+  }
+  const char* secondary = "<SecondaryDNS><ipAddress>10.9.0.54</ipAddress></SecondaryDNS>";
+  // clang-format off
+  run_cases({
+      get(kIp).answers(document_answer(golden("ip_address.xml"))),
+      get("/PSIA/System/Network/interfaces").answers(document_answer(golden("interfaces.xml"))),
+      put(kInterface).answers(document_answer(golden("interface.xml"))),  // crossed: PUT answers the document
+      get("/PSIA/System/Network/interfaces/eth0/discovery").answers(document_answer(golden("discovery.xml"))),
+      put("/PSIA/System/Network/interfaces/eth0/discovery", "<Discovery/>").answers(1),
+      put(kIp, static_body(secondary)).after("update Network set ConnectionType=1").answers(1).sends({"41", "42"}).leaves(kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|10.9.0.54"),
+      // Without a secondary server the stored one stays.
+      put(kIp, static_body("")).answers(1).sends({"41", "42"}).leaves(kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|8.8.8.8"),
+      put(kIp, static_body("<SecondaryDNS><ipAddress/></SecondaryDNS>")).answers(1).sends({"41", "42"}).leaves(kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|8.8.8.8"),
+      // DHCP (or any type but static) stores only the mode.
+      put(kIp, kDhcpBody).answers(1).sends({"41"}).leaves(kRow, "1|192.168.1.100|255.255.255.0|192.168.1.1|192.168.1.1|8.8.8.8"),
+      request("GET", kInterface, "<NetworkInterface><id>ETH0</id><IPAddress>" + static_settings("") + "</IPAddress></NetworkInterface>").answers(1).sends({"41", "42"}).leaves(kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|8.8.8.8"),
+      // The daemon's replies are answered as they come.
+      put(kIp, static_body("")).daemon(41, 3).answers(3).sends({"41"}),
+      put(kIp, static_body("")).daemon(42, 2).answers(2).sends({"41", "42"}),
+      put(kIp, kDhcpBody).daemon(41, 2).answers(2).sends({"41"}),
+      // Refused: nothing stored, nothing sent.
+      put(kIp, "<NetworkInterface/>").answers(5).leaves(kRow, kSeededRow),
+      put(kIp, "not xml").answers(3),
+      put(kIp).answers(3),
+      put(kIp, "<IPAddress><ipVersion>v6</ipVersion><addressingType>static</addressingType></IPAddress>").answers(3).leaves(kRow, kSeededRow),
+      put(kIp, "<IPAddress><ipAddress>10.0.0.9</ipAddress></IPAddress>").answers(3).leaves(kRow, kSeededRow),
+      put(kIp, "<IPAddress/>").answers(3),
+      get(kInterface).answers(3),  // a plain GET carries no body
+      request("GET", kInterface, "<IPAddress/>").answers(5),
+      request("GET", kInterface, "<NetworkInterface><id>eth0</id></NetworkInterface>").answers(3),
+      request("GET", kInterface, "<NetworkInterface><id>eth1</id><IPAddress><addressingType>dhcp</addressingType></IPAddress></NetworkInterface>").answers(3).leaves(kRow, kSeededRow),
+  });
+  // clang-format on
+}
+
+TEST(HostProbes, GatewayAndNameServersFromTheirFilesAndTheInterfaceIoctls) {
+  Camera camera;
+  psia::Log log;
+  std::string errors;
+  log.set_stream([&](const char* t, size_t n) { errors.append(t, n); });
+  const std::string header = "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n";
+  // clang-format off
+  const std::tuple<const char*, const char*, const char*> routes[] = {  // the table (null: no file), gateway, errors
+      {"eth0\t00000000\t010200C0\t0003\n", "192.0.2.1", ""},
+      {nullptr, "255.255.255.255", "Do not support /proc file system?\n"},
+      {"eth0\t000200C0\t00000000\t0001\n", "255.255.255.255", ""},  // no default route
+      {"eth0\t000200C0\t00000000\t0001\neth0\t00000000\t0101A8C0\t0003\neth0\t00000000\t0201A8C0\t0003\n", "192.168.1.1", ""},  // the first gateway wins
+      {"eth1\t00000000\t0100000A\t0003\neth0\t00000000\t0200000A\t0003\n", "10.0.0.2", ""},
+      {"eth0\t00000000\n", "255.255.255.255", "Unable to read routing table!\n"},
+  };
+  // clang-format on
+  std::string route = camera.path("/proc/net/route");
+  for (const auto& [table, gateway, expected_errors] : routes) {
+    errors.clear();
+    unlink(route.c_str());
+    if (table != nullptr) std::ofstream(route) << header + table;
+    char text[psia::kIpv4TextSize];
+    psia::format_ipv4(psia::read_default_gateway(log, route, "eth0"), text);
+    EXPECT_STREQ(text, gateway) << (table ? table : "no file");
+    EXPECT_EQ(errors, expected_errors);
+  }
+  // The file (null: none), the result, the two servers.
+  const std::tuple<const char*, int, const char*, const char*> resolvers[] = {
+      {nullptr, -1, "", ""},
+      {"nameserver 8.8.8.8\n", -1, "8.8.8.8", ""},
+      {"nameserver 1.1.1.1\nnameserver 2.2.2.2\nnameserver 3.3.3.3\n", 0, "1.1.1.1", "2.2.2.2"},
+      {"nameserver 1.1.1.1\nnameserver dns.example.net\nnameserver 3.3.3.3\n", -1, "1.1.1.1", ""},
+      {"# nameserver 9.9.9.9\nnameserver\t4.4.4.4\noptions ndots:2\nnameserver 5.5.5.5", 0, "4.4.4.4", "5.5.5.5"},
+      {"search example.net\n", -1, "", ""},
+  };
+  std::string resolv = camera.path("/etc/resolv.conf");
+  for (const auto& [file, result, first, second] : resolvers) {
+    unlink(resolv.c_str());
+    if (file != nullptr) std::ofstream(resolv) << file;
+    char primary[psia::kIpv4TextSize] = "stale", secondary[psia::kIpv4TextSize] = "stale";
+    EXPECT_EQ(psia::read_name_servers(resolv, primary, secondary), result) << (file ? file : "no file");
+    EXPECT_STREQ(primary, first);
+    EXPECT_STREQ(secondary, second);
+  }
+  // The interface ioctls, on the loopback interface.
+  errors.clear();
+  EXPECT_EQ(psia::read_ip_address(log, "lo"), htonl(0x7F000001));
+  EXPECT_EQ(psia::read_subnet_mask(log, "lo"), htonl(0xFF000000));
+  unsigned char mac[6] = {1, 1, 1, 1, 1, 1};
+  EXPECT_EQ(psia::read_mac_address(log, "lo", mac), 0);
+  EXPECT_EQ(std::memcmp(mac, "\0\0\0\0\0\0", 6), 0);
+  EXPECT_EQ(errors, "");
+  // A name longer than the kernel's 15 characters is cut, not overrun.
+  const char* missing = "nosuchinterface-with-a-long-name";
+  EXPECT_EQ(psia::read_ip_address(log, missing), psia::kProbeFailed);
+  EXPECT_EQ(psia::read_subnet_mask(log, missing), psia::kProbeFailed);
+  unsigned char untouched[6] = {9, 9, 9, 9, 9, 9};
+  EXPECT_EQ(psia::read_mac_address(log, missing, untouched), -1);
+  EXPECT_EQ(untouched[0], 9);
+  EXPECT_EQ(errors, std::string("Unable to read IP address!, err: ") + std::strerror(ENODEV) +
+                        "\nUnable to read subnet mask!\nUnable to read MAC address!\n");
 }
 
 }  // namespace

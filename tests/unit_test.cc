@@ -1,12 +1,9 @@
-// The pieces with logic of their own, tested directly: credentials, the
-// text buffer and the bounded copies at their edges (the sanitizer build
-// sees a byte written past a field), the small parsers, the time zone
-// checks and table, and the PTZ frames.
+// The pieces with logic of their own, at their edges (the sanitizer build sees a byte written past a field).
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <map>
-#include <string>
+#include <tuple>
 
 #include "frame/authentication.h"
 #include "io/answer.h"
@@ -16,9 +13,9 @@
 #include "resources/system/posix_time_zone.h"
 #include "resources/system/time_zone_table.h"
 #include "store/database.h"
-#include "util/clock.h"
 #include "util/base64.h"
 #include "util/bounded_copy.h"
+#include "util/clock.h"
 #include "util/file.h"
 #include "util/text_buffer.h"
 
@@ -26,17 +23,14 @@ using namespace psia;
 
 namespace {
 
-TEST(Credentials, Base64DecodesLikeRfc4648AndSkipsEverythingElse) {
-  const std::pair<const char*, std::string> cases[] = {
-      {"", ""},
-      {"YWRtaW46YWRtaW4=", "admin:admin"},
-      {"YWRtaW46YWRtaW4", "admin:admin"},          // no padding
-      {"YWRt\r\naW46\nYWRt aW4=", "admin:admin"},  // line ends and blanks
-      {"Zm9vYmE=", "fooba"},
-      {"+/+/", std::string("\xfb\xff\xbf", 3)},
-      {"!!!@@@", ""},
-  };
-  for (const auto& [text, expected] : cases) {
+TEST(Parsers, Base64CredentialsDottedQuadsContentLengthsAndLines) {
+  // Unpadded, and broken by line ends and blanks, too.
+  // clang-format off
+  const std::pair<const char*, std::string> texts[] = {
+      {"", ""}, {"YWRtaW46YWRtaW4=", "admin:admin"}, {"YWRtaW46YWRtaW4", "admin:admin"}, {"YWRt\r\naW46\nYWRt aW4=", "admin:admin"},
+      {"Zm9vYmE=", "fooba"}, {"+/+/", std::string("\xfb\xff\xbf", 3)}, {"!!!@@@", ""}};
+  // clang-format on
+  for (const auto& [text, expected] : texts) {
     unsigned char out[128];
     int n = base64_decode(text, out, sizeof out);
     EXPECT_EQ(std::string(reinterpret_cast<char*>(out), n), expected) << text;
@@ -45,37 +39,48 @@ TEST(Credentials, Base64DecodesLikeRfc4648AndSkipsEverythingElse) {
   std::memset(small, 0xEE, sizeof small);
   EXPECT_EQ(base64_decode("Zm9vYmFyZm9vYmFy", small, 4), 4);
   EXPECT_EQ(small[4], 0xEE);  // never past its capacity
-}
-
-TEST(Credentials, SplitAtColonsAsTheCameraAlwaysHas) {
-  const struct {
-    std::string decoded;
-    const char* user;
-    const char* password;
-  } cases[] = {
+  const std::string u31(31, 'u'), p31(31, 'p');
+  const std::tuple<std::string, std::string, std::string> splits[] = {
+      // decoded, user, password
       {"admin:secret", "admin", "secret"},
       {"admin", "admin", ""},  // no colon: all user name
       {":pw", "", "pw"},
       {"admin:a:b", "a", "b"},  // the second colon cuts the name at 1
       {"admin:ab:cd", "ad", "cd"},
-      {std::string(31, 'u') + ":" + std::string(31, 'p'), "uuuuuuuuuuuuuuuuuuuuuuuuuuuuuuu",
-       "ppppppppppppppppppppppppppppppp"},
-      {std::string(40, 'u') + ":" + std::string(32, 'p'), "uuuuuuuuuuuuuuuuuuuuuuuuuuuuuuu",
-       "ppppppppppppppppppppppppppppppp"},
+      {u31 + ":" + p31, u31, p31},
+      {std::string(40, 'u') + ":" + std::string(32, 'p'), u31, p31},
   };
-  for (const auto& c : cases) {
+  for (const auto& [decoded, user, password] : splits) {
     credentials who;
-    split_credentials(reinterpret_cast<const unsigned char*>(c.decoded.data()), static_cast<int>(c.decoded.size()),
-                      &who);
-    EXPECT_STREQ(who.user, c.user) << c.decoded;
-    EXPECT_STREQ(who.password, c.password) << c.decoded;
+    split_credentials(reinterpret_cast<const unsigned char*>(decoded.data()), static_cast<int>(decoded.size()), &who);
+    EXPECT_EQ(who.user, user) << decoded;
+    EXPECT_EQ(who.password, password) << decoded;
   }
+  // Dotted quads and content lengths.
+  uint32_t value = 0;
+  ASSERT_EQ(parse_ipv4_text("192.168.1.20", &value, 1), 1);
+  EXPECT_EQ(value, 192u | 168u << 8 | 1u << 16 | 20u << 24);
+  ASSERT_EQ(parse_ipv4_text("192.168.1.20", &value, 0), 1);
+  EXPECT_EQ(value, 192u << 24 | 168u << 16 | 1u << 8 | 20u);
+  ASSERT_EQ(parse_ipv4_text("0.0.2.300", &value, 0), 1);
+  EXPECT_EQ(value, 812u);  // not range-checked: 300 spills into the next byte
+  for (const char* bad : {"1.2.3", "a.b.c.d", "", "1..2.3"}) EXPECT_EQ(parse_ipv4_text(bad, &value, 0), 0) << bad;
+  for (const auto& [text, length] :
+       {std::pair<const char*, int>{"42", 42}, {nullptr, -1}, {"x", -1}, {"99999999999999999999", -1}})
+    EXPECT_EQ(parse_content_length(text), length);
+  // Lines are handed out as fgets would.
+  std::string lines_text = "abcdefgh\nij\n\nk";
+  LineReader lines(lines_text);
+  char line[5];
+  std::vector<std::string> got;
+  while (lines.next(line, sizeof line)) got.push_back(line);
+  EXPECT_EQ(got, (std::vector<std::string>{"abcd", "efgh", "\n", "ij\n", "\n", "k"}));
 }
 
-TEST(TextBuffer, KeepsExactlyWhatWasFormattedAtEveryLength) {
-  // Lengths around the step, each appended to a buffer already holding
-  // `before` bytes: the room filled exactly, by one more, and far beyond.
-  for (size_t before : {0, 1, 1000}) {
+TEST(Bounds, TheTextBufferKeepsExactlyWhatWasFormattedAndCopiesKeepSizeMinusOne) {
+  // Lengths around the step, each appended to a buffer already holding `before` bytes (2048: grown to hold exactly
+  // them, the terminator in the spare byte): the room filled exactly, by one more, and far beyond.
+  for (size_t before : {0, 1, 1000, 2048}) {
     for (size_t size : {1023, 1024, 1025, 2048, 5000}) {
       text_buffer doc;
       std::string head(before, 'h'), text(size - 7, 'x');
@@ -90,14 +95,11 @@ TEST(TextBuffer, KeepsExactlyWhatWasFormattedAtEveryLength) {
   doc.appendf("<q>%s</q>", "50%%%s%n");  // a percent sign in data is never re-read
   doc.append("%d");
   EXPECT_EQ(std::string(doc.data()), "<q>50%%%s%n</q>%d");
-}
-
-TEST(BoundedCopy, KeepsSizeMinusOneCharacters) {
-  const std::pair<std::string, std::string> cases[] = {{"", ""},
-                                                       {"abc", "abc"},
-                                                       {"abcdefg", "abcdefg"},
-                                                       {"abcdefgh", "abcdefg"},
-                                                       {"abcdefghij", "abcdefg"}};
+  // Bounded copies keep size - 1 characters.
+  // clang-format off
+  const std::pair<std::string, std::string> cases[] = {
+      {"", ""}, {"abc", "abc"}, {"abcdefg", "abcdefg"}, {"abcdefgh", "abcdefg"}, {"abcdefghij", "abcdefg"}};
+  // clang-format on
   for (const auto& [text, kept] : cases) {
     char field[9];
     std::memset(field, '#', sizeof field);
@@ -110,118 +112,51 @@ TEST(BoundedCopy, KeepsSizeMinusOneCharacters) {
   EXPECT_EQ(times_wrapped(2147483647, 100), -100);  // as 32-bit arithmetic wraps
 }
 
-TEST(Parsers, DottedQuadsAndContentLengths) {
-  uint32_t value = 0;
-  ASSERT_EQ(parse_ipv4_text("192.168.1.20", &value, 1), 1);
-  EXPECT_EQ(value, 192u | 168u << 8 | 1u << 16 | 20u << 24);
-  ASSERT_EQ(parse_ipv4_text("192.168.1.20", &value, 0), 1);
-  EXPECT_EQ(value, 192u << 24 | 168u << 16 | 1u << 8 | 20u);
-  ASSERT_EQ(parse_ipv4_text("0.0.2.300", &value, 0), 1);
-  EXPECT_EQ(value, 812u);  // not range-checked: 300 spills into the next byte
-  for (const char* bad : {"1.2.3", "a.b.c.d", "", "1..2.3"}) EXPECT_EQ(parse_ipv4_text(bad, &value, 0), 0) << bad;
-  EXPECT_EQ(parse_content_length("42"), 42);
-  EXPECT_EQ(parse_content_length(nullptr), -1);
-  EXPECT_EQ(parse_content_length("x"), -1);
-  EXPECT_EQ(parse_content_length("99999999999999999999"), -1);
-}
-
-TEST(Parsers, LinesAreHandedOutAsFgetsWould) {
-  std::string text = "abcdefgh\nij\n\nk";
-  LineReader lines(text);
-  char line[5];
-  std::vector<std::string> got;
-  while (lines.next(line, sizeof line)) got.push_back(line);
-  EXPECT_EQ(got, (std::vector<std::string>{"abcd", "efgh", "\n", "ij\n", "\n", "k"}));
-}
-
-TEST(TimeZones, FaultsAreReportedByStage) {
-  const std::pair<const char*, int> cases[] = {
-      {"", 0},
-      {"UTC0", 0},
-      {"NPT-5:45", 0},
-      {"EST+5EDT+4:00:00,J60/2,300/1:30:59", 0},
-      {"AMT4AMST,M11.1.0/0,M2.5.0/0", 0},
-      {"1ST5", -1},
-      {"ES", -1},
-      {"EST", -4},
-      {"EST/5", -4},
-      {"EST5:", -2},
-      {"EST555", -2},
-      {"EST5,M3.2.0,M11.1.0", -2},
-      {"EST5E1T", -3},
-      {"EST5EDT!", -5},
-      {"EST5EDT,X3.2.0,M11.1.0", -6},
-      {"EST5EDT,M3.2,M11.1.0", -6},
-      {"EST5EDT,M3.2.0", -6},
-      {"EST5EDT,M3.2.0/ab,M11.1.0", -7},
-      {"EST5EDT,M3.2.0,M11.1.0x", -7},
-      {"EST5EDT,M13.2.0,M11.1.0", -10},
-      {"EST5EDT,M3.6.0,M11.1.0", -10},
-      {"EST5EDT,M3.2.7,M11.1.0", -10},
-      {"EST5EDT,J0,J365", -10},
-      {"EST5EDT,1,366", -10},
-      {"EST5EDT,M3.2.0/24,M11.1.0", -11},
-      {"EST5EDT,M3.2.0/2:60,M11.1.0", -11},
+TEST(TimeZones, ChecksByStageTheZoneFilesLastLineAndTheTable) {
+  // clang-format off
+  const std::vector<std::pair<int, std::vector<const char*>>> stages = {
+      {0, {"", "UTC0", "NPT-5:45", "EST+5EDT+4:00:00,J60/2,300/1:30:59", "AMT4AMST,M11.1.0/0,M2.5.0/0"}},
+      {-1, {"1ST5", "ES"}},
+      {-4, {"EST", "EST/5"}},
+      {-2, {"EST5:", "EST555", "EST5,M3.2.0,M11.1.0"}},
+      {-3, {"EST5E1T"}},
+      {-5, {"EST5EDT!"}},
+      {-6, {"EST5EDT,X3.2.0,M11.1.0", "EST5EDT,M3.2,M11.1.0", "EST5EDT,M3.2.0"}},
+      {-7, {"EST5EDT,M3.2.0/ab,M11.1.0", "EST5EDT,M3.2.0,M11.1.0x"}},
+      {-10, {"EST5EDT,M13.2.0,M11.1.0", "EST5EDT,M3.6.0,M11.1.0", "EST5EDT,M3.2.7,M11.1.0", "EST5EDT,J0,J365", "EST5EDT,1,366"}},
+      {-11, {"EST5EDT,M3.2.0/24,M11.1.0", "EST5EDT,M3.2.0/2:60,M11.1.0"}},
   };
-  for (const auto& [zone, code] : cases) EXPECT_EQ(validate_posix_time_zone(zone), code) << zone;
-}
-
-TEST(TimeZones, TheZoneFilesLastLine) {
-  const std::pair<std::string, std::string> cases[] = {
+  // The last line of a zone file; without an earlier line break all but the last byte; an empty last line.
+  const std::pair<std::string, std::string> files[] = {
       {std::string("TZif2\0\0binary\nEST5EDT,M3.2.0,M11.1.0\n", 37), "EST5EDT,M3.2.0,M11.1.0"},
-      {"JST-9\n", "JST-9"},  // no earlier line break: all but the last byte
-      {"data\n\n", ""},      // an empty last line
-      {"x", ""},
-      {"", ""},
-  };
-  for (const auto& [contents, zone] : cases) EXPECT_EQ(last_line_of_zone_file(contents), zone);
-}
-
-TEST(TimeZones, TheTableIsSearchedFromItsFirstRow) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"JST-9", "Japan"},
-      {"EST", "Australia/Brisbane"},  // "EST-10" comes before "EST5"
-      {"EST5", "EST"},
-      {"cst6", "Canada/Saskatchewan"},
-      {"Egypt", "Egypt"},
-      {"ACT5", "Brazil/Acre"},                                 // the first row
-      {"YEKT-5YEKST,M3.5.0,M10.5.0/3", "Asia/Yekaterinburg"},  // the last
-      {"", nullptr},
-      {"XYZ7", nullptr},
-      {"ACT5 and more", nullptr},
-  };
-  for (const auto& [text, zoneinfo] : cases) {
+      {"JST-9\n", "JST-9"}, {"data\n\n", ""}, {"x", ""}, {"", ""}};
+  // The table is searched from its first row: "EST-10" comes before "EST5"; the first row, the last.
+  const std::pair<const char*, const char*> table[] = {
+      {"JST-9", "Japan"}, {"EST", "Australia/Brisbane"}, {"EST5", "EST"}, {"cst6", "Canada/Saskatchewan"},
+      {"Egypt", "Egypt"}, {"ACT5", "Brazil/Acre"}, {"YEKT-5YEKST,M3.5.0,M10.5.0/3", "Asia/Yekaterinburg"},
+      {"", nullptr}, {"XYZ7", nullptr}, {"ACT5 and more", nullptr}};
+  // clang-format on
+  for (const auto& [code, zones] : stages)
+    for (const char* zone : zones) EXPECT_EQ(validate_posix_time_zone(zone), code) << zone;
+  for (const auto& [contents, zone] : files) EXPECT_EQ(last_line_of_zone_file(contents), zone);
+  for (const auto& [text, zoneinfo] : table) {
     const char* found = find_time_zone(text);
     EXPECT_STREQ(found != nullptr ? found : "(none)", zoneinfo ? zoneinfo : "(none)") << text;
   }
 }
 
-TEST(Ptz, FramesAndSpeeds) {
-  const struct {
-    float azimuth, elevation;
-    const char* frame;
-  } positions[] = {{180, 0, "E50100CF7F4A8825446F"},
-                   {0, -90, "E50100CF7F0000000034"},
-                   {360, 90, "E50100CF7F95104A88AB"}};
+TEST(Ptz, FramesSpeedsAndTheQueryScan) {
+  // The position frames are checked as sent, with the absolute moves.
   char text[64];
-  for (const auto& c : positions) {
-    ptz_position_frame(c.azimuth, c.elevation, text, sizeof text);
-    EXPECT_STREQ(text, c.frame);
-  }
   ptz_zoom_frame(1097, text, sizeof text);  // 50 % on the short lens
   EXPECT_STREQ(text, "E50100CD00044900");
   const int move[][2] = {{1, 1}, {10, 12}, {50, 63}, {99, 125}, {100, 127}, {0, 0}};
   for (const auto& m : move) EXPECT_EQ(ptz_move_speed(m[0]), m[1]) << m[0];
   const int zoom[][2] = {{1, 0}, {33, 0}, {34, 1}, {66, 1}, {67, 2}, {99, 2}, {100, 3}};
   for (const auto& z : zoom) EXPECT_EQ(ptz_zoom_speed(z[0]), z[1]) << z[0];
-}
-
-TEST(Ptz, TheQueryScanKeepsTheCamerasForm) {
+  // The query scan keeps the camera's form.
   const char* const keys[] = {"PAN", "TILT"};
-  const struct {
-    std::string query;
-    std::map<int, std::string> handed;
-  } cases[] = {
+  const std::pair<std::string, std::map<int, std::string>> queries[] = {
       {"PAN=50&TILT=20", {{0, "=50"}}},  // the last pair is never handed on
       {"pan=5&", {{0, "=5"}}},
       {"TILT=1&PAN=2&x", {{1, "=1"}}},  // later keys begin with '&'
@@ -230,14 +165,14 @@ TEST(Ptz, TheQueryScanKeepsTheCamerasForm) {
       {"PAN=" + std::string(126, '9') + "&", {{0, "=" + std::string(126, '9')}}},
       {"PAN=" + std::string(5000, '9') + "&", {{0, "=" + std::string(126, '9')}}},  // cut
   };
-  for (const auto& c : cases) {
+  for (const auto& [query, expected] : queries) {
     std::map<int, std::string> handed;
-    scan_ptz_query(c.query.c_str(), keys, 2, [&](int k, const char* v) { handed[k] = v; });
-    EXPECT_EQ(handed, c.handed) << c.query.substr(0, 20);
+    scan_ptz_query(query.c_str(), keys, 2, [&](int k, const char* v) { handed[k] = v; });
+    EXPECT_EQ(handed, expected) << query.substr(0, 20);
   }
 }
 
-TEST(Answers, StatusCodesOutsideTheTableAreAnsweredAsDeviceError) {
+TEST(Answers, StatusCodesOutsideTheTableAndAFileShorterThanAnnounced) {
   for (int code : {0, -1, 8}) {
     StringOutput a, b;
     write_answer(a, Answer::status(code), "/x");
@@ -247,9 +182,7 @@ TEST(Answers, StatusCodesOutsideTheTableAreAnsweredAsDeviceError) {
   StringOutput nothing;
   write_answer(nothing, Answer::statuses({}), "/x");
   EXPECT_EQ(nothing.text, "");
-}
-
-TEST(Answers, AFileShorterThanAnnouncedEndsTheCopy) {
+  // A file shorter than announced ends the copy.
   char name[] = "/tmp/psia-short-XXXXXX";
   UniqueFd fd(mkstemp(name));
   unlink(name);
@@ -262,8 +195,8 @@ TEST(Answers, AFileShorterThanAnnouncedEndsTheCopy) {
 }
 
 TEST(Store, StatementsLeavingTheCacheAreFinalized) {
-  // More distinct statements than the cache holds: each one evicted must
-  // be finalized (the leak check sees it otherwise), and any can come back.
+  // More distinct statements than the cache holds: each one evicted must be finalized (the leak check sees it
+  // otherwise), and any can come back.
   SystemClock clock;
   char name[] = "/tmp/psia-store-XXXXXX";
   UniqueFd fd(mkstemp(name));
