@@ -9,21 +9,22 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
 
 #include "io/answer.h"
 #include "util/log.h"
+#include "util/text_buffer.h"
 
 namespace psia {
 
-// `text` with every byte outside printable ASCII (and '"' and '\') written
-// as an escape, cut to `limit` characters with "..." behind when longer.
-std::string printable(const char* text, size_t limit);
+// Appends `text` with every byte outside printable ASCII (and '"' and '\')
+// written as an escape, cut to `limit` characters with "..." behind when
+// longer.
+void append_printable(text_buffer& line, const char* text, size_t limit);
 
 void audit_refused_login(Log& log, const char* address, const char* user, const char* reason);
 void audit_lockout(Log& log, const char* address, int failures, int64_t lockout_us);
-void audit_change(Log& log, const char* address, const char* user, const char* method, const char* path,
-                  const Answer& answer);
+void audit_change(Log& log, const char* address, const char* user, const char* method,
+                  const char* path, const Answer& answer);
 
 }  // namespace psia
 

@@ -5,6 +5,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 
 namespace psia {
 
@@ -55,14 +56,16 @@ void Log::error(const char* format, ...) {
   }
 }
 
-void Log::audit(int priority, const char* format, ...) {
-  if (!syslog_) return;
-  char line[512];
-  va_list args;
-  va_start(args, format);
-  size_t size = format_line(line, sizeof line, format, args);
-  va_end(args);
-  if (size > 0) syslog_(priority, line);
+void Log::audit(int priority, const text_buffer& line) {
+  if (!syslog_ || line.length() == 0) return;
+  if (line.length() < 512) {
+    syslog_(priority, line.data());
+    return;
+  }
+  char cut[512];
+  std::memcpy(cut, line.data(), sizeof cut - 1);
+  cut[sizeof cut - 1] = '\0';
+  syslog_(priority, cut);
 }
 
 }  // namespace psia

@@ -35,7 +35,7 @@ class Log {
   void error(const char* format, ...) PSIA_PRINTF(2, 3);
   // A line of the audit trail, syslog only; `priority` names the facility
   // (auth for logins, daemon for changes) and the level.
-  void audit(int priority, const char* format, ...) PSIA_PRINTF(3, 4);
+  void audit(int priority, const text_buffer& line);
 
  private:
   StreamSink stream_;

@@ -5,6 +5,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -17,7 +18,8 @@ bool SyslogSocket::connect_socket() {
   if (path_.size() >= sizeof address.sun_path) return false;
   std::memcpy(address.sun_path, path_.c_str(), path_.size() + 1);
   fd_.reset(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (fd_.valid() && connect(fd_.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) return true;
+  if (fd_.valid() && connect(fd_.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0)
+    return true;
   fd_.reset();
   return false;
 }
@@ -25,19 +27,28 @@ bool SyslogSocket::connect_socket() {
 void SyslogSocket::send(int priority, const char* line) {
   // The form the system's own syslog() sends: "<PRI>Mmm dd hh:mm:ss
   // ident[pid]: text".
-  char stamp[32] = "";
   time_t now = time(nullptr);
-  struct tm local;
-  if (localtime_r(&now, &local) != nullptr) strftime(stamp, sizeof stamp, "%b %e %H:%M:%S", &local);
+  if (now != head_second_ || priority != head_priority_) {
+    char stamp[32] = "";
+    struct tm local;
+    if (localtime_r(&now, &local) != nullptr)
+      strftime(stamp, sizeof stamp, "%b %e %H:%M:%S", &local);
+    int n = std::snprintf(head_, sizeof head_, "<%d>%s %s[%d]: ", priority, stamp, ident_.c_str(),
+                          static_cast<int>(getpid()));
+    head_length_ = n < 0 ? 0 : std::min(static_cast<size_t>(n), sizeof head_ - 1);
+    head_second_ = now;
+    head_priority_ = priority;
+  }
   char datagram[1024];
-  int n = std::snprintf(datagram, sizeof datagram, "<%d>%s %s[%d]: %s", priority, stamp, ident_.c_str(),
-                        static_cast<int>(getpid()), line);
-  if (n < 0) return;
-  size_t size = static_cast<size_t>(n) < sizeof datagram ? static_cast<size_t>(n) : sizeof datagram - 1;
+  size_t line_length = strnlen(line, sizeof datagram - 1 - head_length_);
+  std::memcpy(datagram, head_, head_length_);
+  std::memcpy(datagram + head_length_, line, line_length);
+  size_t size = head_length_ + line_length;
   // A logger restarted since the last line needs a new connection.
   for (int attempt = 0; attempt < 2; ++attempt) {
     if (!fd_.valid() && !connect_socket()) return;
-    if (::send(fd_.get(), datagram, size, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0 || errno == EAGAIN) return;
+    if (::send(fd_.get(), datagram, size, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0 || errno == EAGAIN)
+      return;
     fd_.reset();
   }
 }

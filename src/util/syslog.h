@@ -5,6 +5,7 @@
 #ifndef PSIA_UTIL_SYSLOG_H
 #define PSIA_UTIL_SYSLOG_H
 
+#include <ctime>
 #include <string>
 
 #include "util/file.h"
@@ -26,6 +27,13 @@ class SyslogSocket {
   std::string path_;
   std::string ident_;
   UniqueFd fd_;
+  // The head of the last line ("<PRI>Mmm dd hh:mm:ss ident[pid]: "), kept
+  // while its second and priority last: a flood of refused logins is
+  // logged without formatting a time for each.
+  time_t head_second_ = -1;
+  int head_priority_ = -1;
+  char head_[96] = "";
+  size_t head_length_ = 0;
 };
 
 }  // namespace psia
