@@ -20,9 +20,10 @@ tests=$(cd build && ctest -N | sed -n 's/^Total Tests: //p')
 
 cmake -S . -B build-cov -DCMAKE_BUILD_TYPE=Debug -DCMAKE_C_FLAGS=--coverage \
   -DCMAKE_CXX_FLAGS=--coverage -DCMAKE_EXE_LINKER_FLAGS=--coverage >/dev/null
-cmake --build build-cov -j"$jobs" >/dev/null
+find build-cov -name "*.gcda" -delete 2>/dev/null || true  # from an earlier build
+cmake --build build-cov -j"$jobs" >/dev/null 2>&1
 find build-cov -name '*.gcda' -delete
-(cd build-cov && ctest -j"$jobs" >/dev/null) || { echo "coverage: ctest fails in build-cov/" >&2; exit 1; }
+(cd build-cov && ctest -j"$jobs" >/dev/null 2>&1) || { echo "coverage: ctest fails in build-cov/" >&2; exit 1; }
 lines=$(gcovr -r . --filter 'src/' build-cov --print-summary 2>/dev/null |
         sed -n 's/^lines: *//p')
 
