@@ -29,7 +29,9 @@ suite() {  # builds and tests; 0 when everything passes
 suite || { echo "mutate: the suite fails without any fault (see $scratch)" >&2; exit 1; }
 
 total=0 caught=0 stale=0 escaped=()
-while IFS=$'\t' read -r file original replacement what; do
+while IFS= read -r row; do
+  # Split at the tabs without merging them: an empty replacement is a field.
+  IFS=$'\x1f' read -r file original replacement what <<<"${row//$'\t'/$'\x1f'}"
   case "$file" in ''|'#'*) continue ;; esac
   line="$file: $what"
   grep -q -- "$filter" <<<"$line" || continue
