@@ -87,10 +87,17 @@ void append_interface_body(text_buffer& doc, const interface_state& state, int i
   doc.appendf("%*s</Discovery>\n", indent, "");
 }
 
-// The network documents keep the ResponseStatus form of the declaration
-// (a bare \n), unlike the other GET documents.
-void append_declaration(text_buffer& doc) {
-  doc.appendf("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n");
+// One network document: the root element in the PSIA namespace around what
+// fill appends. The network documents keep the ResponseStatus form of the
+// declaration (a bare \n), unlike the other GET documents.
+template <typename Fill>
+Answer network_document(const char* element, Fill fill) {
+  text_buffer doc;
+  doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n");
+  doc.appendf("<%s version=\"1.0\" xmlns=\"urn:psialliance-org\">\n", element);
+  fill(doc);
+  doc.appendf("</%s>\n", element);
+  return Answer::document(std::move(doc), ContentType::xml);
 }
 
 // ---------------------------------------------------------------------------
@@ -187,12 +194,8 @@ Answer update_network(Request& req, XmlNode element) {
 
 Answer get_ip_address(Request& req) {
   interface_state state = read_interface_state(req);
-  text_buffer doc;
-  append_declaration(doc);
-  doc.append("<IPAddress version=\"1.0\" xmlns=\"urn:psialliance-org\">\n");
-  append_ip_address_elements(doc, state, kStep);
-  doc.append("</IPAddress>\n");
-  return Answer::document(std::move(doc), ContentType::xml);
+  return network_document("IPAddress",
+                          [&](text_buffer& doc) { append_ip_address_elements(doc, state, kStep); });
 }
 
 Answer put_ip_address(Request& req) {
@@ -202,12 +205,7 @@ Answer put_ip_address(Request& req) {
 }
 
 Answer get_discovery(Request&) {
-  text_buffer doc;
-  append_declaration(doc);
-  doc.append("<Discovery version=\"1.0\" xmlns=\"urn:psialliance-org\">\n");
-  append_zeroconf(doc, kStep);
-  doc.append("</Discovery>\n");
-  return Answer::document(std::move(doc), ContentType::xml);
+  return network_document("Discovery", [](text_buffer& doc) { append_zeroconf(doc, kStep); });
 }
 
 // Discovery has nothing to change: the request is accepted and ignored.
@@ -215,12 +213,8 @@ Answer put_discovery(Request&) { return Answer::status(kStatusOk); }
 
 Answer get_network_interface(Request& req) {
   interface_state state = read_interface_state(req);
-  text_buffer doc;
-  append_declaration(doc);
-  doc.append("<NetworkInterface version=\"1.0\" xmlns=\"urn:psialliance-org\">\n");
-  append_interface_body(doc, state, kStep);
-  doc.append("</NetworkInterface>\n");
-  return Answer::document(std::move(doc), ContentType::xml);
+  return network_document("NetworkInterface",
+                          [&](text_buffer& doc) { append_interface_body(doc, state, kStep); });
 }
 
 Answer put_network_interface(Request& req) {
@@ -242,14 +236,11 @@ Answer put_network_interface(Request& req) {
 
 Answer get_network_interface_list(Request& req) {
   interface_state state = read_interface_state(req);
-  text_buffer doc;
-  append_declaration(doc);
-  doc.append("<NetworkInterfaceList version=\"1.0\" xmlns=\"urn:psialliance-org\">\n");
-  doc.appendf("%*s<NetworkInterface version=\"1.0\">\n", kStep, "");
-  append_interface_body(doc, state, 2 * kStep);
-  doc.appendf("%*s</NetworkInterface>\n", kStep, "");
-  doc.append("</NetworkInterfaceList>\n");
-  return Answer::document(std::move(doc), ContentType::xml);
+  return network_document("NetworkInterfaceList", [&](text_buffer& doc) {
+    doc.appendf("%*s<NetworkInterface version=\"1.0\">\n", kStep, "");
+    append_interface_body(doc, state, 2 * kStep);
+    doc.appendf("%*s</NetworkInterface>\n", kStep, "");
+  });
 }
 
 }  // namespace psia
