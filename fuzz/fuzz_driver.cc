@@ -175,8 +175,7 @@ struct FuzzCamera {
   sqlite3_stmt* version = nullptr;
   int seen_version = 0;
   bool changed_here = false;
-  int ptz_support = 0;
-  std::string model_prefix;
+  psia::DeviceFacts device;  // as start-up read them
   // The request in hand: what the daemon does and what it got.
   bool answering = true;
   FuzzDaemon daemon;
@@ -309,8 +308,7 @@ FuzzCamera& camera() {
     c->syslog->send(priority, line);
   });
   if (!psia::start_up(*c->ctx)) abort();
-  c->ptz_support = c->ctx->ptz_support;
-  c->model_prefix = c->ctx->model_prefix;
+  c->device = c->ctx->camera.device;
   return *c;
 }
 
@@ -435,11 +433,8 @@ void fuzz_new_input() {
     c.seen_version = data_version(c.version);
   }
   psia::request_context& ctx = *c.ctx;
-  ctx.guard = psia::LoginGuard(ctx.settings.login_attempts, ctx.settings.login_lockout);
-  ctx.current_zone[0] = '\0';
-  ctx.last_absolute = psia::PtzPosition();
-  ctx.ptz_support = c.ptz_support;
-  ctx.model_prefix = c.model_prefix;
+  ctx.camera = psia::CameraState(ctx.settings.login_attempts, ctx.settings.login_lockout);
+  ctx.camera.device = c.device;
   // The queues a restarted daemon made are found again.
   ctx.control.attach(c.request_key, c.reply_key);
   c.clock.now_us = 0;

@@ -264,7 +264,7 @@ TEST(Injection, TextsAreStoredAsSentAndNothingHostileIsAdmitted) {
   }
   // Paths, headers and XML tricks admit nothing.
   Camera camera;
-  camera.ctx().guard = psia::LoginGuard(0, 0);  // a dozen refused logins in a row follow
+  camera.ctx().camera.guard = psia::LoginGuard(0, 0);  // a dozen refused logins in a row follow
   for (const std::string& hostile : kHostile)
     for (const std::string& authorization :
          {basic_authorization(hostile, hostile), basic_authorization("admin", hostile)})

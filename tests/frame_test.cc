@@ -253,7 +253,7 @@ TEST(Audit, RequestTextsNeverSplitOrForgeALine) {
     EXPECT_EQ(std::string(line.data(), line.length()), shown);
   }
   Camera camera;
-  camera.ctx().guard = psia::LoginGuard(0, 0);
+  camera.ctx().camera.guard = psia::LoginGuard(0, 0);
   Req r = get_as("/PSIA/Custom/Event/notification/ftp/x\n29 forged line", basic_authorization("admin\nfake", "x"));
   r.method = "DELETE";
   camera.request(r);

@@ -14,17 +14,17 @@ authentication check_caller(Request& req, const char* address) {
   request_context& ctx = req.ctx;
   int64_t now = ctx.clock.monotonic_us();
   authentication who;
-  if (ctx.guard.locked(address, now)) {
+  if (ctx.camera.guard.locked(address, now)) {
     read_credentials(req.params.authorization, &who.who);
     who.refusal = Refusal::locked_out;
   } else {
     who = authenticate_request(req);
     if (who.refusal == Refusal::none) {
-      ctx.guard.succeeded(address);
+      ctx.camera.guard.succeeded(address);
     } else if (who.refusal != Refusal::no_credentials) {
       // A request without credentials is no attempt: browsers send one
       // before they ask their user.
-      int64_t lockout = ctx.guard.failed(address, now);
+      int64_t lockout = ctx.camera.guard.failed(address, now);
       if (lockout > 0) audit_lockout(ctx.log, address, ctx.settings.login_attempts, lockout);
     }
   }

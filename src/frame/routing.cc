@@ -370,7 +370,7 @@ bool route_request(const char* path, const char* method, int level, int ptz_supp
 
 Answer dispatch_request(Request& req, const char* path, const char* method, int level, bool* changes) {
   route_target target;
-  if (!route_request(path, method, level, req.ctx.ptz_support, &target))
+  if (!route_request(path, method, level, req.camera().device.ptz_support, &target))
     return Answer::status(kStatusInvalidOperation);
   *changes = target.changes;
   return target.call(req);

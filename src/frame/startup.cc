@@ -4,6 +4,8 @@
 
 #include <csignal>
 
+#include "util/bounded_copy.h"
+
 namespace psia {
 
 namespace {
@@ -46,12 +48,13 @@ bool start_up(request_context& ctx) {
     ctx.log.error("PSIA: DB Open Failed\n");
     return false;
   }
-  ctx.ptz_support = ctx.store.query_int(0, "select PTZSupport from Spec2");
+  DeviceFacts& device = ctx.camera.device;
+  device.ptz_support = ctx.store.query_int(0, "select PTZSupport from Spec2");
   // Only the model family (its first three characters) is kept; the
   // streaming and PTZ handlers compare it with model codes.
   QueryResult model = ctx.store.query("select model from Spec");
   const char* cell = model.text(0, 0);
-  ctx.model_prefix = cell != nullptr ? std::string(cell).substr(0, 3) : "";
+  copy_bounded(device.model_prefix, cell != nullptr ? cell : "");
   ctx.control.attach(ctx.settings.request_queue_key, ctx.settings.reply_queue_key);
   return true;
 }

@@ -35,6 +35,7 @@ class Request {
   Store& db() { return ctx.store; }
   ControlChannel& control() { return ctx.control; }
   Log& log() { return ctx.log; }
+  CameraState& camera() { return ctx.camera; }
   std::string host_path(const std::string& absolute_path) const {
     return ctx.settings.host_path(absolute_path);
   }

@@ -2,18 +2,23 @@
 // start-up (or once per test camera) and handed to every request; nothing
 // of the process's state lives anywhere else. Resetting the process means
 // making a new context.
+//
+// Two concerns: the infrastructure that serves requests (settings, clock,
+// log, the databases, the control channel, the XML library, the body
+// buffer), and the camera's state that requests read and change
+// (camera_state.h: device facts, time zone, PTZ position, login guard).
 #ifndef PSIA_IO_REQUEST_CONTEXT_H
 #define PSIA_IO_REQUEST_CONTEXT_H
 
 #include <string>
 
 #include "control/control_message.h"
+#include "io/camera_state.h"
 #include "io/request_body.h"
-#include "io/xml_input.h"
+#include "io/xml_library.h"
 #include "store/database.h"
 #include "util/clock.h"
 #include "util/log.h"
-#include "util/login_guard.h"
 
 namespace psia {
 
@@ -38,20 +43,12 @@ struct Settings {
 // The settings of the process environment.
 Settings load_settings();
 
-// The last absolute PTZ position sent: the same position is not sent twice
-// in a row.
-struct PtzPosition {
-  float azimuth = 0.0f;
-  float elevation = 0.0f;
-  float zoom = 0.0f;
-};
-
 struct request_context {
   request_context(Settings process_settings, Clock& process_clock)
       : settings(std::move(process_settings)),
         clock(process_clock),
         control(clock, log),
-        guard(settings.login_attempts, settings.login_lockout) {}
+        camera(settings.login_attempts, settings.login_lockout) {}
   request_context(const request_context&) = delete;
   request_context& operator=(const request_context&) = delete;
 
@@ -65,20 +62,11 @@ struct request_context {
   // left open.
   Store factory_store;
   ControlChannel control;
-  LoginGuard guard;
   XmlLibrary xml;
   RequestBody body;
 
-  // Device facts read at start-up: Spec2.PTZSupport (only 2 opens the PTZ
-  // branch) and the model family, the first three characters of Spec.model
-  // (empty when unknown).
-  int ptz_support = 0;
-  std::string model_prefix;
-
-  // The zone last given with PUT /PSIA/System/time (empty: none); the local
-  // times this process prints follow it.
-  char current_zone[64] = "";
-  PtzPosition last_absolute;
+  // What requests read and change of the camera (camera_state.h).
+  CameraState camera;
 };
 
 }  // namespace psia

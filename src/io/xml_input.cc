@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "io/request.h"
+#include "io/xml_library.h"
 #include "util/bounded_copy.h"
 
 namespace psia {
@@ -34,8 +35,8 @@ bool XmlLibrary::load(Log& log) {
   if (read_memory_ != nullptr) return true;
   void* handle = dlopen("libxml2.so.2", RTLD_NOW | RTLD_LOCAL);
   if (handle != nullptr) {
-    read_memory_ = reinterpret_cast<decltype(read_memory_)>(dlsym(handle, "xmlReadMemory"));
-    free_doc_ = reinterpret_cast<decltype(free_doc_)>(dlsym(handle, "xmlFreeDoc"));
+    read_memory_ = reinterpret_cast<Symbol>(dlsym(handle, "xmlReadMemory"));
+    free_doc_ = reinterpret_cast<Symbol>(dlsym(handle, "xmlFreeDoc"));
   }
   if (read_memory_ == nullptr || free_doc_ == nullptr) {
     log.error("PSIA: libxml2 cannot be loaded: %s\n", handle == nullptr ? dlerror() : "symbols");
@@ -48,10 +49,26 @@ bool XmlLibrary::load(Log& log) {
 }
 
 xmlDoc* XmlLibrary::read_memory(const char* text, int size) const {
-  return read_memory_(text, size, nullptr, nullptr, kParseOptions);
+  auto read = reinterpret_cast<decltype(&::xmlReadMemory)>(read_memory_);
+  return read(text, size, nullptr, nullptr, kParseOptions);
 }
 
-void XmlLibrary::free_doc(xmlDoc* doc) const { free_doc_(doc); }
+void XmlLibrary::free_doc(xmlDoc* doc) const {
+  reinterpret_cast<decltype(&::xmlFreeDoc)>(free_doc_)(doc);
+}
+
+XmlNode XmlNode::first_child() const {
+  return XmlNode(node_ != nullptr ? node_->children : nullptr);
+}
+
+XmlNode::Children XmlNode::children() const {
+  return Children(node_ != nullptr ? node_->children : nullptr);
+}
+
+XmlNode::Children::iterator& XmlNode::Children::iterator::operator++() {
+  node_ = node_->next;
+  return *this;
+}
 
 bool XmlNode::is(const char* name) const {
   return node_ != nullptr && node_->type == XML_ELEMENT_NODE &&

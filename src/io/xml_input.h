@@ -5,49 +5,38 @@
 //   if (!body.ok()) return body.failure();
 //   for (XmlNode child : body.root().children())
 //     if (child.is("deviceName")) child.copy_text(name);
+//
+// Only handlers that parse bodies include this header. libxml2's node and
+// document types are declared here, not defined: only xml_input.cc sees
+// libxml2's headers.
 #ifndef PSIA_IO_XML_INPUT_H
 #define PSIA_IO_XML_INPUT_H
-
-#include <libxml/tree.h>
 
 #include <cstddef>
 
 #include "io/answer.h"
 
+struct _xmlDoc;   // libxml2's xmlDoc
+struct _xmlNode;  // libxml2's xmlNode
+
 namespace psia {
 
-class Log;
 class Request;
-
-// libxml2, loaded when the first document arrives rather than at start-up:
-// with its ICU dependency it is most of what loading the responder costs,
-// and a camera mostly answers GETs (under CGI every request is a new
-// process). A load that fails is tried again with the next document.
-class XmlLibrary {
- public:
-  // Loads the library if it is not loaded; false when it cannot be.
-  bool load(Log& log);
-  xmlDoc* read_memory(const char* text, int size) const;
-  void free_doc(xmlDoc* doc) const;
-
- private:
-  decltype(&::xmlReadMemory) read_memory_ = nullptr;
-  decltype(&::xmlFreeDoc) free_doc_ = nullptr;
-};
+class XmlLibrary;
 
 // One element or other node of a parsed document (null: none).
 class XmlNode {
  public:
   class Children;
-  explicit XmlNode(const xmlNode* node = nullptr) : node_(node) {}
+  explicit XmlNode(const _xmlNode* node = nullptr) : node_(node) {}
   explicit operator bool() const { return node_ != nullptr; }
 
   // True for an element named `name`, compared without regard to case.
   bool is(const char* name) const;
   // The child nodes in document order, text nodes included.
   Children children() const;
-  XmlNode first_child() const { return XmlNode(node_ != nullptr ? node_->children : nullptr); }
-  bool has_children() const { return node_ != nullptr && node_->children != nullptr; }
+  XmlNode first_child() const;
+  bool has_children() const { return static_cast<bool>(first_child()); }
 
   // Copies the element's text into a fixed field, keeping at most size - 1
   // characters.
@@ -64,35 +53,28 @@ class XmlNode {
   bool text_is(const char* word) const;
 
  private:
-  const xmlNode* node_;
+  const _xmlNode* node_;
 };
 
 class XmlNode::Children {
  public:
   class iterator {
    public:
-    explicit iterator(const xmlNode* node) : node_(node) {}
+    explicit iterator(const _xmlNode* node) : node_(node) {}
     XmlNode operator*() const { return XmlNode(node_); }
-    iterator& operator++() {
-      node_ = node_->next;
-      return *this;
-    }
+    iterator& operator++();
     bool operator!=(const iterator& other) const { return node_ != other.node_; }
 
    private:
-    const xmlNode* node_;
+    const _xmlNode* node_;
   };
-  explicit Children(const xmlNode* first) : first_(first) {}
+  explicit Children(const _xmlNode* first) : first_(first) {}
   iterator begin() const { return iterator(first_); }
   iterator end() const { return iterator(nullptr); }
 
  private:
-  const xmlNode* first_;
+  const _xmlNode* first_;
 };
-
-inline XmlNode::Children XmlNode::children() const {
-  return Children(node_ != nullptr ? node_->children : nullptr);
-}
 
 // The request body of a PUT or POST, read, parsed and its root checked.
 class XmlBody {
@@ -116,7 +98,7 @@ class XmlBody {
 
  private:
   const XmlLibrary& library_;
-  xmlDoc* doc_ = nullptr;
+  _xmlDoc* doc_ = nullptr;
   int failure_ = 0;
 };
 

@@ -257,9 +257,9 @@ shared_settings read_shared_settings(Request& req, int video_standard) {
 // run over the full model names against the kept three-letter family, so
 // they never match and the 176-pixel variants are the ones sent; clients
 // rely on those.
-bool model_has_160_pixel_variant(const request_context& ctx) {
-  if (ctx.model_prefix.empty()) return false;
-  const char* family = ctx.model_prefix.c_str();
+bool model_has_160_pixel_variant(const DeviceFacts& device) {
+  const char* family = device.model_prefix;
+  if (family[0] == '\0') return false;
   return strncasecmp(family, "KTA3050", 7) == 0 || strncasecmp(family, "KTB3050", 7) == 0 ||
          strncasecmp(family, "KTC305", 6) == 0;
 }
@@ -422,7 +422,7 @@ Answer answer_single_channel(Request& req, const channel_layout& layout, int id_
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   doc.append("<StreamingChannel version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   append_channel(doc, {&layout, id_index + 1, stream_name(id_index), standard == 1, true}, v, s,
-                 model_has_160_pixel_variant(req.ctx));
+                 model_has_160_pixel_variant(req.camera().device));
   return Answer::document(std::move(doc), ContentType::xml);
 }
 
@@ -435,7 +435,7 @@ Answer get_streaming_channels(Request& req) {
     return Answer::status(kStatusDeviceError);
   shared_settings s = read_shared_settings(req, standard);
   bool fifty_hz = standard != 2;
-  bool match = model_has_160_pixel_variant(req.ctx);
+  bool match = model_has_160_pixel_variant(req.camera().device);
   // The slave's list entry leaves out the size it cannot name.
   bool slave_size_known = slave.resolution >= 0 && slave.resolution <= 3;
   text_buffer doc;

@@ -171,7 +171,7 @@ Answer put_ptz_absolute(Request& req, int /*channel*/) {
   if (!in_range(azimuth, 0.0f, 360.0f) || !in_range(elevation, -90.0f, 90.0f) ||
       !in_range(zoom, 0.0f, 100.0f))
     return Answer::status(kStatusDeviceError);
-  PtzPosition& last = req.ctx.last_absolute;
+  PtzPosition& last = req.camera().last_absolute;
   int status = kStatusOk;
   char frame[1024];
   if (azimuth != last.azimuth || elevation != last.elevation) {
@@ -191,8 +191,8 @@ Answer put_ptz_absolute(Request& req, int /*channel*/) {
     // One model family has a shorter zoom lens. The comparison runs over its
     // full name against the kept three-letter family, so it never matches
     // and the common scale applies; the camera has always sent these steps.
-    const std::string& family = req.ctx.model_prefix;
-    bool short_lens = !family.empty() && strncasecmp(family.c_str(), "KD7731", 6) == 0;
+    const char* family = req.camera().device.model_prefix;
+    bool short_lens = family[0] != '\0' && strncasecmp(family, "KD7731", 6) == 0;
     int steps = static_cast<int>(zoom * (short_lens ? 21.94 : 29.66));
     ptz_zoom_frame(steps, frame, sizeof frame);
     status = send_frame(req, frame);

@@ -84,7 +84,7 @@ std::string camera_zone(Request& req) {
 }  // namespace
 
 void apply_current_zone(const request_context& ctx) {
-  if (ctx.current_zone[0] != '\0') setenv("TZ", ctx.current_zone, 1);
+  if (ctx.camera.current_zone[0] != '\0') setenv("TZ", ctx.camera.current_zone, 1);
   tzset();
 }
 
@@ -99,7 +99,8 @@ struct tm camera_local_time(request_context& ctx) {
 Answer get_time(Request& req) {
   int mode = req.db().query_int(0, "select DateTimeSync from DateTime");
   struct tm now = camera_local_time(req.ctx);
-  std::string zone = req.ctx.current_zone[0] != '\0' ? req.ctx.current_zone : camera_zone(req);
+  const char* current = req.camera().current_zone;
+  std::string zone = current[0] != '\0' ? current : camera_zone(req);
   text_buffer doc;
   doc.append("<Time version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   doc.append(mode == kModeNtp ? "<timeMode>NTP</timeMode>" : "<timeMode>manual</timeMode>");
@@ -141,10 +142,10 @@ Answer put_time(Request& req) {
     }
   }
   // A zone too long to keep whole is refused: cut, it could name another.
-  char* current = req.ctx.current_zone;
-  if (std::strlen(zone) >= sizeof req.ctx.current_zone || validate_posix_time_zone(zone) < 0)
+  auto& current = req.camera().current_zone;
+  if (std::strlen(zone) >= sizeof current || validate_posix_time_zone(zone) < 0)
     return Answer::status(kStatusDeviceError);
-  copy_bounded(current, sizeof req.ctx.current_zone, zone);
+  copy_bounded(current, zone);
   if (current[0] == '\0') unsetenv("TZ");  // back to the system's zone
   apply_current_zone(req.ctx);
   return send_set_time(req, mode, local_time);

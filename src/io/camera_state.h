@@ -1,0 +1,50 @@
+// The camera's state: what the responder knows and remembers about the
+// camera between requests, apart from the infrastructure that serves them
+// (request_context.h). Device facts are read once at start-up; the time
+// zone and the PTZ position change with requests. Both are plain fixed
+// fields (no owned memory, no pointers), so that the state can be copied
+// byte for byte or placed in memory that several responder processes
+// share. The login guard keeps its own table (util/login_guard.h).
+#ifndef PSIA_IO_CAMERA_STATE_H
+#define PSIA_IO_CAMERA_STATE_H
+
+#include <type_traits>
+
+#include "util/login_guard.h"
+
+namespace psia {
+
+// Read from the database at start-up: Spec2.PTZSupport (only 2 opens the
+// PTZ branch) and the model family, the first three characters of
+// Spec.model (empty when unknown).
+struct DeviceFacts {
+  int ptz_support = 0;
+  char model_prefix[4] = "";
+};
+
+// The last absolute PTZ position sent: the same position is not sent twice
+// in a row.
+struct PtzPosition {
+  float azimuth = 0.0f;
+  float elevation = 0.0f;
+  float zoom = 0.0f;
+};
+
+struct CameraState {
+  CameraState(int login_attempts, int login_lockout_seconds)
+      : guard(login_attempts, login_lockout_seconds) {}
+
+  DeviceFacts device;
+  // The zone last given with PUT /PSIA/System/time (empty: none); the local
+  // times this process prints follow it.
+  char current_zone[64] = "";
+  PtzPosition last_absolute;
+  LoginGuard guard;
+};
+
+static_assert(std::is_trivially_copyable<DeviceFacts>::value, "device facts are plain fields");
+static_assert(std::is_trivially_copyable<PtzPosition>::value, "the PTZ state is plain fields");
+
+}  // namespace psia
+
+#endif  // PSIA_IO_CAMERA_STATE_H
