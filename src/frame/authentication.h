@@ -2,17 +2,13 @@
 #ifndef PSIA_FRAME_AUTHENTICATION_H
 #define PSIA_FRAME_AUTHENTICATION_H
 
+#include "io/credentials.h"
 #include "io/request.h"
 
 namespace psia {
 
 // Access levels stored with each account; routing compares them.
 constexpr int kLevelAdministrator = 0;
-
-struct credentials {
-  char user[32];
-  char password[32];
-};
 
 // Splits decoded "user:password" bytes. The user name is what precedes the
 // first ':' and the password what follows the last; each further ':' also

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <vector>
 
+#include "io/credentials.h"
 #include "io/xml_input.h"
 #include "resources/security/users.h"
 #include "util/bounded_copy.h"
@@ -23,15 +24,8 @@ const char* account_id(const char* path) {
   return std::strlen(path) >= kUsersPrefixLength ? path + kUsersPrefixLength : "";
 }
 
-struct credentials_text {
-  char user[32] = "";
-  char password[32] = "";
-  bool complete() const { return user[0] != '\0' && password[0] != '\0'; }
-  void clear() { user[0] = password[0] = '\0'; }
-};
-
 // Takes a userName or password element into `c`; false for other nodes.
-bool read_credential(XmlNode node, credentials_text* c) {
+bool read_credential(XmlNode node, credentials* c) {
   if (node.is("userName")) {
     node.copy_text(c->user);
   } else if (node.is("password")) {
@@ -102,7 +96,7 @@ Answer get_user(Request& req, const char* path) {
 Answer post_user(Request& req) {
   XmlBody body(req, "User", kStatusDeviceError);
   if (!body.ok()) return body.failure();
-  credentials_text c;
+  credentials c = {};
   bool added = false;
   for (XmlNode child : body.root().children()) {
     if (!read_credential(child, &c) || !c.complete()) continue;
@@ -122,7 +116,7 @@ Answer post_user(Request& req) {
 Answer put_user(Request& req, const char* path) {
   XmlBody body(req, "User", kStatusDeviceError);
   if (!body.ok()) return body.failure();
-  credentials_text c;
+  credentials c = {};
   for (XmlNode child : body.root().children())
     if (child.is("password")) child.copy_text(c.password);
   copy_bounded(c.user, account_id(path));
@@ -141,7 +135,7 @@ Answer put_users(Request& req) {
   bool changed = false;
   for (XmlNode user : body.root().children()) {
     if (!user.is("User")) continue;
-    credentials_text c;
+    credentials c = {};
     for (XmlNode child : user.children()) {
       if (!read_credential(child, &c) || !c.complete() || is_built_in(c.user, false)) continue;
       if (!set_password(req, c.user, c.password)) {
