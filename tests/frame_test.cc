@@ -12,7 +12,9 @@
 #include "frame/startup.h"
 #include "harness.h"
 #include "resources/event/event.h"
+#include "resources/media/media.h"
 #include "resources/network/network.h"
+#include "resources/ptz/ptz.h"
 #include "resources/system/system.h"
 #include "util/login_guard.h"
 
@@ -74,7 +76,7 @@ TEST(Frame, UnmatchedRequestsAndSubPaths) {
 
 TEST(Frame, RulesAreTriedInOrderByPathMethodAndLevel) {
   // clang-format off
-  const struct { const char *path, *method; int level, ptz; psia::handler_call expected; } cases[] = {  // empty: no rule
+  const struct { const char *path, *method; int level, ptz; psia::Handler expected; } cases[] = {  // empty: no rule
       {"/PSIA/System/time/ntpServers/3", "GET", 3, 2, psia::get_ntp_server},
       // A level-2 DELETE falls through every shorter prefix to no rule.
       {"/PSIA/System/time/ntpServers/3", "DELETE", 2, 2, {}},
@@ -88,6 +90,16 @@ TEST(Frame, RulesAreTriedInOrderByPathMethodAndLevel) {
       {"/PSIA/Custom/Event/triggers/Sensor-0/x", "POST", 1, 2, psia::post_trigger_notification},
       {"/PSIA/Custom/Event/triggers/Sensor-0", "POST", 1, 2, psia::post_trigger},  // falls through
       {"/PSIA/Custom/Event/triggers/S/notifications/n", "GET", 3, 2, psia::get_trigger_notification},
+      {"/PSIA/Streaming/channels/2/STATUS", "GET", 3, 2, psia::get_streaming_channel_status},
+      {"/PSIA/Streaming/channels/1/capabilities", "GET", 3, 2, psia::get_streaming_channel_capabilities},
+      {"/PSIA/Streaming/channels/1/status", "PUT", 1, 2, psia::put_streaming_channel},
+      {"/PSIA/PTZ/channels/1", "DELETE", 1, 2, psia::accept_ptz_noop},
+      {"/PSIA/PTZ/channels/1/zoom", "GET", 3, 2, psia::get_ptz_channel},
+      {"/PSIA/PTZ/channels/1/presets/3/goto", "GET", 3, 2, psia::get_ptz_preset},  // goto only for PUT
+      {"/PSIA/PTZ/channels/1/presets/3", "PUT", 1, 2, psia::put_ptz_preset},
+      // The first sub-path that matches decides; when it takes nothing the main table goes on.
+      {"/PSIA/PTZ/channels/1/presets/3", "POST", 1, 2, psia::accept_ptz_noop},
+      {"/PSIA/PTZ/channels/1/status", "GET", 2, 2, psia::get_ptz_channel_list},
       {"/PSIA/PTZ/index", "GET", 0, 1, {}},
       {"/PSIA/foo", "GET", 0, 1, {}},
   };
@@ -95,9 +107,34 @@ TEST(Frame, RulesAreTriedInOrderByPathMethodAndLevel) {
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.method) + " " + c.path + " level " + std::to_string(c.level));
     psia::route_target t;
-    const psia::handler_call& e = c.expected;
-    EXPECT_EQ(psia::route_request(c.path, c.method, c.level, c.ptz, &t), e.plain || e.text || e.number || e.pair);
-    EXPECT_TRUE(t.handler.plain == e.plain && t.handler.text == e.text && t.handler.pair == e.pair);
+    EXPECT_EQ(psia::route_request(c.path, c.method, c.level, c.ptz, &t), c.expected != nullptr);
+    EXPECT_EQ(t.handler, c.expected);
+  }
+  // What a route takes from the path: the rest after its prefix, the number, the two ids (each cut to 255 characters
+  // when cut out of the path).
+  const std::string long_id(300, 'S');
+  const std::string notification = long_id + "/Notifications/" + long_id;
+  const struct {
+    std::string rest_of_path;
+    const char* prefix;
+    int number;
+    std::string id, sub_id;
+  } args[] = {
+      {"bob", "/PSIA/Security/AAA/users/", 0, "", ""},
+      {"7/presets/12/goto", "/PSIA/PTZ/channels/", 12, "7", ""},
+      {"7/absolute", "/PSIA/PTZ/channels/", 7, "7", ""},
+      {long_id, "/PSIA/Custom/Event/triggers/", 0, long_id, ""},
+      {notification, "/PSIA/Custom/Event/triggers/", 0, long_id.substr(0, 255), long_id.substr(0, 255)},
+  };
+  for (const auto& a : args) {
+    SCOPED_TRACE(a.rest_of_path);
+    const std::string path = a.prefix + a.rest_of_path;  // the arguments point into it
+    psia::route_target t;
+    ASSERT_TRUE(psia::route_request(path.c_str(), "PUT", 0, 2, &t));
+    EXPECT_EQ(t.args.rest, a.rest_of_path);
+    EXPECT_EQ(t.args.number, a.number);
+    EXPECT_EQ(t.args.id, a.id);
+    EXPECT_EQ(t.args.sub_id, a.sub_id);
   }
 }
 

@@ -1,7 +1,10 @@
 // The routing table of the resource tree, as data: one row per path prefix,
 // tested in order; each row lists its method clauses. A prefix match alone
 // never ends the search: when no clause of a row takes the request, a later,
-// shorter prefix may still take it.
+// shorter prefix may still take it. The paths below two rows (triggers and
+// PTZ channels) are split further by sub-tables of the same kind. Every
+// handler is given the path's rest after its row's prefix, and what a
+// sub-table cut out of it.
 #include "frame/routing.h"
 
 #include <strings.h>
@@ -40,14 +43,29 @@ enum class match_kind {
   ptz_gate  // not a path: the PTZ branch is closed unless PTZSupport is 2
 };
 
-// What a text handler of a row is given.
-enum class argument { none, full_path, suffix };
+// A further condition of a clause on the path's rest.
+enum class RestTest {
+  none,
+  contains,   // the rest holds the word anywhere (compared without regard to case)
+  ends_with,  // the rest ends with the word (likewise)
+};
 
 struct clause {
   unsigned methods = 0;
   level_rule level = level_rule::any;
-  handler_call handler;
+  Handler handler = nullptr;
   bool changes = false;  // the handler changes the camera (the audit trail records it)
+  RestTest test = RestTest::none;
+  const char* word = "";
+
+  constexpr clause when_rest_holds(const char* w) const { return with_test(RestTest::contains, w); }
+  constexpr clause when_rest_ends(const char* w) const { return with_test(RestTest::ends_with, w); }
+  constexpr clause with_test(RestTest t, const char* w) const {
+    clause c = *this;
+    c.test = t;
+    c.word = w;
+    return c;
+  }
 };
 
 struct request_line {
@@ -55,24 +73,36 @@ struct request_line {
   int level;
 };
 
-// Rows with paths below them that are split further (trigger and PTZ
-// channel paths) have a dispatcher instead of clauses; it returns false when
-// no clause took the request.
-using sub_dispatcher = bool (*)(const request_line&, const char* rest, route_target* target);
+// Sub-tables split the rest of a row's path, "<id>" or "<id>/<sub-path>",
+// further; their rows are tested in order and the first that matches
+// decides: when none of its clauses takes the request, the main table
+// goes on after the split row.
+enum class SubMatch {
+  id_only,  // the rest has no sub-path
+  word,     // the sub-path begins with the word (compared over the word's
+            // length, without regard to case)
+  any,      // whatever the rest
+};
+
+// What the text after a sub-row's word gives the handler.
+enum class AfterWord { nothing, number, sub_id };
+
+struct SubRoute {
+  SubMatch match;
+  const char* word;
+  size_t word_length;
+  AfterWord after;
+  clause clauses[4];
+};
 
 struct route {
   const char* prefix;
   size_t length;  // of the prefix
   match_kind match;
-  argument arg;
-  clause clauses[4];
-  sub_dispatcher dispatch;
-
-  constexpr route with(argument a) const {
-    route r = *this;
-    r.arg = a;
-    return r;
-  }
+  clause clauses[5];
+  // Split rows: the sub-table that takes the place of the clauses.
+  const SubRoute* subs;
+  size_t sub_count;
 };
 
 // Builders: one clause per method, one row per path.
@@ -80,18 +110,20 @@ constexpr level_rule any = level_rule::any;
 constexpr level_rule up1 = level_rule::up_to_1;
 constexpr level_rule lv0 = level_rule::only_0;
 
-constexpr clause get(level_rule l, handler_call h) { return {kGet, l, h, false}; }
-constexpr clause put(level_rule l, handler_call h) { return {kPut, l, h, true}; }
-constexpr clause post(level_rule l, handler_call h) { return {kPost, l, h, true}; }
-constexpr clause del(level_rule l, handler_call h) { return {kDelete, l, h, true}; }
+constexpr clause get(level_rule l, Handler h) { return {kGet, l, h, false}; }
+constexpr clause put(level_rule l, Handler h) { return {kPut, l, h, true}; }
+constexpr clause post(level_rule l, Handler h) { return {kPost, l, h, true}; }
+constexpr clause del(level_rule l, Handler h) { return {kDelete, l, h, true}; }
 // A GET that changes the camera (the crossed interface row).
-constexpr clause get_changing(level_rule l, handler_call h) { return {kGet, l, h, true}; }
+constexpr clause get_changing(level_rule l, Handler h) { return {kGet, l, h, true}; }
 // Taken whatever the method: the handler decides what it accepts.
-constexpr clause any_method(level_rule l, handler_call h, bool changes) { return {kAnyMethod, l, h, changes}; }
+constexpr clause any_method(level_rule l, Handler h, bool changes) {
+  return {kAnyMethod, l, h, changes};
+}
 
 template <typename... C>
 constexpr route row(match_kind m, const char* path, C... clauses) {
-  return {path, std::char_traits<char>::length(path), m, argument::none, {clauses...}, nullptr};
+  return {path, std::char_traits<char>::length(path), m, {clauses...}, nullptr, 0};
 }
 template <typename... C>
 constexpr route prefix(const char* path, C... clauses) {
@@ -105,12 +137,38 @@ template <typename... C>
 constexpr route longer(const char* path, C... clauses) {
   return row(match_kind::longer, path, clauses...);
 }
-constexpr route split(const char* path, sub_dispatcher dispatch) {
-  return {path, std::char_traits<char>::length(path), match_kind::prefix, argument::suffix, {}, dispatch};
+template <size_t N>
+constexpr route split(const char* path, const SubRoute (&table)[N]) {
+  return {path, std::char_traits<char>::length(path), match_kind::prefix, {}, table, N};
 }
-constexpr route ptz_gate() { return {"", 0, match_kind::ptz_gate, argument::none, {}, nullptr}; }
-constexpr argument kFullPath = argument::full_path;
-constexpr argument kSuffix = argument::suffix;
+constexpr route ptz_gate() { return {"", 0, match_kind::ptz_gate, {}, nullptr, 0}; }
+
+template <typename... C>
+constexpr SubRoute sub_row(SubMatch m, const char* word, AfterWord after, C... clauses) {
+  return {m, word, std::char_traits<char>::length(word), after, {clauses...}};
+}
+template <typename... C>
+constexpr SubRoute id_only(C... clauses) {
+  return sub_row(SubMatch::id_only, "", AfterWord::nothing, clauses...);
+}
+template <typename... C>
+constexpr SubRoute sub_path(const char* word, C... clauses) {
+  return sub_row(SubMatch::word, word, AfterWord::nothing, clauses...);
+}
+// The number is the one after the word.
+template <typename... C>
+constexpr SubRoute sub_path_then_number(const char* word, C... clauses) {
+  return sub_row(SubMatch::word, word, AfterWord::number, clauses...);
+}
+// The text after the word is the second id.
+template <typename... C>
+constexpr SubRoute sub_path_then_id(const char* word, C... clauses) {
+  return sub_row(SubMatch::word, word, AfterWord::sub_id, clauses...);
+}
+template <typename... C>
+constexpr SubRoute any_rest(C... clauses) {
+  return sub_row(SubMatch::any, "", AfterWord::nothing, clauses...);
+}
 
 bool level_allows(level_rule rule, int level) {
   switch (rule) {
@@ -121,12 +179,28 @@ bool level_allows(level_rule rule, int level) {
   return false;
 }
 
-// Takes the first clause whose method and level hold; false when none does.
+bool ends_with(const char* text, const char* ending) {
+  size_t n = std::strlen(text), m = std::strlen(ending);
+  return n >= m && strcasecmp(text + n - m, ending) == 0;
+}
+
+bool rest_passes(const clause& c, const char* rest) {
+  switch (c.test) {
+    case RestTest::none: return true;
+    case RestTest::contains: return strcasestr(rest, c.word) != nullptr;
+    case RestTest::ends_with: return ends_with(rest, c.word);
+  }
+  return false;
+}
+
+// Takes the first clause whose method, level and test hold; false when none
+// does.
 template <size_t N>
 bool take_clause(const clause (&clauses)[N], const request_line& req, route_target* target) {
   for (const clause& c : clauses) {
     if (c.methods == 0) break;
-    if ((c.methods & req.method) != 0 && level_allows(c.level, req.level)) {
+    if ((c.methods & req.method) != 0 && level_allows(c.level, req.level) &&
+        rest_passes(c, target->args.rest)) {
       target->handler = c.handler;
       target->changes = c.changes;
       return true;
@@ -135,102 +209,37 @@ bool take_clause(const clause (&clauses)[N], const request_line& req, route_targ
   return false;
 }
 
-bool ends_with(const char* text, const char* ending) {
-  size_t n = std::strlen(text), m = std::strlen(ending);
-  return n >= m && strcasecmp(text + n - m, ending) == 0;
-}
-
-// GET of one streaming channel: its status, its capabilities or the channel
-// itself, by the ending of the path.
-Answer get_streaming_channel_by_ending(Request& req, const char* path) {
-  if (ends_with(path, "status")) return get_streaming_channel_status(req, path);
-  if (ends_with(path, "capabilities")) return get_streaming_channel_capabilities(req, path);
-  return get_streaming_channel(req, path);
-}
-
-// Trigger paths: "<id>", "<id>/notifications/<nid>" or "<id>/<anything
-// else>" (the trigger's notification list).
-bool dispatch_trigger(const request_line& req, const char* rest, route_target* target) {
-  static const clause kTrigger[] = {
-      get(any, get_event_trigger),
-      put(up1, put_event_trigger),
-      del(up1, delete_event_trigger_notifications),
-  };
-  static const clause kNotification[] = {
-      get(any, get_trigger_notification),
-      put(up1, put_trigger_notification),
-      del(up1, delete_trigger_notification),
-  };
-  static const clause kNotificationList[] = {
-      get(any, get_trigger_notifications),
-      put(up1, put_trigger_notifications),
-      post(up1, post_trigger_notification),
-      del(up1, delete_trigger_notifications),
-  };
-  const char* slash = std::strchr(rest, '/');
-  if (slash == nullptr) {
-    target->text = rest;
-    return take_clause(kTrigger, req, target);
-  }
-  size_t id_length = static_cast<size_t>(slash - rest);
-  copy_bounded(target->trigger_id,
-               id_length < sizeof target->trigger_id ? id_length + 1 : sizeof target->trigger_id,
-               rest);
-  target->text = target->trigger_id;
-  const char* after = slash + 1;
-  if (strncasecmp(after, "notifications/", 14) == 0) {
-    copy_bounded(target->notification_id, after + 14);
-    target->second = target->notification_id;
-    return take_clause(kNotification, req, target);
-  }
-  return take_clause(kNotificationList, req, target);
-}
+// Trigger paths: "<id>", "<id>/notifications/<notification id>", or
+// "<id>/<anything else>" (the trigger's notification list).
+// clang-format off
+const SubRoute kTriggerRoutes[] = {
+    id_only(get(any, get_event_trigger), put(up1, put_event_trigger),
+            del(up1, delete_event_trigger_notifications)),
+    sub_path_then_id("notifications/", get(any, get_trigger_notification), put(up1, put_trigger_notification),
+                     del(up1, delete_trigger_notification)),
+    any_rest(get(any, get_trigger_notifications), put(up1, put_trigger_notifications),
+             post(up1, post_trigger_notification), del(up1, delete_trigger_notifications)),
+};
 
 // PTZ channel paths: "<channel>" or "<channel>/<sub-resource>". The motion
 // and status sub-resources are taken whatever the method: their handlers
-// decide what they accept.
-bool dispatch_ptz_channel(const request_line& req, const char* rest, route_target* target) {
-  struct sub_resource {
-    const char* word;  // compared over its own length
-    clause clauses[4];
-  };
-  static const sub_resource kSubResources[] = {
-      {"homePosition", {any_method(up1, put_ptz_home_position, true)}},
-      {"continuous", {any_method(up1, put_ptz_continuous, true)}},
-      {"momentary", {any_method(up1, reject_ptz_operation, false)}},
-      {"relative", {any_method(up1, reject_ptz_operation, false)}},
-      {"absolute", {any_method(up1, put_ptz_absolute, true)}},
-      {"digital", {any_method(up1, reject_ptz_operation, false)}},
-      {"status", {any_method(up1, get_ptz_status, false)}},
-      {"presets/",
-       {get(any, get_ptz_preset), put(up1, put_ptz_preset),  // or goto, below
-        del(up1, delete_ptz_preset)}},
-      {"presets",
-       {get(any, get_ptz_preset_list), put(up1, put_ptz_preset_list), post(up1, post_ptz_preset),
-        del(up1, delete_ptz_presets)}},
-  };
-  static const clause kChannel[] = {
-      get(any, get_ptz_channel),
-      put(up1, put_ptz_channel),
-      del(up1, accept_ptz_noop),
-  };
-  static const clause kGoto[] = {put(up1, goto_ptz_preset)};
-
-  target->number = parse_int(rest);
-  const char* slash = std::strchr(rest, '/');
-  if (slash == nullptr) return take_clause(kChannel, req, target);
-  const char* sub = slash + 1;
-  for (const sub_resource& s : kSubResources) {
-    size_t n = std::strlen(s.word);
-    if (strncasecmp(sub, s.word, n) != 0) continue;
-    if (std::strcmp(s.word, "presets/") == 0) {
-      target->number = parse_int(sub + n);
-      if (strcasestr(rest, "goto") != nullptr && take_clause(kGoto, req, target)) return true;
-    }
-    return take_clause(s.clauses, req, target);
-  }
-  return take_clause(kChannel, req, target);
-}
+// decide what they accept. A PUT of a preset recalls it when the path holds
+// "goto" anywhere.
+const SubRoute kPtzChannelRoutes[] = {
+    sub_path("homePosition",   any_method(up1, put_ptz_home_position, true)),
+    sub_path("continuous",     any_method(up1, put_ptz_continuous, true)),
+    sub_path("momentary",      any_method(up1, reject_ptz_operation, false)),
+    sub_path("relative",       any_method(up1, reject_ptz_operation, false)),
+    sub_path("absolute",       any_method(up1, put_ptz_absolute, true)),
+    sub_path("digital",        any_method(up1, reject_ptz_operation, false)),
+    sub_path("status",         any_method(up1, get_ptz_status, false)),
+    sub_path_then_number("presets/", put(up1, goto_ptz_preset).when_rest_holds("goto"),
+                               get(any, get_ptz_preset), put(up1, put_ptz_preset), del(up1, delete_ptz_preset)),
+    sub_path("presets",        get(any, get_ptz_preset_list), put(up1, put_ptz_preset_list),
+                               post(up1, post_ptz_preset), del(up1, delete_ptz_presets)),
+    any_rest(get(any, get_ptz_channel), put(up1, put_ptz_channel), del(up1, accept_ptz_noop)),
+};
+// clang-format on
 
 // The resource tree, in the order the rules are tested.
 // clang-format off
@@ -243,7 +252,7 @@ const route kRoutes[] = {
     prefix("/PSIA/System/reboot",               put(lv0, put_reboot)),
     prefix("/PSIA/System/updateFirmware",       put(lv0, put_update_firmware)),
     prefix("/PSIA/System/configurationData",    get(lv0, get_configuration_data), put(lv0, put_configuration_data)),
-    prefix("/PSIA/System/factoryReset",         put(lv0, put_factory_reset)).with(kFullPath),
+    prefix("/PSIA/System/factoryReset",         put(lv0, put_factory_reset)),
     prefix("/PSIA/System/deviceInfo",           get(any, get_device_info), put(lv0, put_device_info)),
     prefix("/PSIA/System/status",               get(any, get_device_status)),
     prefix("/PSIA/System/time/localTime",       get(any, get_local_time), put(up1, put_local_time)),
@@ -274,30 +283,34 @@ const route kRoutes[] = {
     prefix("/PSIA/Security/description",        get(any, get_security_description)),
     prefix("/PSIA/Security/AAA/index",          get(any, get_aaa_index)),
     prefix("/PSIA/Security/AAA/description",    get(any, get_aaa_description)),
-    longer("/PSIA/Security/AAA/users/",         get(any, get_user), put(lv0, put_user), del(lv0, delete_user)).with(kFullPath),
+    longer("/PSIA/Security/AAA/users/",         get(any, get_user), put(lv0, put_user), del(lv0, delete_user)),
     exact("/PSIA/Security/AAA/users",           get(any, get_users), put(lv0, put_users), post(lv0, post_user),
                                                 del(lv0, delete_users)),
     prefix("/PSIA/Streaming/index",             get(any, get_streaming_index)),
     prefix("/PSIA/Streaming/description",       get(any, get_streaming_description)),
     prefix("/PSIA/Streaming/status",            get(any, get_streaming_status)),
-    longer("/PSIA/Streaming/channels/",         get(any, get_streaming_channel_by_ending), put(up1, put_streaming_channel),
-                                                del(up1, delete_streaming_channel)).with(kFullPath),
+    // A channel's GET: its status, its capabilities or the channel itself,
+    // by the ending of the path.
+    longer("/PSIA/Streaming/channels/",         get(any, get_streaming_channel_status).when_rest_ends("status"),
+                                                get(any, get_streaming_channel_capabilities).when_rest_ends("capabilities"),
+                                                get(any, get_streaming_channel), put(up1, put_streaming_channel),
+                                                del(up1, delete_streaming_channel)),
     exact("/PSIA/Streaming/channels",           get(any, get_streaming_channels), put(up1, put_streaming_channels),
                                                 post(up1, post_streaming_channel), del(up1, delete_streaming_channels)),
     prefix("/PSIA/Custom/index",                get(any, get_custom_index)),
     prefix("/PSIA/Custom/description",          get(any, get_custom_description)),
     prefix("/PSIA/Custom/Event/index",          get(any, get_event_index)),
     prefix("/PSIA/Custom/Event/description",    get(any, get_event_description)),
-    split("/PSIA/Custom/Event/triggers/",       dispatch_trigger),
+    split("/PSIA/Custom/Event/triggers/",       kTriggerRoutes),
     prefix("/PSIA/Custom/Event/triggers",       get(any, get_event_trigger_list), put(up1, put_event_trigger_list),
                                                 post(up1, post_trigger), del(up1, delete_triggers)),
     prefix("/PSIA/Custom/Event/schedule",       get(any, get_event_schedule), put(up1, put_event_schedule)),
     prefix("/PSIA/Custom/Event/notification/mailing/", get(any, get_mailing), put(up1, put_mailing),
-                                                del(up1, delete_mailing)).with(kSuffix),
+                                                del(up1, delete_mailing)),
     prefix("/PSIA/Custom/Event/notification/mailing", get(any, get_mailings), put(up1, put_mailings),
                                                 post(up1, post_mailing), del(up1, delete_mailings)),
     prefix("/PSIA/Custom/Event/notification/ftp/", get(any, get_ftp), put(up1, put_ftp),
-                                                del(up1, delete_ftp)).with(kSuffix),
+                                                del(up1, delete_ftp)),
     prefix("/PSIA/Custom/Event/notification/ftp", get(any, get_ftps), put(up1, put_ftps), post(up1, post_ftp),
                                                 del(up1, delete_ftps)),
     prefix("/PSIA/Custom/Event/notification",   get(any, get_event_notification), put(up1, put_event_notification)),
@@ -306,7 +319,7 @@ const route kRoutes[] = {
     prefix("/PSIA/PTZ/index",                   get(any, get_ptz_index)),
     prefix("/PSIA/PTZ/description",             get(any, get_ptz_description)),
     prefix("/PSIA/PTZ/channels/description",    get(any, get_ptz_channels_description)),
-    split("/PSIA/PTZ/channels/",                dispatch_ptz_channel),
+    split("/PSIA/PTZ/channels/",                kPtzChannelRoutes),
     prefix("/PSIA/PTZ/channels",                get(any, get_ptz_channel_list), put(up1, put_ptz_channel_list),
                                                 post(up1, accept_ptz_noop), del(up1, accept_ptz_noop)),
 };
@@ -338,32 +351,58 @@ unsigned method_bit(const char* method) {
   return kOtherMethod;  // only "whatever the method" clauses take it
 }
 
-}  // namespace
-
-Answer route_target::call(Request& req) const {
-  if (handler.plain != nullptr) return handler.plain(req);
-  if (handler.text != nullptr) return handler.text(req, text);
-  if (handler.number != nullptr) return handler.number(req, number);
-  return handler.pair(req, text, second);
+// The rest "<id>" or "<id>/<sub-path>" of a split row, through its
+// sub-table; false when no clause of the row it picks takes the request.
+bool take_sub_route(const route& r, const request_line& req, route_target* target) {
+  RouteArgs& args = target->args;
+  const char* rest = args.rest;
+  args.number = parse_int(rest);
+  const char* slash = std::strchr(rest, '/');
+  if (slash == nullptr) {
+    args.id = rest;
+  } else {
+    size_t id_length = static_cast<size_t>(slash - rest);
+    copy_bounded(args.id_text,
+                 id_length < sizeof args.id_text ? id_length + 1 : sizeof args.id_text, rest);
+    args.id = args.id_text;
+  }
+  const char* sub = slash != nullptr ? slash + 1 : nullptr;
+  for (size_t i = 0; i < r.sub_count; ++i) {
+    const SubRoute& s = r.subs[i];
+    bool matches = s.match == SubMatch::any || (s.match == SubMatch::id_only && sub == nullptr) ||
+                   (s.match == SubMatch::word && sub != nullptr &&
+                    strncasecmp(sub, s.word, s.word_length) == 0);
+    if (!matches) continue;
+    const char* after = s.match == SubMatch::word ? sub + s.word_length : "";
+    if (s.after == AfterWord::number) args.number = parse_int(after);
+    if (s.after == AfterWord::sub_id) {
+      copy_bounded(args.sub_id_text, after);
+      args.sub_id = args.sub_id_text;
+    }
+    return take_clause(s.clauses, req, target);
+  }
+  return false;
 }
+
+}  // namespace
 
 bool route_request(const char* path, const char* method, int level, int ptz_support,
                    route_target* target) {
   request_line req{method_bit(method), level};
   size_t path_length = std::strlen(path);
+  RouteArgs& args = target->args;
   for (const route& r : kRoutes) {
     if (r.match == match_kind::ptz_gate) {
       if (ptz_support != 2) return false;
       continue;
     }
     if (!path_matches(r, path, path_length)) continue;
-    const char* rest = path + r.length;
-    if (r.dispatch != nullptr) {
-      if (r.dispatch(req, rest, target)) return true;
-      continue;
-    }
-    target->text = r.arg == argument::full_path ? path : r.arg == argument::suffix ? rest : "";
-    if (take_clause(r.clauses, req, target)) return true;
+    args.rest = path + r.length;
+    args.number = 0;
+    args.id = args.sub_id = "";
+    bool taken =
+        r.subs != nullptr ? take_sub_route(r, req, target) : take_clause(r.clauses, req, target);
+    if (taken) return true;
   }
   return false;
 }

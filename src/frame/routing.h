@@ -7,38 +7,22 @@
 
 namespace psia {
 
-// One handler of any of the shapes the resource tree uses: no argument, a
-// text (the full path, or the part after a prefix), a number from the path,
-// or two texts (a trigger id and a notification id).
-struct handler_call {
-  constexpr handler_call() = default;
-  constexpr handler_call(Answer (*f)(Request&)) : plain(f) {}
-  constexpr handler_call(Answer (*f)(Request&, const char*)) : text(f) {}
-  constexpr handler_call(Answer (*f)(Request&, int)) : number(f) {}
-  constexpr handler_call(Answer (*f)(Request&, const char*, const char*)) : pair(f) {}
-  Answer (*plain)(Request&) = nullptr;
-  Answer (*text)(Request&, const char*) = nullptr;
-  Answer (*number)(Request&, int) = nullptr;
-  Answer (*pair)(Request&, const char*, const char*) = nullptr;
-};
+// Every handler of the resource tree: the request, and what its route took
+// from the path.
+using Handler = Answer (*)(Request& req, const RouteArgs& route);
 
-// The handler a request goes to, with its arguments. The texts point into
-// the request path or into the target's own fields.
+// The handler a request goes to, with its arguments, which may point into
+// the request path.
 struct route_target {
   route_target() = default;
   route_target(const route_target&) = delete;
   route_target& operator=(const route_target&) = delete;
 
-  // Calls the handler with its arguments.
-  Answer call(Request& req) const;
+  Answer call(Request& req) const { return handler(req, args); }
 
-  handler_call handler;
+  Handler handler = nullptr;
   bool changes = false;  // the handler changes the camera
-  const char* text = "";
-  const char* second = "";
-  int number = 0;
-  char trigger_id[256] = {};
-  char notification_id[256] = {};
+  RouteArgs args;
 };
 
 // Finds the handler for a request; `level` is the caller's access level

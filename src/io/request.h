@@ -1,5 +1,6 @@
-// The request in hand, as a handler sees it: what the client sent, and the
-// process's state it is served in.
+// The request in hand, as a handler sees it: what the client sent, the
+// arguments its route took from the path, and the process's state it is
+// served in.
 #ifndef PSIA_IO_REQUEST_H
 #define PSIA_IO_REQUEST_H
 
@@ -20,6 +21,29 @@ struct RequestParams {
   const char* content_length = nullptr;  // CONTENT_LENGTH
   const char* authorization = nullptr;   // HTTP_AUTHORIZATION
   const char* remote_addr = nullptr;     // REMOTE_ADDR
+};
+
+// What a route takes from the path for its handler. Every handler is given
+// all of it and reads what its route provides.
+struct RouteArgs {
+  RouteArgs() = default;
+  RouteArgs(const RouteArgs&) = delete;  // id and sub_id may point into it
+  RouteArgs& operator=(const RouteArgs&) = delete;
+
+  // The path after the route's prefix ("" when it is the whole path).
+  const char* rest = "";
+  // The rows split further (triggers, PTZ channels), whose rest is "<id>"
+  // or "<id>/<sub-path>": the number <id> begins with (a PTZ channel) or,
+  // where the row says so, the one after its word (a preset after
+  // "presets/"); <id> itself (a trigger id); and the text after the row's
+  // word (a notification id after "notifications/").
+  int number = 0;
+  const char* id = "";
+  const char* sub_id = "";
+  // Where <id> and sub_id are kept when they are cut out of the path, each
+  // to 255 characters; an <id> that is the whole rest is not copied.
+  char id_text[256] = {};
+  char sub_id_text[256] = {};
 };
 
 class Request {

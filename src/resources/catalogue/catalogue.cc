@@ -195,7 +195,7 @@ const entry kTree[] = {resource("index"),
 // Each document is made on first use and kept (immutable) for the life of
 // the process: the catalogue never changes.
 #define PSIA_CONSTANT(handler, type, document)     \
-  Answer handler(Request&) {                       \
+  Answer handler(Request&, const RouteArgs&) {     \
     static const std::string kDocument = document; \
     return constant(kDocument, type);              \
   }

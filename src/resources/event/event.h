@@ -9,49 +9,48 @@
 namespace psia {
 
 // The whole event notification document.
-Answer get_event(Request& req);
-Answer put_event(Request& req);
+Answer get_event(Request& req, const RouteArgs& route);
+Answer put_event(Request& req, const RouteArgs& route);
 
-// Triggers.
-Answer get_event_trigger_list(Request& req);
-Answer put_event_trigger_list(Request& req);
-Answer post_trigger(Request& req);
-Answer delete_triggers(Request& req);
-Answer get_event_trigger(Request& req, const char* trigger_id);
-Answer put_event_trigger(Request& req, const char* trigger_id);
-Answer delete_event_trigger_notifications(Request& req, const char* trigger_id);
+// Triggers (the trigger id is route.id).
+Answer get_event_trigger_list(Request& req, const RouteArgs& route);
+Answer put_event_trigger_list(Request& req, const RouteArgs& route);
+Answer post_trigger(Request& req, const RouteArgs& route);
+Answer delete_triggers(Request& req, const RouteArgs& route);
+Answer get_event_trigger(Request& req, const RouteArgs& route);
+Answer put_event_trigger(Request& req, const RouteArgs& route);
+Answer delete_event_trigger_notifications(Request& req, const RouteArgs& route);
 
-// Per-trigger notification lists.
-Answer get_trigger_notifications(Request& req, const char* trigger_id);
-Answer put_trigger_notifications(Request& req, const char* trigger_id);
-Answer post_trigger_notification(Request& req, const char* trigger_id);
-Answer delete_trigger_notifications(Request& req, const char* trigger_id);
-Answer get_trigger_notification(Request& req, const char* trigger_id, const char* notification_id);
-Answer put_trigger_notification(Request& req, const char* trigger_id, const char* notification_id);
-Answer delete_trigger_notification(Request& req, const char* trigger_id,
-                                   const char* notification_id);
+// Per-trigger notification lists (the notification id is route.sub_id).
+Answer get_trigger_notifications(Request& req, const RouteArgs& route);
+Answer put_trigger_notifications(Request& req, const RouteArgs& route);
+Answer post_trigger_notification(Request& req, const RouteArgs& route);
+Answer delete_trigger_notifications(Request& req, const RouteArgs& route);
+Answer get_trigger_notification(Request& req, const RouteArgs& route);
+Answer put_trigger_notification(Request& req, const RouteArgs& route);
+Answer delete_trigger_notification(Request& req, const RouteArgs& route);
 
 // Schedule.
-Answer get_event_schedule(Request& req);
-Answer put_event_schedule(Request& req);
+Answer get_event_schedule(Request& req, const RouteArgs& route);
+Answer put_event_schedule(Request& req, const RouteArgs& route);
 
-// Notification methods (the "one" handlers get the text after the prefix).
-Answer get_event_notification(Request& req);
-Answer put_event_notification(Request& req);
-Answer get_mailings(Request& req);
-Answer put_mailings(Request& req);
-Answer post_mailing(Request& req);
-Answer delete_mailings(Request& req);
-Answer get_mailing(Request& req, const char* id);
-Answer put_mailing(Request& req, const char* id);
-Answer delete_mailing(Request& req, const char* id);
-Answer get_ftps(Request& req);
-Answer put_ftps(Request& req);
-Answer post_ftp(Request& req);
-Answer delete_ftps(Request& req);
-Answer get_ftp(Request& req, const char* id);
-Answer put_ftp(Request& req, const char* id);
-Answer delete_ftp(Request& req, const char* id);
+// Notification methods (the "one" handlers' id is route.rest).
+Answer get_event_notification(Request& req, const RouteArgs& route);
+Answer put_event_notification(Request& req, const RouteArgs& route);
+Answer get_mailings(Request& req, const RouteArgs& route);
+Answer put_mailings(Request& req, const RouteArgs& route);
+Answer post_mailing(Request& req, const RouteArgs& route);
+Answer delete_mailings(Request& req, const RouteArgs& route);
+Answer get_mailing(Request& req, const RouteArgs& route);
+Answer put_mailing(Request& req, const RouteArgs& route);
+Answer delete_mailing(Request& req, const RouteArgs& route);
+Answer get_ftps(Request& req, const RouteArgs& route);
+Answer put_ftps(Request& req, const RouteArgs& route);
+Answer post_ftp(Request& req, const RouteArgs& route);
+Answer delete_ftps(Request& req, const RouteArgs& route);
+Answer get_ftp(Request& req, const RouteArgs& route);
+Answer put_ftp(Request& req, const RouteArgs& route);
+Answer delete_ftp(Request& req, const RouteArgs& route);
 
 }  // namespace psia
 

@@ -6,7 +6,7 @@
 
 namespace psia {
 
-Answer get_event(Request& req) {
+Answer get_event(Request& req, const RouteArgs&) {
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   doc.append("<EventNotification version=\"1.0\" xmlns=\"urn:psialliance-org\">");
@@ -19,7 +19,7 @@ Answer get_event(Request& req) {
 
 // Each part of the body is applied as its own resource's PUT would apply
 // it; only a schedule that cannot be stored is reported.
-Answer put_event(Request& req) {
+Answer put_event(Request& req, const RouteArgs&) {
   XmlBody body(req, "EventNotification", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   bool stored = true;

@@ -197,7 +197,7 @@ void apply_notification_methods(Request& req, XmlNode methods) {
   }
 }
 
-Answer get_event_notification(Request& req) {
+Answer get_event_notification(Request& req, const RouteArgs&) {
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   append_notification_methods(req, doc);
@@ -206,53 +206,60 @@ Answer get_event_notification(Request& req) {
 
 // The combined document changes the destinations it names, as the PUT of
 // each list does; the fixed upload and media formats cannot be changed.
-Answer put_event_notification(Request& req) {
+Answer put_event_notification(Request& req, const RouteArgs&) {
   XmlBody body(req, "EventNotificationMethods", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   apply_notification_methods(req, body.root());
   return Answer::status(kStatusOk);
 }
 
-Answer get_mailings(Request& req) { return answer_destination_list(req, kMailing); }
+Answer get_mailings(Request& req, const RouteArgs&) {
+  return answer_destination_list(req, kMailing);
+}
 
 // The camera describes its first mail server whatever the id asked for.
-Answer get_mailing(Request& req, const char* /*id*/) {
+Answer get_mailing(Request& req, const RouteArgs&) {
   return answer_destination(kMailing, req.db().query("select * from SMTPServer"));
 }
 
-Answer put_mailings(Request& req) { return put_destinations(req, kMailing, true); }
-Answer put_mailing(Request& req, const char* /*id*/) {
+Answer put_mailings(Request& req, const RouteArgs&) {
+  return put_destinations(req, kMailing, true);
+}
+Answer put_mailing(Request& req, const RouteArgs&) {
   return put_destinations(req, kMailing, false);
 }
-Answer post_mailing(Request& req) { return post_destinations(req, kMailing); }
+Answer post_mailing(Request& req, const RouteArgs&) { return post_destinations(req, kMailing); }
 
-Answer delete_mailing(Request& req, const char* id) {
+Answer delete_mailing(Request& req, const RouteArgs& route) {
+  const char* id = route.rest;
   req.db().exec("delete from SMTPServer where ServerName='%q'", id);
   return Answer::status(kStatusOk);
 }
 
-Answer delete_mailings(Request& req) {
+Answer delete_mailings(Request& req, const RouteArgs&) {
   req.db().exec("delete from SMTPServer");
   return Answer::status(kStatusOk);
 }
 
-Answer get_ftps(Request& req) { return answer_destination_list(req, kFtp); }
+Answer get_ftps(Request& req, const RouteArgs&) { return answer_destination_list(req, kFtp); }
 
-Answer get_ftp(Request& req, const char* id) {
+Answer get_ftp(Request& req, const RouteArgs& route) {
+  const char* id = route.rest;
   return answer_destination(kFtp,
                             req.db().query("select * from FTPServer where ServerName='%q'", id));
 }
 
-Answer put_ftps(Request& req) { return put_destinations(req, kFtp, true); }
-Answer put_ftp(Request& req, const char* /*id*/) { return put_destinations(req, kFtp, false); }
-Answer post_ftp(Request& req) { return post_destinations(req, kFtp); }
+Answer put_ftps(Request& req, const RouteArgs&) { return put_destinations(req, kFtp, true); }
+Answer put_ftp(Request& req, const RouteArgs&) { return put_destinations(req, kFtp, false); }
+Answer post_ftp(Request& req, const RouteArgs&) { return post_destinations(req, kFtp); }
 
-Answer delete_ftp(Request& req, const char* id) {
+Answer delete_ftp(Request& req, const RouteArgs& route) {
+  const char* id = route.rest;
   req.db().exec("delete from FTPServer where ServerName='%q'", id);
   return Answer::status(kStatusOk);
 }
 
-Answer delete_ftps(Request& req) {
+Answer delete_ftps(Request& req, const RouteArgs&) {
   req.db().exec("delete from FTPServer");
   return Answer::status(kStatusOk);
 }

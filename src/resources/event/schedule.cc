@@ -118,14 +118,14 @@ bool apply_schedule(Request& req, XmlNode schedule) {
                        hundreds(start), hundreds(end));
 }
 
-Answer get_event_schedule(Request& req) {
+Answer get_event_schedule(Request& req, const RouteArgs&) {
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   append_schedule(req, doc);
   return Answer::document(std::move(doc), ContentType::xml);
 }
 
-Answer put_event_schedule(Request& req) {
+Answer put_event_schedule(Request& req, const RouteArgs&) {
   XmlBody body(req, "EventSchedule", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   return Answer::status(apply_schedule(req, body.root()) ? kStatusOk : kStatusDeviceError);

@@ -247,12 +247,12 @@ void apply_trigger(Request& req, XmlNode trigger) {
   apply_trigger_to(req, trigger, name);
 }
 
-Answer get_event_trigger_list(Request& req) {
+Answer get_event_trigger_list(Request& req, const RouteArgs&) {
   if (!camera_has_trigger(req)) return Answer::status(kStatusInvalidOperation);
   return answer_element([&](text_buffer& doc) { append_trigger_list(req, doc); });
 }
 
-Answer put_event_trigger_list(Request& req) {
+Answer put_event_trigger_list(Request& req, const RouteArgs&) {
   XmlBody body(req, "EventTriggerList", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   for (XmlNode trigger : body.root().children())
@@ -263,29 +263,32 @@ Answer put_event_trigger_list(Request& req) {
 // Triggers are the camera's alarm inputs: they can be neither added nor
 // removed. Deleting the list clears its notifications, as deleting the one
 // trigger does.
-Answer post_trigger(Request&) { return Answer::status(kStatusInvalidOperation); }
+Answer post_trigger(Request&, const RouteArgs&) { return Answer::status(kStatusInvalidOperation); }
 
-Answer delete_triggers(Request& req) {
+Answer delete_triggers(Request& req, const RouteArgs&) {
   clear_notifications(req);
   return Answer::status(kStatusOk);
 }
 
 // An id that names no alarm input is not a trigger of this camera.
-Answer get_event_trigger(Request& req, const char* trigger_id) {
+Answer get_event_trigger(Request& req, const RouteArgs& route) {
+  const char* trigger_id = route.id;
   QueryResult sensor = req.db().query("select SensorID from Sensor where Name='%q'", trigger_id);
   if (!sensor.has_rows() || sensor.integer(0, 0, -1) < 0)
     return Answer::status(kStatusInvalidOperation);
   return answer_element([&](text_buffer& doc) { append_trigger(req, doc, trigger_id); });
 }
 
-Answer put_event_trigger(Request& req, const char* trigger_id) {
+Answer put_event_trigger(Request& req, const RouteArgs& route) {
+  const char* trigger_id = route.id;
   XmlBody body(req, "EventTrigger", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   apply_trigger_to(req, body.root(), trigger_id);
   return Answer::status(kStatusOk);
 }
 
-Answer delete_event_trigger_notifications(Request& req, const char* trigger_id) {
+Answer delete_event_trigger_notifications(Request& req, const RouteArgs& route) {
+  const char* trigger_id = route.id;
   if (is_alarm_input(req, trigger_id)) clear_notifications(req);
   return Answer::status(kStatusOk);
 }
@@ -294,7 +297,8 @@ Answer delete_event_trigger_notifications(Request& req, const char* trigger_id) 
 // one trigger, and its members by name. They change only the notification
 // ids, never the trigger's interval.
 
-Answer get_trigger_notifications(Request& req, const char* trigger_id) {
+Answer get_trigger_notifications(Request& req, const RouteArgs& route) {
+  const char* trigger_id = route.id;
   if (!is_alarm_input(req, trigger_id)) return Answer::status(kStatusInvalidOperation);
   int interval = 0;
   notification_ids ids;
@@ -302,7 +306,8 @@ Answer get_trigger_notifications(Request& req, const char* trigger_id) {
   return answer_element([&](text_buffer& doc) { append_notification_list(req, doc, ids); });
 }
 
-Answer put_trigger_notifications(Request& req, const char* trigger_id) {
+Answer put_trigger_notifications(Request& req, const RouteArgs& route) {
+  const char* trigger_id = route.id;
   XmlBody body(req, "EventTriggerNotificationList", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   notification_ids ids = read_notification_list(req, body.root());
@@ -311,7 +316,8 @@ Answer put_trigger_notifications(Request& req, const char* trigger_id) {
 }
 
 // Adding a notification replaces the one the trigger had.
-Answer post_trigger_notification(Request& req, const char* trigger_id) {
+Answer post_trigger_notification(Request& req, const RouteArgs& route) {
+  const char* trigger_id = route.id;
   XmlBody body(req, "EventTriggerNotification", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   int seconds = 5;
@@ -321,11 +327,13 @@ Answer post_trigger_notification(Request& req, const char* trigger_id) {
   return Answer::status(kStatusOk);
 }
 
-Answer delete_trigger_notifications(Request& req, const char* trigger_id) {
-  return delete_event_trigger_notifications(req, trigger_id);
+Answer delete_trigger_notifications(Request& req, const RouteArgs& route) {
+  return delete_event_trigger_notifications(req, route);
 }
 
-Answer get_trigger_notification(Request& req, const char* trigger_id, const char* notification_id) {
+Answer get_trigger_notification(Request& req, const RouteArgs& route) {
+  const char* trigger_id = route.id;
+  const char* notification_id = route.sub_id;
   notification found[3];
   const notification* n = find_notification(req, trigger_id, notification_id, found);
   // The trigger has no such notification.
@@ -335,7 +343,9 @@ Answer get_trigger_notification(Request& req, const char* trigger_id, const char
 
 // Sets the relay or server the path names as the trigger's notification;
 // the body gives its method (and a relay's interval).
-Answer put_trigger_notification(Request& req, const char* trigger_id, const char* notification_id) {
+Answer put_trigger_notification(Request& req, const RouteArgs& route) {
+  const char* trigger_id = route.id;
+  const char* notification_id = route.sub_id;
   XmlBody body(req, "EventTriggerNotification", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   int seconds = 5;
@@ -347,8 +357,9 @@ Answer put_trigger_notification(Request& req, const char* trigger_id, const char
 }
 
 // Removes the notification when it is the one the trigger has.
-Answer delete_trigger_notification(Request& req, const char* trigger_id,
-                                   const char* notification_id) {
+Answer delete_trigger_notification(Request& req, const RouteArgs& route) {
+  const char* trigger_id = route.id;
+  const char* notification_id = route.sub_id;
   notification found[3];
   if (find_notification(req, trigger_id, notification_id, found) != nullptr)
     clear_notifications(req);

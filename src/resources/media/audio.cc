@@ -24,11 +24,11 @@ Answer answer_audio(Request& req, bool list) {
 
 }  // namespace
 
-Answer get_audio_channel(Request& req) { return answer_audio(req, false); }
+Answer get_audio_channel(Request& req, const RouteArgs&) { return answer_audio(req, false); }
 
-Answer get_audio_channels(Request& req) { return answer_audio(req, true); }
+Answer get_audio_channels(Request& req, const RouteArgs&) { return answer_audio(req, true); }
 
-Answer put_audio_channel(Request& req) {
+Answer put_audio_channel(Request& req, const RouteArgs&) {
   XmlBody body(req, "AudioChannel", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   // Audio is switched on only by an explicit "true"; anything else, or no

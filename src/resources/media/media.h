@@ -9,29 +9,29 @@
 namespace psia {
 
 // Video input channel.
-Answer get_video_inputs(Request& req);
-Answer get_video_input_channels(Request& req);
-Answer get_video_input_channel(Request& req);
-Answer put_video_input_channel(Request& req);
+Answer get_video_inputs(Request& req, const RouteArgs& route);
+Answer get_video_input_channels(Request& req, const RouteArgs& route);
+Answer get_video_input_channel(Request& req, const RouteArgs& route);
+Answer put_video_input_channel(Request& req, const RouteArgs& route);
 
 // Audio channel.
-Answer get_audio_channel(Request& req);
-Answer get_audio_channels(Request& req);
-Answer put_audio_channel(Request& req);
+Answer get_audio_channel(Request& req, const RouteArgs& route);
+Answer get_audio_channels(Request& req, const RouteArgs& route);
+Answer put_audio_channel(Request& req, const RouteArgs& route);
 
 // Streaming status.
-Answer get_streaming_status(Request& req);
-Answer get_streaming_channel_status(Request& req, const char* path);
+Answer get_streaming_status(Request& req, const RouteArgs& route);
+Answer get_streaming_channel_status(Request& req, const RouteArgs& route);
 
 // Streaming channels.
-Answer get_streaming_channels(Request& req);
-Answer get_streaming_channel(Request& req, const char* path);
-Answer get_streaming_channel_capabilities(Request& req, const char* path);
-Answer put_streaming_channel(Request& req, const char* path);
-Answer put_streaming_channels(Request& req);
-Answer post_streaming_channel(Request& req);
-Answer delete_streaming_channel(Request& req, const char* path);
-Answer delete_streaming_channels(Request& req);
+Answer get_streaming_channels(Request& req, const RouteArgs& route);
+Answer get_streaming_channel(Request& req, const RouteArgs& route);
+Answer get_streaming_channel_capabilities(Request& req, const RouteArgs& route);
+Answer put_streaming_channel(Request& req, const RouteArgs& route);
+Answer put_streaming_channels(Request& req, const RouteArgs& route);
+Answer post_streaming_channel(Request& req, const RouteArgs& route);
+Answer delete_streaming_channel(Request& req, const RouteArgs& route);
+Answer delete_streaming_channels(Request& req, const RouteArgs& route);
 
 }  // namespace psia
 

@@ -400,11 +400,9 @@ void append_channel(text_buffer& doc, const channel_view& view, const video_stre
   append_line(doc, l.channel_close);
 }
 
-// The stream a channel path names: the master for an id beginning with
+// The stream a channel id names: the master for an id beginning with
 // "Master-0" or "1", the slave for any other.
-int stream_index_of_path(const char* path) {
-  const size_t kPrefixLength = sizeof "/PSIA/Streaming/channels/" - 1;
-  const char* id = std::strlen(path) >= kPrefixLength ? path + kPrefixLength : "";
+int stream_index_of(const char* id) {
   return strncasecmp(id, "Master-0", 8) == 0 || id[0] == '1' ? 0 : 1;
 }
 
@@ -428,7 +426,7 @@ Answer answer_single_channel(Request& req, const channel_layout& layout, int id_
 
 }  // namespace
 
-Answer get_streaming_channels(Request& req) {
+Answer get_streaming_channels(Request& req, const RouteArgs&) {
   int standard = read_video_standard(req, 1);
   video_stream master, slave;
   if (!read_video_stream(req, 0, &master) || !read_video_stream(req, 1, &slave))
@@ -449,15 +447,15 @@ Answer get_streaming_channels(Request& req) {
   return Answer::document(std::move(doc), ContentType::xml);
 }
 
-Answer get_streaming_channel(Request& req, const char* path) {
-  int index = stream_index_of_path(path);
+Answer get_streaming_channel(Request& req, const RouteArgs& route) {
+  int index = stream_index_of(route.rest);
   return answer_single_channel(req, kChannelLayout, index, index, 2);
 }
 
 // The capabilities are those of the master stream, whichever channel the
 // path names.
-Answer get_streaming_channel_capabilities(Request& req, const char* path) {
-  return answer_single_channel(req, kCapabilitiesLayout, stream_index_of_path(path), 0, 1);
+Answer get_streaming_channel_capabilities(Request& req, const RouteArgs& route) {
+  return answer_single_channel(req, kCapabilitiesLayout, stream_index_of(route.rest), 0, 1);
 }
 
 }  // namespace psia

@@ -9,10 +9,10 @@ namespace psia {
 namespace {
 
 const int kClientAddressColumn = 2;
-// The length of "/PSIA/Streaming/channels/Slave-0/status": clients of the
+// The length of "Slave-0/status", the channel path's rest: clients of the
 // second stream ask with exactly this path; every other one means the
 // master stream.
-const size_t kSlaveStatusPathLength = 39;
+const size_t kSlaveStatusRestLength = 14;
 
 // One StreamingSessionStatus element per client, `indent` spaces deep.
 void append_sessions(text_buffer& doc, const QueryResult& clients, const char* element,
@@ -29,7 +29,7 @@ void append_sessions(text_buffer& doc, const QueryResult& clients, const char* e
 
 }  // namespace
 
-Answer get_streaming_status(Request& req) {
+Answer get_streaming_status(Request& req, const RouteArgs&) {
   QueryResult clients = req.db().query("select * from ClientList");
   if (!clients.ok()) return Answer::status(kStatusDeviceError);
   text_buffer doc;
@@ -43,9 +43,9 @@ Answer get_streaming_status(Request& req) {
   return Answer::document(std::move(doc), ContentType::xml);
 }
 
-Answer get_streaming_channel_status(Request& req, const char* path) {
+Answer get_streaming_channel_status(Request& req, const RouteArgs& route) {
   QueryResult clients =
-      std::strlen(path) == kSlaveStatusPathLength
+      std::strlen(route.rest) == kSlaveStatusRestLength
           ? req.db().query("select * from ClientList where StreamName='Slave-0'")
           : req.db().query("select * from ClientList where StreamName='Master-0'");
   if (!clients.has_rows()) return Answer::status(kStatusDeviceError);

@@ -168,7 +168,7 @@ Answer write_both_streams(Request& req, bool list) {
 }  // namespace
 
 // The body's id names the stream; the path's id is not consulted.
-Answer put_streaming_channel(Request& req, const char* /*path*/) {
+Answer put_streaming_channel(Request& req, const RouteArgs&) {
   channel_update u;
   u.one_stream = true;
   int failure = read_channel_update(req, false, &u);
@@ -178,15 +178,17 @@ Answer put_streaming_channel(Request& req, const char* /*path*/) {
   return store_shared_settings(req, u);
 }
 
-Answer put_streaming_channels(Request& req) { return write_both_streams(req, true); }
-
-Answer post_streaming_channel(Request& req) { return write_both_streams(req, false); }
-
-// Channels are fixed by the encoder: deleting one changes nothing.
-Answer delete_streaming_channel(Request&, const char* /*path*/) {
-  return Answer::status(kStatusOk);
+Answer put_streaming_channels(Request& req, const RouteArgs&) {
+  return write_both_streams(req, true);
 }
 
-Answer delete_streaming_channels(Request&) { return Answer::status(kStatusOk); }
+Answer post_streaming_channel(Request& req, const RouteArgs&) {
+  return write_both_streams(req, false);
+}
+
+// Channels are fixed by the encoder: deleting one changes nothing.
+Answer delete_streaming_channel(Request&, const RouteArgs&) { return Answer::status(kStatusOk); }
+
+Answer delete_streaming_channels(Request&, const RouteArgs&) { return Answer::status(kStatusOk); }
 
 }  // namespace psia

@@ -40,7 +40,7 @@ Answer answer_video_document(Request& req, const char* const opens[], const char
 
 }  // namespace
 
-Answer get_video_inputs(Request& req) {
+Answer get_video_inputs(Request& req, const RouteArgs&) {
   static const char* const kOpens[] = {"<VideoInput version=\"1.0\" xmlns=\"urn:psialliance-org\">",
                                        "    <VideoInputChannelList version=\"1.0\">",
                                        "        <VideoInputChannel version=\"1.0\">"};
@@ -49,7 +49,7 @@ Answer get_video_inputs(Request& req) {
   return answer_video_document(req, kOpens, kCloses, 3);
 }
 
-Answer get_video_input_channels(Request& req) {
+Answer get_video_input_channels(Request& req, const RouteArgs&) {
   static const char* const kOpens[] = {
       "<VideoInputChannelList version=\"1.0\" xmlns=\"urn:psialliance-org\">",
       "    <VideoInputChannel version=\"1.0\">"};
@@ -57,7 +57,7 @@ Answer get_video_input_channels(Request& req) {
   return answer_video_document(req, kOpens, kCloses, 2);
 }
 
-Answer get_video_input_channel(Request& req) {
+Answer get_video_input_channel(Request& req, const RouteArgs&) {
   static const char* const kOpens[] = {
       "<VideoInputChannel version=\"1.0\" xmlns=\"urn:psialliance-org\">"};
   static const char* const kCloses[] = {"</VideoInputChannel>"};
@@ -67,7 +67,7 @@ Answer get_video_input_channel(Request& req) {
 // The body's id is the row key as it stands (a body without one updates
 // row -1): the camera's daemon re-reads the row it is told about, and
 // clients send the id of the row they mean.
-Answer put_video_input_channel(Request& req) {
+Answer put_video_input_channel(Request& req, const RouteArgs&) {
   XmlBody body(req, "VideoInputChannel", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   int id = -1, brightness = 0, contrast = 0, hue = 0;

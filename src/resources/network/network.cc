@@ -192,32 +192,32 @@ Answer update_network(Request& req, XmlNode element) {
 
 }  // namespace
 
-Answer get_ip_address(Request& req) {
+Answer get_ip_address(Request& req, const RouteArgs&) {
   interface_state state = read_interface_state(req);
   return network_document("IPAddress",
                           [&](text_buffer& doc) { append_ip_address_elements(doc, state, kStep); });
 }
 
-Answer put_ip_address(Request& req) {
+Answer put_ip_address(Request& req, const RouteArgs&) {
   XmlBody body(req, "IPAddress", kStatusInvalidXmlFormat);
   if (!body.ok()) return body.failure();
   return update_network(req, body.root());
 }
 
-Answer get_discovery(Request&) {
+Answer get_discovery(Request&, const RouteArgs&) {
   return network_document("Discovery", [](text_buffer& doc) { append_zeroconf(doc, kStep); });
 }
 
 // Discovery has nothing to change: the request is accepted and ignored.
-Answer put_discovery(Request&) { return Answer::status(kStatusOk); }
+Answer put_discovery(Request&, const RouteArgs&) { return Answer::status(kStatusOk); }
 
-Answer get_network_interface(Request& req) {
+Answer get_network_interface(Request& req, const RouteArgs&) {
   interface_state state = read_interface_state(req);
   return network_document("NetworkInterface",
                           [&](text_buffer& doc) { append_interface_body(doc, state, kStep); });
 }
 
-Answer put_network_interface(Request& req) {
+Answer put_network_interface(Request& req, const RouteArgs&) {
   XmlBody body(req, "NetworkInterface", kStatusInvalidXmlFormat);
   if (!body.ok()) return body.failure();
   // The settings are those of the IPAddress child; the id, when given,
@@ -234,7 +234,7 @@ Answer put_network_interface(Request& req) {
   return update_network(req, settings);
 }
 
-Answer get_network_interface_list(Request& req) {
+Answer get_network_interface_list(Request& req, const RouteArgs&) {
   interface_state state = read_interface_state(req);
   return network_document("NetworkInterfaceList", [&](text_buffer& doc) {
     doc.appendf("%*s<NetworkInterface version=\"1.0\">\n", kStep, "");

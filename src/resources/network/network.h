@@ -7,13 +7,13 @@
 
 namespace psia {
 
-Answer get_ip_address(Request& req);
-Answer put_ip_address(Request& req);
-Answer get_discovery(Request& req);
-Answer put_discovery(Request& req);
-Answer get_network_interface(Request& req);
-Answer put_network_interface(Request& req);
-Answer get_network_interface_list(Request& req);
+Answer get_ip_address(Request& req, const RouteArgs& route);
+Answer put_ip_address(Request& req, const RouteArgs& route);
+Answer get_discovery(Request& req, const RouteArgs& route);
+Answer put_discovery(Request& req, const RouteArgs& route);
+Answer get_network_interface(Request& req, const RouteArgs& route);
+Answer put_network_interface(Request& req, const RouteArgs& route);
+Answer get_network_interface_list(Request& req, const RouteArgs& route);
 
 }  // namespace psia
 

@@ -56,12 +56,14 @@ Answer apply(Request& req, bool all_rows, int enable) {
 
 }  // namespace
 
-Answer get_ptz_channel_list(Request& req) { return answer_channel(req, true, 0); }
+Answer get_ptz_channel_list(Request& req, const RouteArgs&) { return answer_channel(req, true, 0); }
 
 // Any channel number shows channel 0's setting under the number asked for.
-Answer get_ptz_channel(Request& req, int channel) { return answer_channel(req, false, channel); }
+Answer get_ptz_channel(Request& req, const RouteArgs& route) {
+  return answer_channel(req, false, route.number);
+}
 
-Answer put_ptz_channel(Request& req, int /*channel*/) {
+Answer put_ptz_channel(Request& req, const RouteArgs&) {
   XmlBody body(req, "PTZChannel", kStatusInvalidXmlFormat);
   if (!body.ok()) return body.failure();
   channel_update u;
@@ -70,7 +72,7 @@ Answer put_ptz_channel(Request& req, int /*channel*/) {
 }
 
 // The list may only name channel 0 on video input 0.
-Answer put_ptz_channel_list(Request& req) {
+Answer put_ptz_channel_list(Request& req, const RouteArgs&) {
   XmlBody body(req, "PTZChannelList", kStatusInvalidXmlFormat);
   if (!body.ok()) return body.failure();
   channel_update u;
@@ -82,6 +84,6 @@ Answer put_ptz_channel_list(Request& req) {
 }
 
 // The one channel can be neither added nor removed: accepted, unchanged.
-Answer accept_ptz_noop(Request&) { return Answer::status(kStatusOk); }
+Answer accept_ptz_noop(Request&, const RouteArgs&) { return Answer::status(kStatusOk); }
 
 }  // namespace psia

@@ -111,14 +111,14 @@ void ptz_zoom_frame(int zoom_steps, char* text, size_t size) {
   std::snprintf(text, size, "E50100CD00%02X%02X%02X", zh, zl, check);
 }
 
-Answer put_ptz_home_position(Request& req, int /*channel*/) {
+Answer put_ptz_home_position(Request& req, const RouteArgs&) {
   KeyValueCommand command;
   command.pair(0, "HOME", "HOME");
   return command.send(req);
 }
 
 // Pan, tilt and zoom rates (-100..100) become a direction with speeds.
-Answer put_ptz_continuous(Request& req, int /*channel*/) {
+Answer put_ptz_continuous(Request& req, const RouteArgs&) {
   int rate[3] = {0, 0, 0};  // pan, tilt, zoom
   scan_ptz_query(req.params.query, kContinuousKeys, 3,
                  [&](int k, const char* value) { rate[k] = parse_int(value); });
@@ -157,7 +157,7 @@ Answer put_ptz_continuous(Request& req, int /*channel*/) {
 
 // An absolute position (degrees, and zoom in percent) as protocol frames;
 // a position equal to the last one sent is not sent again.
-Answer put_ptz_absolute(Request& req, int /*channel*/) {
+Answer put_ptz_absolute(Request& req, const RouteArgs&) {
   float value[3] = {kNotGiven, kNotGiven, kNotGiven};  // azimuth, elevation, zoom
   scan_ptz_query(req.params.query, kAbsoluteKeys, 3, [&](int k, const char* text) {
     value[k] = static_cast<float>(std::strtod(text, nullptr));
@@ -200,7 +200,7 @@ Answer put_ptz_absolute(Request& req, int /*channel*/) {
   return Answer::status(status);
 }
 
-Answer reject_ptz_operation(Request&, int /*channel*/) {
+Answer reject_ptz_operation(Request&, const RouteArgs&) {
   return Answer::status(kStatusInvalidOperation);
 }
 

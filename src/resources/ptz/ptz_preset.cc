@@ -43,7 +43,7 @@ void read_preset(XmlNode preset, int* id, char (&name)[128]) {
 
 // An empty list is answered as a device error, as the camera's clients
 // have always seen it.
-Answer get_ptz_preset_list(Request& req) {
+Answer get_ptz_preset_list(Request& req, const RouteArgs&) {
   QueryResult presets = req.db().query("select * from Preset");
   if (!presets.has_rows()) return Answer::status(kStatusDeviceError);
   text_buffer doc;
@@ -54,7 +54,8 @@ Answer get_ptz_preset_list(Request& req) {
   return Answer::document(std::move(doc), ContentType::xml);
 }
 
-Answer get_ptz_preset(Request& req, int n) {
+Answer get_ptz_preset(Request& req, const RouteArgs& route) {
+  int n = route.number;
   QueryResult preset = req.db().query("select * from Preset where Sequence=%d", n);
   if (!preset.has_rows()) return Answer::status(kStatusDeviceError);
   text_buffer doc;
@@ -64,7 +65,8 @@ Answer get_ptz_preset(Request& req, int n) {
 }
 
 // Renames preset n; the body must name the same preset.
-Answer put_ptz_preset(Request& req, int n) {
+Answer put_ptz_preset(Request& req, const RouteArgs& route) {
+  int n = route.number;
   XmlBody body(req, "PTZPreset", kStatusInvalidXmlFormat);
   if (!body.ok()) return body.failure();
   int id = -1;
@@ -75,7 +77,7 @@ Answer put_ptz_preset(Request& req, int n) {
   return Answer::status(kStatusOk);
 }
 
-Answer put_ptz_preset_list(Request& req) {
+Answer put_ptz_preset_list(Request& req, const RouteArgs&) {
   XmlBody body(req, "PTZPresetList", kStatusInvalidXmlFormat);
   if (!body.ok()) return body.failure();
   int id = -1;
@@ -89,7 +91,7 @@ Answer put_ptz_preset_list(Request& req) {
 }
 
 // Stores the current position as a new preset; its number must be free.
-Answer post_ptz_preset(Request& req) {
+Answer post_ptz_preset(Request& req, const RouteArgs&) {
   XmlBody body(req, "PTZPreset", kStatusInvalidXmlFormat);
   if (!body.ok()) return body.failure();
   int id = -1;
@@ -102,17 +104,19 @@ Answer post_ptz_preset(Request& req) {
   return send_preset_command(req, kCommandPtzPresetStore, id);
 }
 
-Answer delete_ptz_preset(Request& req, int n) {
+Answer delete_ptz_preset(Request& req, const RouteArgs& route) {
+  int n = route.number;
   req.db().exec("delete from Preset where Sequence=%d", n);
   return send_preset_command(req, kCommandPtzPresetDelete, n);
 }
 
-Answer delete_ptz_presets(Request& req) {
+Answer delete_ptz_presets(Request& req, const RouteArgs&) {
   req.db().exec("delete from Preset");
   return Answer::status(kStatusOk);
 }
 
-Answer goto_ptz_preset(Request& req, int n) {
+Answer goto_ptz_preset(Request& req, const RouteArgs& route) {
+  int n = route.number;
   return send_preset_command(req, kCommandPtzPresetGoto, n);
 }
 

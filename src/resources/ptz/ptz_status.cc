@@ -17,7 +17,7 @@ int truncated(double value) { return static_cast<int>(static_cast<float>(value))
 
 }  // namespace
 
-Answer get_ptz_status(Request& req, int /*channel*/) {
+Answer get_ptz_status(Request& req, const RouteArgs&) {
   using P = PtzPositionPayload;
   control_message reply(kCommandPtzPosition);
   req.control().send_control_message(reply);

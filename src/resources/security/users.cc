@@ -17,13 +17,6 @@ namespace psia {
 
 namespace {
 
-const size_t kUsersPrefixLength = sizeof "/PSIA/Security/AAA/users/" - 1;
-
-// The account id of a path: the text behind the users prefix.
-const char* account_id(const char* path) {
-  return std::strlen(path) >= kUsersPrefixLength ? path + kUsersPrefixLength : "";
-}
-
 // Takes a userName or password element into `c`; false for other nodes.
 bool read_credential(XmlNode node, credentials* c) {
   if (node.is("userName")) {
@@ -57,7 +50,7 @@ bool is_built_in(const char* user, bool admin_too) {
 
 }  // namespace
 
-Answer get_users(Request& req) {
+Answer get_users(Request& req, const RouteArgs&) {
   QueryResult users = req.db().query("select * from UserAccount");
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
@@ -74,8 +67,8 @@ Answer get_users(Request& req) {
 
 // A short id is a position, not a name: it picks the first account that is
 // not built in (the number only limits the query).
-Answer get_user(Request& req, const char* path) {
-  const char* id = account_id(path);
+Answer get_user(Request& req, const RouteArgs& route) {
+  const char* id = route.rest;
   QueryResult user =
       std::strlen(id) < 4
           ? req.db().query(
@@ -93,7 +86,7 @@ Answer get_user(Request& req, const char* path) {
 }
 
 // Adds every complete userName/password pair of the body, in order.
-Answer post_user(Request& req) {
+Answer post_user(Request& req, const RouteArgs&) {
   XmlBody body(req, "User", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   credentials c = {};
@@ -113,20 +106,20 @@ Answer post_user(Request& req) {
   return Answer::status(announce_accounts_changed(req));
 }
 
-Answer put_user(Request& req, const char* path) {
+Answer put_user(Request& req, const RouteArgs& route) {
   XmlBody body(req, "User", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   credentials c = {};
   for (XmlNode child : body.root().children())
     if (child.is("password")) child.copy_text(c.password);
-  copy_bounded(c.user, account_id(path));
+  copy_bounded(c.user, route.rest);
   // Anonymous has no password to set: the request ends without an answer.
   if (is_built_in(c.user, false)) return Answer::nothing();
   if (!set_password(req, c.user, c.password)) return Answer::status(kStatusDeviceError);
   return Answer::status(announce_accounts_changed(req));
 }
 
-Answer put_users(Request& req) {
+Answer put_users(Request& req, const RouteArgs&) {
   XmlBody body(req, "UserList", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   // Each failed update is answered 3 as it happens, and a later success
@@ -151,17 +144,17 @@ Answer put_users(Request& req) {
   return Answer::statuses(std::move(answered));
 }
 
-Answer delete_user(Request& req, const char* path) {
+Answer delete_user(Request& req, const RouteArgs& route) {
   char user[32];
-  copy_bounded(user, account_id(path));
+  copy_bounded(user, route.rest);
   // The built-in accounts stay; the request ends without an answer.
   if (is_built_in(user, true)) return Answer::nothing();
-  if (!req.db().exec("delete from UserAccount where UserID='%q'", account_id(path)))
+  if (!req.db().exec("delete from UserAccount where UserID='%q'", route.rest))
     return Answer::status(kStatusDeviceError);
   return Answer::status(announce_accounts_changed(req));
 }
 
-Answer delete_users(Request& req) {
+Answer delete_users(Request& req, const RouteArgs&) {
   if (!req.db().exec("delete from UserAccount where UserID!='admin' and UserID!='anonymous'"))
     return Answer::status(kStatusDeviceError);
   return Answer::status(announce_accounts_changed(req));

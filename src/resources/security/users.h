@@ -7,14 +7,14 @@
 
 namespace psia {
 
-Answer get_users(Request& req);
-Answer put_users(Request& req);
-Answer post_user(Request& req);
-Answer delete_users(Request& req);
-// One account; each is given the full path.
-Answer get_user(Request& req, const char* path);
-Answer put_user(Request& req, const char* path);
-Answer delete_user(Request& req, const char* path);
+Answer get_users(Request& req, const RouteArgs& route);
+Answer put_users(Request& req, const RouteArgs& route);
+Answer post_user(Request& req, const RouteArgs& route);
+Answer delete_users(Request& req, const RouteArgs& route);
+// One account: route.rest is its id.
+Answer get_user(Request& req, const RouteArgs& route);
+Answer put_user(Request& req, const RouteArgs& route);
+Answer delete_user(Request& req, const RouteArgs& route);
 
 }  // namespace psia
 

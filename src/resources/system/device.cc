@@ -88,7 +88,7 @@ void read_device_id(Request& req, char id[40]) {
 
 }  // namespace
 
-Answer get_device_info(Request& req) {
+Answer get_device_info(Request& req, const RouteArgs&) {
   char name[128];
   if (!req.db().query_text(name, sizeof name, "select DDNSHostname from Network"))
     copy_bounded(name, req.ctx.settings.host_name.c_str());
@@ -128,7 +128,7 @@ Answer get_device_info(Request& req) {
   return Answer::document(std::move(doc), ContentType::xml);
 }
 
-Answer put_device_info(Request& req) {
+Answer put_device_info(Request& req, const RouteArgs&) {
   XmlBody body(req, "DeviceInfo", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   char name[32] = "";
@@ -138,7 +138,7 @@ Answer put_device_info(Request& req) {
   return Answer::status(stored ? kStatusOk : kStatusDeviceError);
 }
 
-Answer get_device_status(Request& req) {
+Answer get_device_status(Request& req, const RouteArgs&) {
   struct tm local = camera_local_time(req.ctx);
   std::string uptime;
   char line[36] = "";

@@ -44,14 +44,14 @@ void split_query(const char* query, char* key, size_t key_size, char* value, siz
 
 }  // namespace
 
-Answer put_reboot(Request& req) {
+Answer put_reboot(Request& req, const RouteArgs&) {
   return Answer::status(req.control().send_command(kCommandReboot));
 }
 
 // PUT factoryReset?MODE=FULL or ?MODE=BASIC. The daemon is not told the
 // mode: both reset the camera the same way.
-Answer put_factory_reset(Request& req, const char* path) {
-  const char* mark = std::strchr(path, '?');
+Answer put_factory_reset(Request& req, const RouteArgs& route) {
+  const char* mark = std::strchr(route.rest, '?');
   char query[256];
   copy_bounded(query, mark != nullptr ? mark + 1 : "");
   if (query[0] == '\0') return Answer::status(kStatusInvalidXmlFormat);
@@ -63,13 +63,17 @@ Answer put_factory_reset(Request& req, const char* path) {
   return Answer::status(req.control().send_command(kCommandFactoryReset));
 }
 
-Answer put_update_firmware(Request& req) { return store_upload(req, "psia_firmware.dat"); }
+Answer put_update_firmware(Request& req, const RouteArgs&) {
+  return store_upload(req, "psia_firmware.dat");
+}
 
-Answer put_configuration_data(Request& req) { return store_upload(req, "psia_config.dat"); }
+Answer put_configuration_data(Request& req, const RouteArgs&) {
+  return store_upload(req, "psia_config.dat");
+}
 
 // The daemon writes the configuration into the transfer directory and
 // names the file in its reply; the file goes out as it is.
-Answer get_configuration_data(Request& req) {
+Answer get_configuration_data(Request& req, const RouteArgs&) {
   control_message msg(kCommandConfigurationFile);
   if (req.control().send_control_message(msg) != kStatusOk)
     return Answer::status(kStatusDeviceError);

@@ -83,7 +83,7 @@ Answer store_ntp_server(Request& req, bool list) {
 
 }  // namespace
 
-Answer get_ntp_server(Request& req) {
+Answer get_ntp_server(Request& req, const RouteArgs&) {
   ntp_server s = read_ntp_server(req);
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
@@ -93,7 +93,7 @@ Answer get_ntp_server(Request& req) {
   return Answer::document(std::move(doc), ContentType::xml_utf8);
 }
 
-Answer get_ntp_server_list(Request& req) {
+Answer get_ntp_server_list(Request& req, const RouteArgs&) {
   ntp_server s = read_ntp_server(req);
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
@@ -105,16 +105,16 @@ Answer get_ntp_server_list(Request& req) {
   return Answer::document(std::move(doc), ContentType::xml_utf8);
 }
 
-Answer put_ntp_server(Request& req) { return store_ntp_server(req, false); }
+Answer put_ntp_server(Request& req, const RouteArgs&) { return store_ntp_server(req, false); }
 
-Answer put_ntp_server_list(Request& req) { return store_ntp_server(req, true); }
+Answer put_ntp_server_list(Request& req, const RouteArgs&) { return store_ntp_server(req, true); }
 
 // The camera has one server: a POST replaces it, as a PUT does.
-Answer post_ntp_server(Request& req) { return store_ntp_server(req, false); }
+Answer post_ntp_server(Request& req, const RouteArgs&) { return store_ntp_server(req, false); }
 
 // The one server cannot be removed; the request changes nothing.
-Answer delete_ntp_server(Request&) { return Answer::status(kStatusOk); }
+Answer delete_ntp_server(Request&, const RouteArgs&) { return Answer::status(kStatusOk); }
 
-Answer delete_ntp_server_list(Request&) { return Answer::status(kStatusOk); }
+Answer delete_ntp_server_list(Request&, const RouteArgs&) { return Answer::status(kStatusOk); }
 
 }  // namespace psia

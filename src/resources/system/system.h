@@ -9,33 +9,33 @@
 namespace psia {
 
 // Maintenance.
-Answer put_reboot(Request& req);
-Answer put_update_firmware(Request& req);
-Answer get_configuration_data(Request& req);
-Answer put_configuration_data(Request& req);
-Answer put_factory_reset(Request& req, const char* path);  // the full path, query included
+Answer put_reboot(Request& req, const RouteArgs& route);
+Answer put_update_firmware(Request& req, const RouteArgs& route);
+Answer get_configuration_data(Request& req, const RouteArgs& route);
+Answer put_configuration_data(Request& req, const RouteArgs& route);
+Answer put_factory_reset(Request& req, const RouteArgs& route);  // route.rest: "?MODE=..."
 
 // Device information and status.
-Answer get_device_info(Request& req);
-Answer put_device_info(Request& req);
-Answer get_device_status(Request& req);
+Answer get_device_info(Request& req, const RouteArgs& route);
+Answer put_device_info(Request& req, const RouteArgs& route);
+Answer get_device_status(Request& req, const RouteArgs& route);
 
 // Time.
-Answer get_time(Request& req);
-Answer put_time(Request& req);
-Answer get_local_time(Request& req);
-Answer put_local_time(Request& req);
-Answer get_time_zone(Request& req);
-Answer put_time_zone(Request& req);
+Answer get_time(Request& req, const RouteArgs& route);
+Answer put_time(Request& req, const RouteArgs& route);
+Answer get_local_time(Request& req, const RouteArgs& route);
+Answer put_local_time(Request& req, const RouteArgs& route);
+Answer get_time_zone(Request& req, const RouteArgs& route);
+Answer put_time_zone(Request& req, const RouteArgs& route);
 
 // NTP servers.
-Answer get_ntp_server(Request& req);
-Answer put_ntp_server(Request& req);
-Answer delete_ntp_server(Request& req);
-Answer get_ntp_server_list(Request& req);
-Answer put_ntp_server_list(Request& req);
-Answer post_ntp_server(Request& req);
-Answer delete_ntp_server_list(Request& req);
+Answer get_ntp_server(Request& req, const RouteArgs& route);
+Answer put_ntp_server(Request& req, const RouteArgs& route);
+Answer delete_ntp_server(Request& req, const RouteArgs& route);
+Answer get_ntp_server_list(Request& req, const RouteArgs& route);
+Answer put_ntp_server_list(Request& req, const RouteArgs& route);
+Answer post_ntp_server(Request& req, const RouteArgs& route);
+Answer delete_ntp_server_list(Request& req, const RouteArgs& route);
 
 }  // namespace psia
 

@@ -96,7 +96,7 @@ struct tm camera_local_time(request_context& ctx) {
   return local;
 }
 
-Answer get_time(Request& req) {
+Answer get_time(Request& req, const RouteArgs&) {
   int mode = req.db().query_int(0, "select DateTimeSync from DateTime");
   struct tm now = camera_local_time(req.ctx);
   const char* current = req.camera().current_zone;
@@ -114,19 +114,19 @@ Answer get_time(Request& req) {
   return Answer::document(std::move(doc), ContentType::xml_utf8);
 }
 
-Answer get_local_time(Request& req) {
+Answer get_local_time(Request& req, const RouteArgs&) {
   text_buffer doc;
   append_date_time(doc, camera_local_time(req.ctx));
   return Answer::document(std::move(doc), ContentType::xml_utf8);
 }
 
-Answer get_time_zone(Request& req) {
+Answer get_time_zone(Request& req, const RouteArgs&) {
   text_buffer doc;
   doc.append(camera_zone(req).c_str());
   return Answer::document(std::move(doc), ContentType::text_utf8);
 }
 
-Answer put_time(Request& req) {
+Answer put_time(Request& req, const RouteArgs&) {
   XmlBody body(req, "Time", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   int mode = kModeNtp;  // a document without timeMode asks for NTP
@@ -153,7 +153,7 @@ Answer put_time(Request& req) {
 
 // In NTP mode a local time is accepted and ignored: the clock follows the
 // time server.
-Answer put_local_time(Request& req) {
+Answer put_local_time(Request& req, const RouteArgs&) {
   QueryResult sync = req.db().query("select DateTimeSync from DateTime");
   if (!sync.has_rows() || !req.read_body()) return Answer::status(kStatusDeviceError);
   if (sync.integer(0, 0, 0) != kModeManual) return Answer::status(kStatusOk);
@@ -162,7 +162,7 @@ Answer put_local_time(Request& req) {
 
 // The body is a POSIX TZ string, or the beginning of one: the first zone of
 // the camera's table that begins with it is chosen.
-Answer put_time_zone(Request& req) {
+Answer put_time_zone(Request& req, const RouteArgs&) {
   if (!req.read_body()) return Answer::status(kStatusDeviceError);
   const char* found = find_time_zone(req.body());
   char zoneinfo[128];
