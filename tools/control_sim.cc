@@ -15,9 +15,15 @@ namespace {
 const unsigned char kHomeFrame[] = {0xFF, 0x01, 0x00, 0xA1, 0x00, 0x4A,
                                     0xFF, 0x27, 0x74, 0x04, 0x4C};
 
+// The text of a payload field, up to its zero and never past the payload.
+std::string text_at(const unsigned char* payload, size_t size, size_t offset, size_t width) {
+  if (offset >= size) return "";
+  const char* p = reinterpret_cast<const char*>(payload + offset);
+  return std::string(p, strnlen(p, std::min(width, size - offset)));
+}
+
 std::string text_at(const control_message& m, size_t offset, size_t width) {
-  const char* p = reinterpret_cast<const char*>(m.payload + offset);
-  return std::string(p, strnlen(p, width));
+  return text_at(m.payload, sizeof m.payload, offset, width);
 }
 
 const char* meaning(int code) {
@@ -108,9 +114,7 @@ int32_t SimCommand::int_at(size_t offset) const {
 }
 
 std::string SimCommand::text_at(size_t offset, size_t width) const {
-  if (offset >= payload.size()) return "";
-  const char* p = reinterpret_cast<const char*>(payload.data() + offset);
-  return std::string(p, strnlen(p, std::min(width, payload.size() - offset)));
+  return psia::text_at(payload.data(), payload.size(), offset, width);
 }
 
 ControlSimulator::~ControlSimulator() { remove_queues(); }
