@@ -142,7 +142,7 @@ Answer put_time(Request& req) {
   }
   // A zone too long to keep whole is refused: cut, it could name another.
   char* current = req.ctx.current_zone;
-  if (std::strlen(zone) >= sizeof req.ctx.current_zone || validate_posix_time_zone(zone) < 0)
+  if (std::strlen(zone) >= sizeof req.ctx.current_zone || !is_posix_time_zone(zone))
     return Answer::status(kStatusDeviceError);
   copy_bounded(current, sizeof req.ctx.current_zone, zone);
   if (current[0] == '\0') unsetenv("TZ");  // back to the system's zone
