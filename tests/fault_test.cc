@@ -11,6 +11,7 @@
 #include <fstream>
 
 #include "harness.h"
+#include "util/stop.h"
 
 using namespace psia_test;
 namespace fs = std::filesystem;
@@ -67,6 +68,10 @@ struct EnvironmentFault {
 };
 
 std::shared_ptr<void> nothing() { return nullptr; }
+// The stop a row requested is undone with the row.
+std::shared_ptr<void> stop_undone() {
+  return std::shared_ptr<void>(nullptr, [](void*) { psia::cancel_stop(); });
+}
 
 TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
   const std::string body = "<DeviceInfo><deviceName>hall</deviceName></DeviceInfo>";
@@ -99,7 +104,7 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
       {"a reply longer than the frame", [](Camera& c) { c.daemon().oversized.insert(8); return nothing(); },
        "PUT", kReboot, "", "1", 50, nullptr, {"PUT", kReboot}, "<statusCode>1<"},
       {"queues made again by a restarted daemon", [](Camera& c) { c.simulator().recreate_queues(); return nothing(); },
-       "PUT", kReboot, "", "1", 50, nullptr, {"PUT", kReboot}, "<statusCode>1<"},
+       "PUT", kReboot, "", "1", 100, nullptr, {"PUT", kReboot}, "<statusCode>1<"},  // a pause before the new queue
       {"queues made again while a reply is awaited",
        [](Camera& c) {
          c.clock().on_sleep = [&c, serve = c.clock().on_sleep] { c.simulator().recreate_queues(); c.clock().on_sleep = serve; };
@@ -108,6 +113,16 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
        "PUT", kReboot, "", "2", 50},
       {"no queues: the daemon is gone", [](Camera& c) { c.simulator().remove_queues(); return nothing(); },
        "PUT", kReboot, "", "2", 0},
+      {"a stop (SIGTERM) while a silent daemon is awaited",
+       [](Camera& c) { c.daemon().silent.insert(8); c.clock().on_sleep = psia::request_stop; return stop_undone(); },
+       "PUT", kReboot, "", "2", 50},
+      {"a stop while a write lock is waited for",
+       [](Camera& c) {
+         c.clock().on_sleep = psia::request_stop;
+         auto lock = std::make_shared<Lock>(c, "begin immediate; update Audio set Enable=Enable");
+         return std::shared_ptr<void>(nullptr, [lock](void*) { psia::cancel_stop(); });
+       },
+       "PUT", kDeviceInfo, body, "3", 50000},
       {"a FIFO named as the configuration file",
        [](Camera& c) { mkfifo(c.path(std::string(kTransfer) + "fifo").c_str(), 0600); daemon_names(c, "fifo"); return nothing(); },
        "GET", kConfiguration, "", "3", 50},
@@ -177,6 +192,62 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
     camera.clock().on_sleep = serve_daemon;
     out = camera.request(f.next);
     EXPECT_NE(out.find(f.next_answer), std::string::npos) << out;
+  }
+}
+
+// The kernel failing a queue call of the control exchange: what the command is answered, the camera time it took
+// (never more than the command's wait) and what the log holds. A call that did nothing (EINTR) or a removed queue
+// (EIDRM) is tried again after a pause; any other refusal ends the exchange at once.
+struct QueueFault {
+  psia::QueueCall call;
+  int error;
+  bool always;  // otherwise the first call only
+  int answer;
+  int64_t waited_us;
+  std::string logged;
+  bool stop = false;  // the failure comes with a stop (SIGTERM)
+};
+
+TEST(Fault, EachQueueCallFailureIsAnsweredWithinTheCommandsWait) {
+  using psia::QueueCall;
+  const std::string send = "Send Message using Message Queue 1 Failed\n: ";
+  const std::string receive = "Receive Message using Message Queue 2 Failed\n: ";
+  // clang-format off
+  const QueueFault faults[] = {
+      {QueueCall::send, EINVAL, true, 2, 0, send + "Invalid argument\n"},  // a frame above the kernel's msgmax
+      {QueueCall::send, EIDRM, false, 1, 100, ""},
+      {QueueCall::send, EIDRM, true, 2, 5100000, send + "Identifier removed\n"},
+      {QueueCall::send, EACCES, true, 2, 0, send + "Permission denied\n"},
+      {QueueCall::send, ENOMEM, true, 2, 0, send + "Cannot allocate memory\n"},
+      {QueueCall::send, EINTR, false, 1, 100, ""},
+      {QueueCall::send, EINTR, true, 2, 5100000, send + "Interrupted system call\n"},
+      {QueueCall::send, EINTR, true, 2, 0, send + "Interrupted system call\n", true},
+      {QueueCall::receive, EINVAL, true, 2, 0, receive + "Invalid argument\n"},
+      {QueueCall::receive, EIDRM, true, 2, 0, ""},  // the reply went with the queue
+      {QueueCall::receive, EACCES, true, 2, 0, receive + "Permission denied\n"},
+      {QueueCall::receive, ENOMEM, true, 2, 0, receive + "Cannot allocate memory\n"},
+      {QueueCall::receive, EINTR, false, 1, 50, ""},
+      {QueueCall::receive, EINTR, true, 2, 5100000, ""},
+      {QueueCall::receive, EINTR, true, 2, 0, "", true},
+  };
+  // clang-format on
+  for (const QueueFault& f : faults) {
+    SCOPED_TRACE((f.call == QueueCall::send ? "msgsnd " : "msgrcv ") + std::string(strerror(f.error)) +
+                 (f.always ? ", always" : ", once") + (f.stop ? ", with a stop" : ""));
+    Camera camera;
+    bool failed = false;
+    camera.ctx().control.set_fault_hook([&](QueueCall call) {
+      if (call != f.call || (failed && !f.always)) return 0;
+      failed = true;
+      if (f.stop) psia::request_stop();
+      return f.error;
+    });
+    EXPECT_EQ(camera.put(kReboot, ""), status_answer(kReboot, f.answer));
+    EXPECT_EQ(camera.clock().now_us, f.waited_us);
+    EXPECT_EQ(camera.errors(), f.logged);
+    psia::cancel_stop();
+    camera.ctx().control.set_fault_hook(nullptr);
+    EXPECT_EQ(camera.put(kReboot, ""), status_answer(kReboot, 1));
   }
 }
 

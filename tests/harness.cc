@@ -275,8 +275,8 @@ std::string golden(const std::string& name) {
   log.set_stream(nullptr);
   char ip[psia::kIpv4TextSize], mask[psia::kIpv4TextSize], mac[18];
   unsigned char m[6] = {0, 0, 0, 0, 0, 0};
-  psia::format_ipv4(psia::read_ip_address(log, "eth0"), ip);
-  psia::format_ipv4(psia::read_subnet_mask(log, "eth0"), mask);
+  psia::format_ipv4(psia::read_ip_address(log, "eth0").value_or(0xFFFFFFFFu), ip);
+  psia::format_ipv4(psia::read_subnet_mask(log, "eth0").value_or(0xFFFFFFFFu), mask);
   psia::read_mac_address(log, "eth0", m);
   std::snprintf(mac, sizeof mac, "%02x:%02x:%02x:%02x:%02x:%02x", m[0], m[1], m[2], m[3], m[4], m[5]);
   for (const auto& [token, value] :

@@ -343,18 +343,18 @@ TEST(HostProbes, GatewayAndNameServersFromTheirFilesAndTheInterfaceIoctls) {
     unlink(route.c_str());
     if (table != nullptr) std::ofstream(route) << header + table;
     char text[psia::kIpv4TextSize];
-    psia::format_ipv4(psia::read_default_gateway(log, route, "eth0"), text);
+    psia::format_ipv4(psia::read_default_gateway(log, route, "eth0").value_or(0xFFFFFFFFu), text);
     EXPECT_STREQ(text, gateway) << (table ? table : "no file");
     EXPECT_EQ(errors, expected_errors);
   }
   // The file (null: none), the result, the two servers.
-  const std::tuple<const char*, int, const char*, const char*> resolvers[] = {
-      {nullptr, -1, "", ""},
-      {"nameserver 8.8.8.8\n", -1, "8.8.8.8", ""},
-      {"nameserver 1.1.1.1\nnameserver 2.2.2.2\nnameserver 3.3.3.3\n", 0, "1.1.1.1", "2.2.2.2"},
-      {"nameserver 1.1.1.1\nnameserver dns.example.net\nnameserver 3.3.3.3\n", -1, "1.1.1.1", ""},
-      {"# nameserver 9.9.9.9\nnameserver\t4.4.4.4\noptions ndots:2\nnameserver 5.5.5.5", 0, "4.4.4.4", "5.5.5.5"},
-      {"search example.net\n", -1, "", ""},
+  const std::tuple<const char*, bool, const char*, const char*> resolvers[] = {
+      {nullptr, false, "", ""},
+      {"nameserver 8.8.8.8\n", false, "8.8.8.8", ""},
+      {"nameserver 1.1.1.1\nnameserver 2.2.2.2\nnameserver 3.3.3.3\n", true, "1.1.1.1", "2.2.2.2"},
+      {"nameserver 1.1.1.1\nnameserver dns.example.net\nnameserver 3.3.3.3\n", false, "1.1.1.1", ""},
+      {"# nameserver 9.9.9.9\nnameserver\t4.4.4.4\noptions ndots:2\nnameserver 5.5.5.5", true, "4.4.4.4", "5.5.5.5"},
+      {"search example.net\n", false, "", ""},
   };
   std::string resolv = camera.path("/etc/resolv.conf");
   for (const auto& [file, result, first, second] : resolvers) {
@@ -370,15 +370,15 @@ TEST(HostProbes, GatewayAndNameServersFromTheirFilesAndTheInterfaceIoctls) {
   EXPECT_EQ(psia::read_ip_address(log, "lo"), htonl(0x7F000001));
   EXPECT_EQ(psia::read_subnet_mask(log, "lo"), htonl(0xFF000000));
   unsigned char mac[6] = {1, 1, 1, 1, 1, 1};
-  EXPECT_EQ(psia::read_mac_address(log, "lo", mac), 0);
+  EXPECT_TRUE(psia::read_mac_address(log, "lo", mac));
   EXPECT_EQ(std::memcmp(mac, "\0\0\0\0\0\0", 6), 0);
   EXPECT_EQ(errors, "");
   // A name longer than the kernel's 15 characters is cut, not overrun.
   const char* missing = "nosuchinterface-with-a-long-name";
-  EXPECT_EQ(psia::read_ip_address(log, missing), psia::kProbeFailed);
-  EXPECT_EQ(psia::read_subnet_mask(log, missing), psia::kProbeFailed);
+  EXPECT_EQ(psia::read_ip_address(log, missing), std::nullopt);
+  EXPECT_EQ(psia::read_subnet_mask(log, missing), std::nullopt);
   unsigned char untouched[6] = {9, 9, 9, 9, 9, 9};
-  EXPECT_EQ(psia::read_mac_address(log, missing, untouched), -1);
+  EXPECT_FALSE(psia::read_mac_address(log, missing, untouched));
   EXPECT_EQ(untouched[0], 9);
   EXPECT_EQ(errors, std::string("Unable to read IP address!, err: ") + std::strerror(ENODEV) +
                         "\nUnable to read subnet mask!\nUnable to read MAC address!\n");

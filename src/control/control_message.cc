@@ -9,6 +9,7 @@
 
 #include "util/clock.h"
 #include "util/log.h"
+#include "util/stop.h"
 
 namespace psia {
 
@@ -21,7 +22,9 @@ namespace {
 constexpr int64_t kFirstPollUs = 50;
 constexpr int64_t kLongestPollUs = 100000;
 
-bool queue_gone(int error) { return error == EIDRM || error == EINVAL; }
+// Calls that did nothing yet and may be made again after a pause: a full
+// request queue, no reply yet, a signal.
+bool try_again(int error) { return error == EAGAIN || error == ENOMSG || error == EINTR; }
 
 }  // namespace
 
@@ -71,82 +74,111 @@ int64_t control_reply_wait_us(int32_t command) {
   }
 }
 
-void ControlChannel::attach(int request_key, int reply_key) {
+bool ControlChannel::attach(int request_key, int reply_key) {
   request_key_ = request_key;
   reply_key_ = reply_key;
   for (int* id : {&request_queue_, &reply_queue_}) {
     int key = id == &request_queue_ ? request_key : reply_key;
     bool told = false;
-    while (lookup(key, id) < 0) {
+    while (!lookup(key, id)) {
+      if (stop_requested()) return false;
       if (!told) log_.error("PSIA: control daemon queue %d missing, waiting for it\n", key);
       told = true;
       clock_.sleep_us(1000000);
     }
     drain_control_queue(*id);
   }
+  return true;
 }
 
-int ControlChannel::lookup(int key, int* id) {
+bool ControlChannel::lookup(int key, int* id) {
   *id = msgget(static_cast<key_t>(key), 0666);
-  return *id;
+  return *id >= 0;
+}
+
+bool ControlChannel::pause_before(int64_t deadline, int64_t* pause) {
+  int64_t now = clock_.monotonic_us();
+  if (now >= deadline || stop_requested()) return false;
+  clock_.sleep_us(std::min(*pause, deadline - now));
+  *pause = std::min(2 * *pause, kLongestPollUs);
+  return true;
+}
+
+// A queue removed by a restarted daemon (EIDRM; or EINVAL, when its key
+// names another queue now) is looked up again by its key: a request is
+// then sent to the new queue after the pause, but a reply awaited on the
+// removed one will not come. EINVAL for a queue that is still there is the
+// kernel refusing the frame (its message size limit is below it), which no
+// retry mends; nor does any other error.
+ControlChannel::Recovery ControlChannel::recover(QueueCall call, int error, int64_t deadline,
+                                                 int64_t* pause) {
+  if (try_again(error))
+    return pause_before(deadline, pause) ? Recovery::retry : Recovery::wait_over;
+  if (error != EIDRM && error != EINVAL) return Recovery::refused;
+  int& queue = call == QueueCall::send ? request_queue_ : reply_queue_;
+  const int before = queue;
+  bool found = lookup(request_key_, &request_queue_) && lookup(reply_key_, &reply_queue_);
+  if (error == EINVAL && found && queue == before) return Recovery::refused;
+  if (call == QueueCall::receive || !found) return Recovery::wait_over;
+  return pause_before(deadline, pause) ? Recovery::retry : Recovery::wait_over;
 }
 
 // A full queue (a daemon that stopped reading) is tried again until the
-// command's wait is over, never waited on in the kernel; a queue removed by
-// a restarted daemon is looked up again by its key.
+// command's wait is over, never waited on in the kernel.
 bool ControlChannel::send_within(control_message& msg, int64_t deadline) {
-  for (int64_t pause = kFirstPollUs;; pause = std::min(2 * pause, kLongestPollUs)) {
-    if (msgsnd(request_queue_, &msg, kControlMessageSize, IPC_NOWAIT) == 0) return true;
-    int error = errno;
-    if (error == EINTR) continue;
-    if (queue_gone(error) && lookup(request_key_, &request_queue_) >= 0 &&
-        lookup(reply_key_, &reply_queue_) >= 0)
-      continue;
-    int64_t now = clock_.monotonic_us();
-    if (error != EAGAIN || now >= deadline) {
+  for (int64_t pause = kFirstPollUs;;) {
+    int error = fault_ ? fault_(QueueCall::send) : 0;
+    if (error == 0) {
+      if (msgsnd(request_queue_, &msg, kControlMessageSize, IPC_NOWAIT) == 0) return true;
+      error = errno;
+    }
+    if (recover(QueueCall::send, error, deadline, &pause) != Recovery::retry) {
       log_.error("Send Message using Message Queue 1 Failed\n: %s\n", std::strerror(error));
       return false;
     }
-    clock_.sleep_us(std::min(pause, deadline - now));
   }
 }
 
+// Silence, a stop, or a restarted daemon's new queues (the next command
+// finds them) end the wait quietly; a refused call is told.
 bool ControlChannel::receive_within(control_message& msg, long mtype, int64_t deadline) {
-  for (int64_t pause = kFirstPollUs;; pause = std::min(2 * pause, kLongestPollUs)) {
+  for (int64_t pause = kFirstPollUs;;) {
     std::memset(static_cast<void*>(&msg), 0, sizeof msg);
-    // A reply larger than the frame is taken cut to it rather than left at
-    // the head of the queue, where it would stand before every later reply.
-    if (msgrcv(reply_queue_, &msg, kControlMessageSize, mtype, IPC_NOWAIT | MSG_NOERROR) >= 0)
-      return true;
-    if (queue_gone(errno)) {
-      // The daemon was restarted: the reply will not come. The next command
-      // finds its new queues.
-      lookup(request_key_, &request_queue_);
-      lookup(reply_key_, &reply_queue_);
-      return false;
+    int error = fault_ ? fault_(QueueCall::receive) : 0;
+    if (error == 0) {
+      // A reply larger than the frame is taken cut to it rather than left at
+      // the head of the queue, where it would stand before every later reply.
+      if (msgrcv(reply_queue_, &msg, kControlMessageSize, mtype, IPC_NOWAIT | MSG_NOERROR) >= 0)
+        return true;
+      error = errno;
     }
-    int64_t now = clock_.monotonic_us();
-    if (now >= deadline) return false;
-    clock_.sleep_us(std::min(pause, deadline - now));
+    Recovery next = recover(QueueCall::receive, error, deadline, &pause);
+    if (next == Recovery::retry) continue;
+    if (next == Recovery::refused)
+      log_.error("Receive Message using Message Queue 2 Failed\n: %s\n", std::strerror(error));
+    return false;
   }
 }
 
-int ControlChannel::send_control_message(control_message& msg) {
+ControlResult ControlChannel::send_control_message(control_message& msg) {
   long mtype = msg.mtype;
   int64_t deadline = clock_.monotonic_us() + control_reply_wait_us(msg.command);
   if (request_queue_ < 0 || reply_queue_ < 0) {
     lookup(request_key_, &request_queue_);
     lookup(reply_key_, &reply_queue_);
   }
-  bool answered = send_within(msg, deadline) && receive_within(msg, mtype, deadline);
-  if (!answered)
-    msg.status = 2;
-  else if (msg.status > 2)
-    msg.status = 3;
-  return msg.status;
+  if (!send_within(msg, deadline) || !receive_within(msg, mtype, deadline)) {
+    std::memset(static_cast<void*>(&msg), 0, sizeof msg);
+    return ControlResult::no_reply;
+  }
+  switch (msg.status) {
+    case 1: return ControlResult::ok;
+    case 2: return ControlResult::busy;
+    default: return ControlResult::failed;
+  }
 }
 
-int ControlChannel::send_command(int32_t command) {
+ControlResult ControlChannel::send_command(int32_t command) {
   control_message msg(command);
   return send_control_message(msg);
 }

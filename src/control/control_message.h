@@ -6,6 +6,9 @@
 //   msg.put_text(SetTimeZonePayload::kZone, SetTimeZonePayload::kZoneWidth, zone);
 //   return Answer::status(req.control().send_control_message(msg));
 //
+// The exchange's result is a ControlResult; Answer::status maps it to the
+// ResponseStatus code of the answer.
+//
 // The message layouts below are the daemon's wire format; the handlers, the
 // simulator and the tests all use these names.
 #ifndef PSIA_CONTROL_CONTROL_MESSAGE_H
@@ -13,6 +16,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <utility>
 
 namespace psia {
 
@@ -108,6 +113,17 @@ struct control_message {
 static_assert(sizeof(control_message) == sizeof(long) + kControlMessageSize,
               "control_message must have no padding");
 
+// What became of a command sent to the control daemon.
+enum class ControlResult {
+  ok,        // the daemon replied with status 1: done
+  busy,      // the daemon replied with status 2
+  failed,    // the daemon replied with any other status (0, negative, 3 and up)
+  no_reply,  // no reply within the command's wait, or the command not sent
+};
+
+// The queue call a test's fault stands in for.
+enum class QueueCall { send, receive };
+
 // Clears the whole message and sets its type to the process id, which it
 // returns.
 long init_control_message(control_message* msg);
@@ -118,37 +134,54 @@ long init_control_message(control_message* msg);
 int64_t control_reply_wait_us(int32_t command);
 
 // The exchange with the control daemon. Its waits are bounded by the
-// command's wait whatever the daemon does: a full request queue (a hung
-// daemon), a reply too large for the frame, queues removed and made again
-// by a restarted daemon, or silence.
+// command's wait whatever the daemon or the kernel does: a full request
+// queue (a hung daemon), a reply too large for the frame, queues removed
+// and made again by a restarted daemon, silence, a call interrupted by a
+// signal. A call the kernel refuses outright (a frame above its message
+// size limit, no permission, no memory) ends the exchange at once. A stop
+// (SIGTERM, SIGINT) ends any wait at the next poll.
 class ControlChannel {
  public:
   ControlChannel(Clock& clock, Log& log) : clock_(clock), log_(log) {}
 
   // Obtains both queues (never creates them), trying once a second until
-  // the daemon has made them, and drains each of stale messages.
-  void attach(int request_key, int reply_key);
+  // the daemon has made them or a stop is requested, and drains each of
+  // stale messages. False when stopped first.
+  bool attach(int request_key, int reply_key);
 
   // Sends the message and waits for the reply, polling with sleeps that
-  // grow from 1 ms to 100 ms so that a prompt reply is taken at once.
-  // Afterwards the message holds the reply with its status mapped (above 2
-  // becomes 3), or zeros with status 2 when the daemon did not answer in
-  // time or the message could not be sent. Returns the status.
-  int send_control_message(control_message& msg);
+  // grow from 50 us to 100 ms so that a prompt reply is taken at once.
+  // Afterwards the message holds the reply, or zeros when there was none.
+  ControlResult send_control_message(control_message& msg);
   // The usual exchange of a command without payload.
-  int send_command(int32_t command);
+  ControlResult send_command(int32_t command);
 
   // Removes whatever waits on a queue (stale replies of an earlier run).
   static void drain_control_queue(int queue_id);
 
+  // Tests' stand-in for a failing kernel: consulted before each queue call
+  // of an exchange; a non-zero errno it returns fails that call with it.
+  using FaultHook = std::function<int(QueueCall call)>;
+  void set_fault_hook(FaultHook hook) { fault_ = std::move(hook); }
+
  private:
-  // The queue of `key` as the daemon has it now; -1 when it has none.
-  int lookup(int key, int* id);
+  // What to do after a queue call failed with `error`: call again (after
+  // the pause it slept), or end the exchange because the wait is over
+  // (its deadline, a stop, the daemon gone) or the kernel refused the call.
+  enum class Recovery { retry, wait_over, refused };
+  Recovery recover(QueueCall call, int error, int64_t deadline, int64_t* pause);
+  // Sets `id` to the queue of `key` as the daemon has it now (-1, and
+  // false, when it has none).
+  bool lookup(int key, int* id);
   bool send_within(control_message& msg, int64_t deadline);
   bool receive_within(control_message& msg, long mtype, int64_t deadline);
+  // Sleeps the pause (then doubled, up to 100 ms) unless the deadline has
+  // come or a stop was requested; false then.
+  bool pause_before(int64_t deadline, int64_t* pause);
 
   Clock& clock_;
   Log& log_;
+  FaultHook fault_;
   int request_key_ = -1, reply_key_ = -1;
   int request_queue_ = -1;
   int reply_queue_ = -1;

@@ -13,6 +13,7 @@
 
 #include "frame/request_loop.h"
 #include "frame/startup.h"
+#include "util/stop.h"
 #include "util/syslog.h"
 
 namespace {
@@ -54,11 +55,14 @@ int main() {
   ctx.log.set_stream(write_error);
   psia::SyslogSocket syslog(ctx.settings.host_path("/dev/log"), "psia-responder");
   ctx.log.set_syslog([&syslog](int priority, const char* line) { syslog.send(priority, line); });
-  if (!psia::start_up(ctx)) return -1;
+  // SIGTERM and SIGINT end the process after the request in hand; libfcgi
+  // is told too, or its accept() would carry on after the signal.
+  psia::install_stop_handlers(FCGX_ShutdownPending);
+  if (!psia::start_up(ctx)) return psia::stop_requested() ? 0 : -1;
 
   FcgiOutput out;
   FcgiInput in;
-  while (FCGI_Accept() >= 0) {
+  while (!psia::stop_requested() && FCGI_Accept() >= 0) {
     psia::RequestParams params;
     params.uri = getenv("REQUEST_URI");
     params.method = getenv("REQUEST_METHOD");
@@ -68,6 +72,7 @@ int main() {
     params.remote_addr = getenv("REMOTE_ADDR");
     psia::serve_request(ctx, params, in, out);
   }
+  FCGI_Finish();  // the last request's answer, when a stop ended the loop
   ctx.store.close();
   return 0;
 }

@@ -55,8 +55,7 @@ bool start_up(request_context& ctx) {
   QueryResult model = ctx.store.query("select model from Spec");
   const char* cell = model.text(0, 0);
   copy_bounded(device.model_prefix, cell != nullptr ? cell : "");
-  ctx.control.attach(ctx.settings.request_queue_key, ctx.settings.reply_queue_key);
-  return true;
+  return ctx.control.attach(ctx.settings.request_queue_key, ctx.settings.reply_queue_key);
 }
 
 }  // namespace psia

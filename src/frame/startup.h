@@ -9,8 +9,9 @@ namespace psia {
 
 // Opens the configuration database, reads the device facts (PTZ support and
 // model family), and attaches to the control daemon's queues (waiting for
-// them as long as it takes). Returns false when the database cannot be
-// opened: the responder cannot serve without it.
+// them as long as it takes, or until a stop is requested). Returns false
+// when the database cannot be opened (the responder cannot serve without
+// it) or when stopped while waiting.
 bool start_up(request_context& ctx);
 
 }  // namespace psia

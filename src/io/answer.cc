@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "control/control_message.h"
 #include "io/stream.h"
 
 namespace psia {
@@ -75,6 +76,16 @@ Answer Answer::statuses(std::vector<int> codes) {
   for (int& code : a.codes_)
     if (code < kStatusOk || code > kStatusRebootRequired) code = kStatusDeviceError;
   return a;
+}
+
+Answer Answer::status(ControlResult result) {
+  switch (result) {
+    case ControlResult::ok: return status(kStatusOk);
+    case ControlResult::busy:
+    case ControlResult::no_reply: return status(kStatusDeviceBusy);
+    case ControlResult::failed: break;
+  }
+  return status(kStatusDeviceError);
 }
 
 Answer Answer::document(text_buffer body, ContentType type) {

@@ -18,8 +18,10 @@
 namespace psia {
 
 class Output;
+enum class ControlResult;  // control/control_message.h
 
-// Status codes of a ResponseStatus document.
+// Status codes of a ResponseStatus document. The error convention
+// (util/result.h) keeps them to the making of answers.
 enum status_code : int {
   kStatusOk = 1,
   kStatusDeviceBusy = 2,
@@ -45,6 +47,9 @@ class Answer {
   // A ResponseStatus document for `code` (1..7; anything else is answered
   // as 3, which the document has a text for).
   static Answer status(int code) { return statuses({code}); }
+  // The answer to a control exchange: 1 when the daemon replied 1, 2 when
+  // it replied 2 or not at all, 3 for any other reply.
+  static Answer status(ControlResult result);
   // ResponseStatus documents one after the other (none: no answer).
   static Answer statuses(std::vector<int> codes);
   // A GET document; a buffer that could not be allocated is answered 3.

@@ -34,12 +34,17 @@ struct ifreq interface_request(const char* interface_name) {
   return request;
 }
 
-// Asks the kernel about the interface. Returns 0 when it answered, -1 when
-// no socket could be had, or the kernel's error number.
-int ask_interface(unsigned long request_code, struct ifreq* request) {
+// What became of a question to the kernel about an interface.
+enum class Asked { answered, no_socket, refused };
+
+// Asks the kernel about the interface; when it refuses, `error` is its
+// reason.
+Asked ask_interface(unsigned long request_code, struct ifreq* request, int* error) {
   UniqueFd fd(socket(AF_INET, SOCK_DGRAM, 0));
-  if (!fd.valid()) return -1;
-  return ioctl(fd.get(), request_code, request) == 0 ? 0 : errno;
+  if (!fd.valid()) return Asked::no_socket;
+  if (ioctl(fd.get(), request_code, request) == 0) return Asked::answered;
+  *error = errno;
+  return Asked::refused;
 }
 
 // The IPv4 address the kernel put into the request's address field.
@@ -60,37 +65,44 @@ bool read_hex(const char** cursor, unsigned long* value) {
 
 }  // namespace
 
-uint32_t read_ip_address(Log& log, const char* interface_name) {
+std::optional<uint32_t> read_ip_address(Log& log, const char* interface_name) {
   struct ifreq request = interface_request(interface_name);
-  int error = ask_interface(SIOCGIFADDR, &request);
-  if (error < 0) log.diagnostic("Socket Open Fail!\n");
-  if (error > 0) log.diagnostic("Unable to read IP address!, err: %s\n", std::strerror(error));
-  return error == 0 ? answered_address(request) : kProbeFailed;
+  int error = 0;
+  Asked asked = ask_interface(SIOCGIFADDR, &request, &error);
+  if (asked == Asked::no_socket) log.diagnostic("Socket Open Fail!\n");
+  if (asked == Asked::refused)
+    log.diagnostic("Unable to read IP address!, err: %s\n", std::strerror(error));
+  if (asked != Asked::answered) return std::nullopt;
+  return answered_address(request);
 }
 
-uint32_t read_subnet_mask(Log& log, const char* interface_name) {
+std::optional<uint32_t> read_subnet_mask(Log& log, const char* interface_name) {
   struct ifreq request = interface_request(interface_name);
-  int error = ask_interface(SIOCGIFNETMASK, &request);
-  if (error < 0) log.diagnostic("Socket Open Fail!\n");
-  if (error > 0) log.diagnostic("Unable to read subnet mask!\n");
-  return error == 0 ? answered_address(request) : kProbeFailed;
+  int error = 0;
+  Asked asked = ask_interface(SIOCGIFNETMASK, &request, &error);
+  if (asked == Asked::no_socket) log.diagnostic("Socket Open Fail!\n");
+  if (asked == Asked::refused) log.diagnostic("Unable to read subnet mask!\n");
+  if (asked != Asked::answered) return std::nullopt;
+  return answered_address(request);
 }
 
-int read_mac_address(Log& log, const char* interface_name, unsigned char mac[6]) {
+bool read_mac_address(Log& log, const char* interface_name, unsigned char mac[6]) {
   struct ifreq request = interface_request(interface_name);
-  int error = ask_interface(SIOCGIFHWADDR, &request);
-  if (error < 0) log.diagnostic("Failed to open socket!\n");
-  if (error > 0) log.diagnostic("Unable to read MAC address!\n");
-  if (error != 0) return -1;
+  int error = 0;
+  Asked asked = ask_interface(SIOCGIFHWADDR, &request, &error);
+  if (asked == Asked::no_socket) log.diagnostic("Failed to open socket!\n");
+  if (asked == Asked::refused) log.diagnostic("Unable to read MAC address!\n");
+  if (asked != Asked::answered) return false;
   std::memcpy(mac, request.ifr_hwaddr.sa_data, 6);
-  return 0;
+  return true;
 }
 
-uint32_t read_default_gateway(Log& log, const std::string& route_path, const char* interface_name) {
+std::optional<uint32_t> read_default_gateway(Log& log, const std::string& route_path,
+                                             const char* interface_name) {
   std::string table;
   if (!read_regular_file(route_path, kHostFileLimit, &table, kFollowSystemLinks)) {
     log.diagnostic("Do not support /proc file system?\n");
-    return kProbeFailed;
+    return std::nullopt;
   }
   size_t name_length = std::strlen(interface_name);
   LineReader lines(table);
@@ -105,19 +117,19 @@ uint32_t read_default_gateway(Log& log, const std::string& route_path, const cha
     unsigned long gateway = 0;
     if (cursor == nullptr || !read_hex(&cursor, &destination) || !read_hex(&cursor, &gateway)) {
       log.diagnostic("Unable to read routing table!\n");
-      return kProbeFailed;
+      return std::nullopt;
     }
     if (gateway != 0) return static_cast<uint32_t>(gateway);
   }
-  return kProbeFailed;
+  return std::nullopt;
 }
 
-int read_name_servers(const std::string& resolv_path, char primary[kIpv4TextSize],
-                      char secondary[kIpv4TextSize]) {
+bool read_name_servers(const std::string& resolv_path, char primary[kIpv4TextSize],
+                       char secondary[kIpv4TextSize]) {
   primary[0] = '\0';
   secondary[0] = '\0';
   std::string resolver;
-  if (!read_regular_file(resolv_path, kHostFileLimit, &resolver, kFollowSystemLinks)) return -1;
+  if (!read_regular_file(resolv_path, kHostFileLimit, &resolver, kFollowSystemLinks)) return false;
   static const char kKeyword[] = "nameserver";
   const size_t keyword_length = sizeof kKeyword - 1;
   int found = 0;
@@ -127,14 +139,14 @@ int read_name_servers(const std::string& resolv_path, char primary[kIpv4TextSize
     if (std::strncmp(line, kKeyword, keyword_length) != 0) continue;
     // The address starts after the keyword and one separator; a line that
     // ends there, or holds a host name, ends the scan.
-    uint32_t address = 0;
-    if (std::strlen(line) <= keyword_length + 1 ||
-        !parse_ipv4_text(line + keyword_length + 1, &address, 0))
-      return -1;
-    format_ipv4(htonl(address), found == 0 ? primary : secondary);
-    if (++found == 2) return 0;
+    std::optional<uint32_t> address;
+    if (std::strlen(line) > keyword_length + 1)
+      address = parse_ipv4_text(line + keyword_length + 1);
+    if (!address) return false;
+    format_ipv4(htonl(*address), found == 0 ? primary : secondary);
+    if (++found == 2) return true;
   }
-  return -1;
+  return false;
 }
 
 void format_ipv4(uint32_t address, char text[kIpv4TextSize]) {

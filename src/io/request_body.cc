@@ -39,18 +39,18 @@ bool write_fully(int fd, const char* data, size_t size) {
 
 }  // namespace
 
-long long parse_content_length(const char* text) {
-  if (text == nullptr) return -1;
+std::optional<long long> parse_content_length(const char* text) {
+  if (text == nullptr) return std::nullopt;
   errno = 0;
   char* end = nullptr;
   long long n = std::strtoll(text, &end, 10);
-  if (errno != 0 || end == text) return -1;
+  if (errno != 0 || end == text) return std::nullopt;
   return n;
 }
 
 bool RequestBody::read(Input& in, const char* content_length) {
   clear();
-  long long n = parse_content_length(content_length);
+  long long n = parse_content_length(content_length).value_or(0);
   if (n <= 0 || n > kMaxMemoryBody) return false;
   auto wanted = static_cast<size_t>(n);
   try {
@@ -76,7 +76,7 @@ void RequestBody::clear() {
 }
 
 bool store_request_body(Input& in, const char* content_length, const std::string& path) {
-  long long n = parse_content_length(content_length);
+  long long n = parse_content_length(content_length).value_or(0);
   if (n <= 0) return false;
   // The body is written beside its final name and renamed over it once
   // whole, so the daemon never finds half a file. The partial file is made
@@ -100,22 +100,20 @@ bool store_request_body(Input& in, const char* content_length, const std::string
   return stored;
 }
 
-int parse_ipv4_text(const char* text, uint32_t* out, int network_order) {
-  if (text == nullptr) return 0;
+std::optional<uint32_t> parse_ipv4_text(const char* text) {
+  if (text == nullptr) return std::nullopt;
   // "%d.%d.%d.%d", read without the undefined overflow of scanf.
   uint32_t part[4];
   const char* p = text;
   for (int i = 0; i < 4; ++i) {
-    if (i > 0 && *p++ != '.') return 0;
+    if (i > 0 && *p++ != '.') return std::nullopt;
     char* end = nullptr;
     long value = std::strtol(p, &end, 10);
-    if (end == p) return 0;
+    if (end == p) return std::nullopt;
     part[i] = static_cast<uint32_t>(value);
     p = end;
   }
-  *out = network_order ? part[0] | part[1] << 8 | part[2] << 16 | part[3] << 24
-                       : part[3] | part[2] << 8 | part[1] << 16 | part[0] << 24;
-  return 1;
+  return part[3] | part[2] << 8 | part[1] << 16 | part[0] << 24;
 }
 
 }  // namespace psia

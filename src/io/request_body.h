@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,8 +17,9 @@ class Input;
 // larger CONTENT_LENGTH is refused before anything is allocated.
 constexpr long long kMaxMemoryBody = 1024 * 1024;
 
-// CONTENT_LENGTH as a number: -1 when absent or not a plain decimal number.
-long long parse_content_length(const char* text);
+// CONTENT_LENGTH as a number (which may still be 0 or negative); nothing
+// when absent or not a decimal number.
+std::optional<long long> parse_content_length(const char* text);
 
 // The body of the request in hand, kept by the request context so that its
 // storage is reused from request to request.
@@ -44,11 +46,10 @@ class RequestBody {
 // CONTENT_LENGTH included.
 bool store_request_body(Input& in, const char* content_length, const std::string& path);
 
-// Reads a dotted quad. With network_order the first number is the lowest
-// byte (the memory order a socket address wants on a little-endian camera),
-// otherwise the highest. Returns 1 and stores the value, or 0 when the text
-// does not start with four numbers. Numbers are not range-checked.
-int parse_ipv4_text(const char* text, uint32_t* out, int network_order);
+// Reads a dotted quad as a number whose highest byte is the first number
+// (htonl gives the network order); nothing when the text does not start
+// with four numbers. Numbers are not range-checked.
+std::optional<uint32_t> parse_ipv4_text(const char* text);
 
 }  // namespace psia
 

@@ -126,8 +126,10 @@ XmlBody::XmlBody(Request& req, const char* root_name, int wrong_root_code) : lib
     return;
   }
   const xmlNode* root = root_element(doc_);
-  failure_ =
-      root == nullptr || strcasecmp(to_text(root->name), root_name) != 0 ? wrong_root_code : 0;
+  if (root != nullptr && strcasecmp(to_text(root->name), root_name) == 0)
+    failure_.reset();
+  else
+    failure_ = wrong_root_code;
 }
 
 XmlNode XmlBody::root() const { return XmlNode(doc_ != nullptr ? root_element(doc_) : nullptr); }

@@ -13,6 +13,7 @@
 #define PSIA_IO_XML_INPUT_H
 
 #include <cstddef>
+#include <optional>
 
 #include "io/answer.h"
 
@@ -89,9 +90,9 @@ class XmlBody {
   XmlBody(const XmlBody&) = delete;
   XmlBody& operator=(const XmlBody&) = delete;
 
-  bool ok() const { return failure_ == 0; }
-  int failure_code() const { return failure_; }
-  Answer failure() const { return Answer::status(failure_); }
+  bool ok() const { return !failure_; }
+  // The answer to a body that failed.
+  Answer failure() const { return Answer::status(failure_.value_or(kStatusDeviceError)); }
   XmlNode root() const;
   // Frees the document (before the database work of a handler).
   void release();
@@ -99,7 +100,7 @@ class XmlBody {
  private:
   const XmlLibrary& library_;
   _xmlDoc* doc_ = nullptr;
-  int failure_ = 0;
+  std::optional<int> failure_;  // the code to answer; none when the body is good
 };
 
 }  // namespace psia

@@ -7,6 +7,7 @@
 
 #include "util/bounded_copy.h"
 #include "util/clock.h"
+#include "util/stop.h"
 
 namespace psia {
 
@@ -121,8 +122,9 @@ void Store::close() {
 int Store::db_busy_handler(void* store, int count) {
   if (count > 5) return 0;
   Clock* clock = static_cast<Store*>(store)->clock_;
-  for (int i = 0; i <= count; ++i) clock->sleep_us(50000);
-  return 1;
+  // A stop gives up the wait: the statement fails as if the lock had held.
+  for (int i = 0; i <= count && !stop_requested(); ++i) clock->sleep_us(50000);
+  return stop_requested() ? 0 : 1;
 }
 
 bool Store::run(QueryResult* result, const char* format, va_list args) {

@@ -4,6 +4,8 @@
 
 #include <cerrno>
 
+#include "util/stop.h"
+
 namespace psia {
 
 timeval SystemClock::wall_time() {
@@ -21,7 +23,8 @@ int64_t SystemClock::monotonic_us() {
 void SystemClock::sleep_us(int64_t us) {
   if (us <= 0) return;
   timespec left = {static_cast<time_t>(us / 1000000), static_cast<long>(us % 1000000) * 1000};
-  while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+  // A signal cuts the sleep short only when it asks the responder to stop.
+  while (nanosleep(&left, &left) != 0 && errno == EINTR && !stop_requested()) {
   }
 }
 

@@ -37,8 +37,7 @@ void append_destination(text_buffer& doc, const destination_kind& kind, const Qu
   doc.appendf("<id>%s</id>", cell(rows, r, kName));
   if (kind.mailing) doc.append("<authenticationMode>SMTP</authenticationMode>");
   const char* address = cell(rows, r, kAddress);
-  uint32_t ignored;
-  if (parse_ipv4_text(address, &ignored, 0)) {
+  if (parse_ipv4_text(address)) {
     doc.append("<addressingFormatType>ipaddress</addressingFormatType>");
     doc.appendf("<ipAddress>%s</ipAddress>", address);
   } else {

@@ -114,17 +114,17 @@ void read_channel(XmlNode channel, channel_update* u) {
 }
 
 // Reads the body; with `list` the channel is the list's first child node.
-// Returns 0 or the status code to answer.
-int read_channel_update(Request& req, bool list, channel_update* u) {
+// False when it cannot be read or holds no channel.
+bool read_channel_update(Request& req, bool list, channel_update* u) {
   XmlBody body(req, list ? "StreamingChannelList" : "StreamingChannel", kStatusDeviceError);
-  if (!body.ok()) return body.failure_code();
+  if (!body.ok()) return false;
   XmlNode channel = body.root();
   if (list) {
     channel = channel.first_child();
-    if (!channel.is("StreamingChannel")) return kStatusDeviceError;
+    if (!channel.is("StreamingChannel")) return false;
   }
   read_channel(channel, u);
-  return 0;
+  return true;
 }
 
 bool store_stream(Request& req, const stream_update& s, int index) {
@@ -156,8 +156,7 @@ Answer store_shared_settings(Request& req, const channel_update& u) {
 // Both streams from one body: each element went to the stream in force.
 Answer write_both_streams(Request& req, bool list) {
   channel_update u;
-  int failure = read_channel_update(req, list, &u);
-  if (failure != 0) return Answer::status(failure);
+  if (!read_channel_update(req, list, &u)) return Answer::status(kStatusDeviceError);
   for (int index = 0; index < 2; ++index) {
     if (!store_stream(req, u.streams[index], index)) return Answer::status(kStatusDeviceError);
     announce_video_stream(req, u.stream == 0);
@@ -171,8 +170,7 @@ Answer write_both_streams(Request& req, bool list) {
 Answer put_streaming_channel(Request& req, const RouteArgs&) {
   channel_update u;
   u.one_stream = true;
-  int failure = read_channel_update(req, false, &u);
-  if (failure != 0) return Answer::status(failure);
+  if (!read_channel_update(req, false, &u)) return Answer::status(kStatusDeviceError);
   if (!store_stream(req, u.streams[0], u.stream)) return Answer::status(kStatusDeviceError);
   announce_video_stream(req, u.stream == 0);
   return store_shared_settings(req, u);

@@ -6,6 +6,7 @@
 // The interface list, the interface and its ipAddress resource share one
 // IPAddress block, written at the depth each document needs it.
 #include <cstdint>
+#include <optional>
 
 #include "io/host_probes.h"
 #include "io/xml_input.h"
@@ -20,10 +21,10 @@ constexpr int kStep = 4;
 
 // The live state of eth0 and the stored addressing type.
 struct interface_state {
-  int connection_type;  // Network.ConnectionType: 0 static, 1 dynamic
-  uint32_t ip_address;  // network byte order; all ones when unknown
-  uint32_t subnet_mask;
-  uint32_t gateway;
+  int connection_type;                 // Network.ConnectionType: 0 static, 1 dynamic
+  std::optional<uint32_t> ip_address;  // network byte order
+  std::optional<uint32_t> subnet_mask;
+  std::optional<uint32_t> gateway;
   char primary_dns[kIpv4TextSize];  // empty when resolv.conf has none
   char secondary_dns[kIpv4TextSize];
 };
@@ -40,6 +41,12 @@ interface_state read_interface_state(Request& req) {
   return state;
 }
 
+// An address the probe could not read is shown as 255.255.255.255, as the
+// camera's clients have always seen it.
+void format_probed(std::optional<uint32_t> address, char text[kIpv4TextSize]) {
+  format_ipv4(address.value_or(0xFFFFFFFFu), text);
+}
+
 // The elements of an IPAddress document from ipVersion to the SecondaryDNS
 // block, at `indent` spaces (their children one step deeper).
 void append_ip_address_elements(text_buffer& doc, const interface_state& state, int indent) {
@@ -47,9 +54,9 @@ void append_ip_address_elements(text_buffer& doc, const interface_state& state, 
   char ip_address[kIpv4TextSize];
   char subnet_mask[kIpv4TextSize];
   char gateway[kIpv4TextSize];
-  format_ipv4(state.ip_address, ip_address);
-  format_ipv4(state.subnet_mask, subnet_mask);
-  format_ipv4(state.gateway, gateway);
+  format_probed(state.ip_address, ip_address);
+  format_probed(state.subnet_mask, subnet_mask);
+  format_probed(state.gateway, gateway);
 
   doc.appendf("%*s<ipVersion>v4</ipVersion>\n", indent, "");
   doc.appendf("%*s<addressingType>%s</addressingType>\n", indent, "",
@@ -122,13 +129,13 @@ void read_nested_address(XmlNode block, char (&field)[N]) {
     if (child.is("ipAddress")) child.copy_text(field);
 }
 
-// Reads the children of an IPAddress element. Returns 0, or the status code
-// to answer (3 for an empty element or an IP version other than v4).
-int read_network_settings(XmlNode element, network_settings* settings) {
-  if (!element.has_children()) return kStatusDeviceError;
+// Reads the children of an IPAddress element. False for an empty element,
+// an IP version other than v4, or no addressing type.
+bool read_network_settings(XmlNode element, network_settings* settings) {
+  if (!element.has_children()) return false;
   for (XmlNode child : element.children()) {
     if (child.is("ipVersion")) {
-      if (!child.text_is("v4")) return kStatusDeviceError;
+      if (!child.text_is("v4")) return false;
     } else if (child.is("addressingType")) {
       settings->has_addressing_type = true;
       settings->is_static = child.text_is("static");
@@ -145,18 +152,17 @@ int read_network_settings(XmlNode element, network_settings* settings) {
     }
   }
   // Without an addressing type the request says nothing we could apply.
-  if (!settings->has_addressing_type) return kStatusDeviceError;
-  return 0;
+  return settings->has_addressing_type;
 }
 
-// Stores the settings and has the daemon apply them; returns the status
-// code to answer.
-int apply_network_settings(Request& req, const network_settings& settings) {
+// Stores the settings and has the daemon apply them.
+Answer apply_network_settings(Request& req, const network_settings& settings) {
   if (!settings.is_static) {
     // A DHCP client takes its addresses from the server: only the mode is
     // stored, and the addresses of the request are not used.
-    if (!req.db().exec("update Network set ConnectionType=1")) return kStatusDeviceError;
-    return req.control().send_command(kCommandNetworkApply);
+    if (!req.db().exec("update Network set ConnectionType=1"))
+      return Answer::status(kStatusDeviceError);
+    return Answer::status(req.control().send_command(kCommandNetworkApply));
   }
 
   // A request without a secondary server keeps the stored one.
@@ -173,21 +179,20 @@ int apply_network_settings(Request& req, const network_settings& settings) {
         "Gateway='%q', PrimaryDNS='%q'",
         settings.ip_address, settings.subnet_mask, settings.gateway, settings.primary_dns);
   }
-  if (!stored) return kStatusDeviceError;
+  if (!stored) return Answer::status(kStatusDeviceError);
 
   // Static addressing takes two steps: the daemon applies the settings
   // (41), and only when that worked is the second step (42) asked for.
-  int status = req.control().send_command(kCommandNetworkApply);
-  if (status != kStatusOk) return status;
-  return req.control().send_command(kCommandNetworkStatic);
+  ControlResult applied = req.control().send_command(kCommandNetworkApply);
+  if (applied != ControlResult::ok) return Answer::status(applied);
+  return Answer::status(req.control().send_command(kCommandNetworkStatic));
 }
 
 // Reads the settings of an IPAddress element and applies them.
 Answer update_network(Request& req, XmlNode element) {
   network_settings settings;
-  int failure = read_network_settings(element, &settings);
-  if (failure != 0) return Answer::status(failure);
-  return Answer::status(apply_network_settings(req, settings));
+  if (!read_network_settings(element, &settings)) return Answer::status(kStatusDeviceError);
+  return apply_network_settings(req, settings);
 }
 
 }  // namespace

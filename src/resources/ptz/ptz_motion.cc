@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
+#include <utility>
 
 #include "io/xml_input.h"
 #include "resources/ptz/ptz.h"
@@ -40,20 +42,20 @@ class KeyValueCommand {
   control_message msg_;
 };
 
-int send_frame(Request& req, const char* frame) {
+ControlResult send_frame(Request& req, const char* frame) {
   control_message msg(kCommandPtzFrame);
   msg.put_int(kLeadingWord, 0);
   msg.put_text(PtzFramePayload::kFrame, PtzFramePayload::kFrameWidth, frame);
   return req.control().send_control_message(msg);
 }
 
-// Reads a PTZData body, handing each child element to `take`. Returns 0 or
-// the status code to answer.
-int read_ptz_data(Request& req, const std::function<void(XmlNode)>& take) {
+// Reads a PTZData body, handing each child element to `take`. The answer
+// to a body that cannot be read, or nothing.
+std::optional<Answer> read_ptz_data(Request& req, const std::function<void(XmlNode)>& take) {
   XmlBody body(req, "PTZData", kStatusInvalidXmlFormat);
-  if (!body.ok()) return body.failure_code();
+  if (!body.ok()) return body.failure();
   for (XmlNode child : body.root().children()) take(child);
-  return 0;
+  return std::nullopt;
 }
 
 const char* const kContinuousKeys[] = {"PAN", "TILT", "ZOOM"};
@@ -122,11 +124,11 @@ Answer put_ptz_continuous(Request& req, const RouteArgs&) {
   int rate[3] = {0, 0, 0};  // pan, tilt, zoom
   scan_ptz_query(req.params.query, kContinuousKeys, 3,
                  [&](int k, const char* value) { rate[k] = parse_int(value); });
-  int failure = read_ptz_data(req, [&](XmlNode child) {
+  std::optional<Answer> refused = read_ptz_data(req, [&](XmlNode child) {
     for (int k = 0; k < 3; ++k)
       if (child.is(kContinuousKeys[k])) rate[k] = child.int_text();
   });
-  if (failure != 0) return Answer::status(failure);
+  if (refused) return std::move(*refused);
   const int pan = rate[0], tilt = rate[1], zoom = rate[2];
   for (int r : rate)
     if (r < -100 || r > 100) return Answer::status(kStatusDeviceError);
@@ -162,17 +164,17 @@ Answer put_ptz_absolute(Request& req, const RouteArgs&) {
   scan_ptz_query(req.params.query, kAbsoluteKeys, 3, [&](int k, const char* text) {
     value[k] = static_cast<float>(std::strtod(text, nullptr));
   });
-  int failure = read_ptz_data(req, [&](XmlNode child) {
+  std::optional<Answer> refused = read_ptz_data(req, [&](XmlNode child) {
     for (int k = 0; k < 3; ++k)
       if (child.is(kAbsoluteKeys[k])) value[k] = static_cast<float>(child.double_text());
   });
-  if (failure != 0) return Answer::status(failure);
+  if (refused) return std::move(*refused);
   float azimuth = value[0], elevation = value[1], zoom = value[2];
   if (!in_range(azimuth, 0.0f, 360.0f) || !in_range(elevation, -90.0f, 90.0f) ||
       !in_range(zoom, 0.0f, 100.0f))
     return Answer::status(kStatusDeviceError);
   PtzPosition& last = req.camera().last_absolute;
-  int status = kStatusOk;
+  ControlResult sent = ControlResult::ok;
   char frame[1024];
   if (azimuth != last.azimuth || elevation != last.elevation) {
     if (azimuth == kNotGiven)
@@ -184,7 +186,7 @@ Answer put_ptz_absolute(Request& req, const RouteArgs&) {
     else
       last.elevation = elevation;
     ptz_position_frame(azimuth, elevation, frame, sizeof frame);
-    status = send_frame(req, frame);
+    sent = send_frame(req, frame);
   }
   if (zoom != last.zoom && zoom != kNotGiven) {
     last.zoom = zoom;
@@ -195,9 +197,9 @@ Answer put_ptz_absolute(Request& req, const RouteArgs&) {
     bool short_lens = family[0] != '\0' && strncasecmp(family, "KD7731", 6) == 0;
     int steps = static_cast<int>(zoom * (short_lens ? 21.94 : 29.66));
     ptz_zoom_frame(steps, frame, sizeof frame);
-    status = send_frame(req, frame);
+    sent = send_frame(req, frame);
   }
-  return Answer::status(status);
+  return Answer::status(sent);
 }
 
 Answer reject_ptz_operation(Request&, const RouteArgs&) {

@@ -31,28 +31,28 @@ const size_t kSerialNumberSize = 32;
 const char kSystemContact[] = "http://www.aldex.com";
 
 // Reads the serial number written at the factory. `serial` holds at least
-// 32 bytes; returns 1 when it was read, 0 otherwise.
-int read_factory_serial_number(Request& req, char* serial) {
+// 32 bytes; false when it cannot be read.
+bool read_factory_serial_number(Request& req, char* serial) {
   UniqueFd fd(open(req.host_path(kFactoryDevicePath).c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
   if (fd.get() < 1) {
     req.log().diagnostic("EEPROM OPEN: %s\n", std::strerror(errno));
-    return 0;
+    return false;
   }
   off_t at = lseek(fd.get(), kSerialNumberOffset, SEEK_SET);
   if (at != kSerialNumberOffset) {
     req.log().diagnostic("eeprom lseek fail res=[%x:%x], error=%s\n",
                          static_cast<unsigned>(kSerialNumberOffset), static_cast<unsigned>(at),
                          std::strerror(errno));
-    return 0;
+    return false;
   }
   ssize_t n = read(fd.get(), serial, kSerialNumberSize);
   if (n != static_cast<ssize_t>(kSerialNumberSize)) {
     req.log().diagnostic("eeprom read fail res=%d, error=%s\n", static_cast<int>(n),
                          std::strerror(errno));
-    return 0;
+    return false;
   }
   serial[kSerialNumberSize - 1] = '\0';
-  return 1;
+  return true;
 }
 
 // A new identifier: ten random bytes in upper-case and six in lower-case
@@ -97,7 +97,7 @@ Answer get_device_info(Request& req, const RouteArgs&) {
   char model[128];
   bool has_model = req.db().query_text(model, sizeof model, "select model from Spec");
   char serial[kSerialNumberSize];
-  bool has_serial = read_factory_serial_number(req, serial) == 1;
+  bool has_serial = read_factory_serial_number(req, serial);
   unsigned char mac[6] = {0, 0, 0, 0, 0, 0};
   read_mac_address(req.log(), kCameraInterface, mac);
   char version[128];

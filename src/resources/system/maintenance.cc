@@ -75,7 +75,7 @@ Answer put_configuration_data(Request& req, const RouteArgs&) {
 // names the file in its reply; the file goes out as it is.
 Answer get_configuration_data(Request& req, const RouteArgs&) {
   control_message msg(kCommandConfigurationFile);
-  if (req.control().send_control_message(msg) != kStatusOk)
+  if (req.control().send_control_message(msg) != ControlResult::ok)
     return Answer::status(kStatusDeviceError);
   // The name need not be terminated within the payload: bound it.
   char name[1024];

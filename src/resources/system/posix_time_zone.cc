@@ -14,33 +14,20 @@ namespace {
 bool is_letter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
-// A left-to-right reader of one TZ string. Each stage returns 0 or its
-// fault code; ranges are checked once the whole text has been read.
+// A left-to-right reader of one TZ string. Each stage says whether its part
+// was well formed; ranges are checked once the whole text has been read.
 class TzReader {
  public:
   explicit TzReader(const char* text) : p_(text) {}
 
-  int read() {
-    int fault = name(-1);
-    if (fault != 0) return fault;
-    if (!starts_offset()) return -4;
-    if (!offset()) return -2;
-    if (*p_ == '\0') return 0;
-    if (!is_letter(*p_)) return -2;
-    fault = name(-3);
-    if (fault != 0) return fault;
-    if (starts_offset() && !offset()) return -5;
-    if (*p_ == '\0') return 0;
-    if (*p_ != ',') return -5;
-    ++p_;
-    fault = rule();
-    if (fault != 0) return fault;
-    if (*p_ != ',') return -6;
-    ++p_;
-    fault = rule();
-    if (fault != 0) return fault;
-    if (*p_ != '\0') return -7;
-    return ranges();
+  bool read() {
+    if (!name() || !starts_offset() || !offset()) return false;
+    if (*p_ == '\0') return true;
+    if (!name()) return false;
+    if (starts_offset() && !offset()) return false;
+    if (*p_ == '\0') return true;
+    if (*p_++ != ',' || !rule() || *p_++ != ',' || !rule()) return false;
+    return *p_ == '\0' && ranges();
   }
 
  private:
@@ -53,11 +40,11 @@ class TzReader {
   };
 
   // A zone name: at least three letters.
-  int name(int fault) {
+  bool name() {
     for (int i = 0; i < 3; ++i, ++p_)
-      if (!is_letter(*p_)) return fault;
+      if (!is_letter(*p_)) return false;
     while (is_letter(*p_)) ++p_;
-    return 0;
+    return true;
   }
 
   bool starts_offset() const { return *p_ == '+' || *p_ == '-' || is_digit(*p_); }
@@ -101,42 +88,42 @@ class TzReader {
   }
 
   // Jn | n | Mm.w.d, then an optional /time.
-  int rule() {
+  bool rule() {
     rule_date d;
     if (*p_ == 'J') {
       ++p_;
       d.kind = 'J';
-      if (!day_number(&d.day)) return -6;
+      if (!day_number(&d.day)) return false;
     } else if (*p_ == 'M') {
       ++p_;
       d.kind = 'M';
       if (!day_number(&d.month) || *p_++ != '.' || !day_number(&d.week) || *p_++ != '.' ||
           !day_number(&d.weekday))
-        return -6;
+        return false;
     } else {
       d.kind = 'D';
-      if (!day_number(&d.day)) return -6;
+      if (!day_number(&d.day)) return false;
     }
     dates_.push_back(d);
     if (*p_ == '/') {
       ++p_;
       clock_time t;
-      if (*p_ == '+' || *p_ == '-' || !clock(&t)) return -7;
+      if (*p_ == '+' || *p_ == '-' || !clock(&t)) return false;
       times_.push_back(t);
     }
-    return 0;
+    return true;
   }
 
-  int ranges() const {
+  bool ranges() const {
     for (const rule_date& d : dates_) {
       bool bad = (d.kind == 'J' && (d.day < 1 || d.day > 365)) || (d.kind == 'D' && d.day > 365) ||
                  (d.kind == 'M' &&
                   (d.month < 1 || d.month > 12 || d.week < 1 || d.week > 5 || d.weekday > 6));
-      if (bad) return -10;
+      if (bad) return false;
     }
     for (const clock_time& t : times_)
-      if (t.hours > 23 || t.minutes > 59 || t.seconds > 59) return -11;
-    return 0;
+      if (t.hours > 23 || t.minutes > 59 || t.seconds > 59) return false;
+    return true;
   }
 
   const char* p_;
@@ -146,8 +133,8 @@ class TzReader {
 
 }  // namespace
 
-int validate_posix_time_zone(const char* text) {
-  if (text == nullptr || *text == '\0') return 0;
+bool is_posix_time_zone(const char* text) {
+  if (text == nullptr || *text == '\0') return true;
   return TzReader(text).read();
 }
 

@@ -19,17 +19,10 @@ bool read_posix_time_zone(Request& req, std::string* zone);
 std::string last_line_of_zone_file(const std::string& contents);
 
 // Checks a text against the POSIX TZ grammar
-// (std offset [dst [offset] [,start[/time],end[/time]]]). Returns 0 when
-// it is acceptable (the empty text included) or the fault found:
-//   -1 / -3  a non-letter among the first three letters of the standard /
-//            daylight name
-//   -4       no offset after the standard name
-//   -2       a wrong character in or after the standard offset
-//   -5       a wrong character in or after the daylight offset
-//   -6       a wrong character in a rule's date
-//   -7       a wrong character in a rule's time, or after the rules
-//   -10      a rule date out of range; -11 a rule time out of range
-int validate_posix_time_zone(const char* text);
+// (std offset [dst [offset] [,start[/time],end[/time]]]): names of three
+// letters or more, offsets [+|-]hh[:mm[:ss]], rule dates Jn, n or Mm.w.d
+// in range, rule times in range. The empty text is acceptable.
+bool is_posix_time_zone(const char* text);
 
 }  // namespace psia
 

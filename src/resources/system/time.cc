@@ -143,7 +143,7 @@ Answer put_time(Request& req, const RouteArgs&) {
   }
   // A zone too long to keep whole is refused: cut, it could name another.
   auto& current = req.camera().current_zone;
-  if (std::strlen(zone) >= sizeof current || validate_posix_time_zone(zone) < 0)
+  if (std::strlen(zone) >= sizeof current || !is_posix_time_zone(zone))
     return Answer::status(kStatusDeviceError);
   copy_bounded(current, zone);
   if (current[0] == '\0') unsetenv("TZ");  // back to the system's zone
