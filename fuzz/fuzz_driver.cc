@@ -274,7 +274,9 @@ FuzzCamera& camera() {
   setenv("PSIA_REPLY_QUEUE_KEY", std::to_string(c->reply_key).c_str(), 1);
   setenv("HOSTNAME", "fuzz-camera", 1);
   setenv("TZ", "UTC0", 1);
-  psia::Settings settings = psia::load_settings();
+  psia::Settings settings;
+  std::vector<std::string> problems;
+  if (!psia::load_settings(&settings, &problems)) abort();
 
   std::string database = settings.host_path("/usr/local/korvia/kkorvia.db");
   if (sqlite3_open(":memory:", &c->pristine) != SQLITE_OK ||

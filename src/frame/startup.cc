@@ -41,6 +41,8 @@ bool start_up(request_context& ctx) {
   // a connection closed under a write is that write's error.
   signal(SIGXFSZ, SIG_IGN);
   signal(SIGPIPE, SIG_IGN);
+  ctx.guard = LoginGuard(ctx.settings.login_attempts, ctx.settings.login_lockout,
+                         ctx.settings.login_budget);
   if (!ctx.store.open(ctx.settings.host_path(kDatabasePath), &ctx.clock) ||
       !has_camera_tables(ctx.store)) {
     ctx.log.error("PSIA: DB Open Failed\n");

@@ -9,6 +9,7 @@
 
 #include "control/control_message.h"
 #include "io/request_body.h"
+#include "io/settings.h"
 #include "io/xml_input.h"
 #include "store/database.h"
 #include "util/clock.h"
@@ -16,27 +17,6 @@
 #include "util/login_guard.h"
 
 namespace psia {
-
-// Settings read once at start-up. Under FastCGI the environment is replaced
-// by each request's parameters, so they cannot be read later.
-struct Settings {
-  std::string root;              // PSIA_ROOT, put in front of absolute paths
-  int request_queue_key = 1111;  // PSIA_REQUEST_QUEUE_KEY
-  int reply_queue_key = 2222;    // PSIA_REPLY_QUEUE_KEY
-  // The device name shown when the database has none: HOSTNAME as the
-  // responder was started, else the system's host name.
-  std::string host_name;
-  // The login guard (PSIA_LOGIN_ATTEMPTS failures in a row lock an address
-  // out for PSIA_LOGIN_LOCKOUT seconds, doubling); 0 turns it off.
-  int login_attempts = 10;
-  int login_lockout = 60;
-
-  // An absolute file path of the camera, moved below `root` when it is set.
-  std::string host_path(const std::string& absolute_path) const;
-};
-
-// The settings of the process environment.
-Settings load_settings();
 
 // The last absolute PTZ position sent: the same position is not sent twice
 // in a row.
