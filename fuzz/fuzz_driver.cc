@@ -437,7 +437,8 @@ void fuzz_new_input() {
     c.seen_version = data_version(c.version);
   }
   psia::request_context& ctx = *c.ctx;
-  ctx.guard = psia::LoginGuard(ctx.settings.login_attempts, ctx.settings.login_lockout);
+  ctx.guard = psia::LoginGuard(ctx.settings.login_attempts, ctx.settings.login_lockout,
+                               ctx.settings.login_budget);
   ctx.current_zone[0] = '\0';
   ctx.last_absolute = psia::PtzPosition();
   ctx.ptz_support = c.ptz_support;
