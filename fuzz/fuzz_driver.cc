@@ -273,7 +273,9 @@ FuzzCamera& camera() {
   setenv("PSIA_REPLY_QUEUE_KEY", std::to_string(c->reply_key).c_str(), 1);
   setenv("HOSTNAME", "fuzz-camera", 1);
   setenv("TZ", "UTC0", 1);
-  psia::Settings settings = psia::load_settings();
+  psia::Settings settings;
+  std::vector<std::string> problems;
+  if (!psia::load_settings(&settings, &problems)) abort();
 
   std::string database = settings.host_path("/usr/local/korvia/kkorvia.db");
   if (sqlite3_open(":memory:", &c->pristine) != SQLITE_OK ||
@@ -433,7 +435,8 @@ void fuzz_new_input() {
     c.seen_version = data_version(c.version);
   }
   psia::request_context& ctx = *c.ctx;
-  ctx.camera = psia::CameraState(ctx.settings.login_attempts, ctx.settings.login_lockout);
+  ctx.camera = psia::CameraState(ctx.settings.login_attempts, ctx.settings.login_lockout,
+                                ctx.settings.login_budget);
   ctx.camera.device = c.device;
   // The queues a restarted daemon made are found again.
   ctx.control.attach(c.request_key, c.reply_key);

@@ -211,6 +211,14 @@ TEST(Executable, ServesOneRequestAsACgiProgram) {
   env.push_back("CONTENT_LENGTH=11");
   EXPECT_EQ(camera.run_cgi(env, "<x></x>....").out, kUnauthorized);
 
+  // A setting that does not read refuses to serve, even a request that needs no guard.
+  env.push_back("PSIA_LOGIN_ATTEMPTS=ten");
+  answer = camera.run_cgi(env);
+  EXPECT_EQ(answer.exit_status, 255);
+  EXPECT_EQ(answer.out, "");
+  EXPECT_EQ(answer.err.rfind("PSIA: PSIA_LOGIN_ATTEMPTS=\"ten\" is not a setting: it takes a whole number", 0), 0u);
+  env.pop_back();
+
   ASSERT_EQ(unlink(camera.path("/usr/local/korvia/kkorvia.db").c_str()), 0);
   answer = camera.run_cgi(env);
   EXPECT_EQ(answer.exit_status, 255);
@@ -220,7 +228,7 @@ TEST(Executable, ServesOneRequestAsACgiProgram) {
 
 const int64_t kSecond = 1000000;
 
-TEST(LoginGuard, LocksOutDoublingUpToFifteenMinutesWithoutAskingTheDatabase) {
+TEST(LoginGuard, LocksOutDoublingUpToFifteenMinutes) {
   // Each step: failures from an address at a time (-1: a successful login), whether it is then locked, and the
   // lock-out the last failure started.
   // clang-format off
@@ -237,69 +245,215 @@ TEST(LoginGuard, LocksOutDoublingUpToFifteenMinutesWithoutAskingTheDatabase) {
       {"A", 10, 2002 * kSecond, true, 60 * kSecond},
   };
   // clang-format on
-  psia::LoginGuard guard(10, 60);
+  psia::LoginGuard guard(10, 60, 0);
+  using Verdict = psia::LoginGuard::Verdict;
   for (const Step& s : steps) {
     int64_t lockout = 0;
-    if (s.failures < 0) guard.succeeded(s.address);
-    for (int i = 0; i < s.failures; ++i) lockout = guard.failed(s.address, s.at);
-    EXPECT_EQ(guard.locked(s.address, s.at + (s.failures > 0 ? 1 : 0)), s.locked) << s.address << " at " << s.at;
+    psia::GuardKey key = psia::guard_key(s.address);
+    if (s.failures < 0) guard.succeeded(key, s.at);
+    for (int i = 0; i < s.failures; ++i) lockout = guard.failed(key, s.at).lockout_us;
+    EXPECT_EQ(guard.admit(key, s.at + (s.failures > 0 ? 1 : 0)) == Verdict::locked_out, s.locked) << s.at;
     EXPECT_EQ(lockout, s.lockout) << s.address << " at " << s.at;
   }
   for (const auto& [attempts, lockout] : std::vector<std::pair<int, int>>{{0, 60}, {10, 0}}) {
     psia::LoginGuard off(attempts, lockout);
-    for (int i = 0; i < 50; ++i) off.failed("A", i);
-    EXPECT_FALSE(off.locked("A", 51));
+    for (int i = 0; i < 500; ++i) off.failed(psia::guard_key("A"), i);
+    EXPECT_EQ(off.admit(psia::guard_key("A"), 501), Verdict::check);
   }
-  // A flood of addresses is forgotten, not kept.
-  psia::LoginGuard flooded(2, 60);
-  for (int i = 0; i < 2; ++i) flooded.failed("locked", 0);
-  for (int i = 0; i < 1000; ++i) flooded.failed("10.0." + std::to_string(i), 1 + i);
-  EXPECT_EQ(flooded.size(), psia::LoginGuard::kAddresses);
-  EXPECT_TRUE(flooded.locked("locked", 2000));  // spared while others can go
-  // A locked address is refused without the database, and the trail records it.
-  Camera camera;
-  for (int i = 0; i < 10; ++i) camera.request(get_as("/PSIA/index", basic_authorization("admin", "nope")));
-  {
-    // The right password is refused as well, with the same bytes, and the database is not asked: a lock held on it
-    // costs no wait.
-    DatabaseLock lock(camera, "begin exclusive");
-    EXPECT_EQ(camera.get("/PSIA/index").rfind("Status: 401 Unauthorized\n", 0), 0u);
-    EXPECT_EQ(camera.clock().now_us, 0);
+  // Addresses as they are counted: IPv4 alone, IPv6 by the /64, IPv4-mapped as IPv4, anything else by its text.
+  // clang-format off
+  const std::pair<const char*, const char*> keys[] = {
+      {"192.0.2.1", "192.0.2.1"}, {"::ffff:192.0.2.1", "192.0.2.1"}, {"2001:db8:1:2:3:4:5:6", "2001:db8:1:2::/64"},
+      {"2001:DB8:1:2::9", "2001:db8:1:2::/64"}, {"fe80::1%eth0", "fe80::/64"}, {"::1", "::/64"},
+      {"192.0.2.1.5", "192.0.2.1.5"}, {"", ""}, {"unix:/run/x", "unix:/run/x"},
+      {"01.2.3.4", "01.2.3.4"} /* not a dotted quad inet_pton takes */};
+  // clang-format on
+  for (const auto& [address, shown] : keys) {
+    char text[64];
+    psia::guard_key_text(psia::guard_key(address), text, sizeof text);
+    EXPECT_EQ(std::string(text), shown) << address;
   }
-  camera.clock().now_us = 61 * kSecond;
-  EXPECT_EQ(camera.get("/PSIA/index"), document_answer(golden("index.xml")));
-  camera.put("/PSIA/System/time/timeZone", "JST-9");
-  const std::string refused = "36 refused login from 192.0.2.10 as \"admin\": ";
-  std::vector<std::string> expected(9, refused + "wrong password");
-  expected.push_back("36 locked out 192.0.2.10 for 60 s after 10 failed logins");
-  expected.push_back(refused + "wrong password");
-  expected.push_back(refused + "locked out");
-  expected.push_back("29 PUT /PSIA/System/time/timeZone from 192.0.2.10 by \"admin\": status 1");
-  EXPECT_EQ(camera.syslog(), expected);
+  char text[64];
+  psia::guard_key_text(psia::guard_key(std::string(60, 'z').c_str()), text, sizeof text);
+  EXPECT_EQ(std::string(text), std::string(46, 'z'));  // cut to the key
 }
 
-TEST(Audit, RequestTextsNeverSplitOrForgeALine) {
+// How many wrong passwords the responder checks in ten minutes, whatever the number of addresses: the figure that
+// SECURITY.md states. The attacker sends 50 logins a second, each from an address never seen before (IPv4 and
+// IPv6 in turn), none of them known.
+TEST(LoginGuard, NoNumberOfAddressesBuysMoreThanTheBudget) {
+  psia::LoginGuard guard(10, 60, psia::LoginGuard::kDefaultBudget);
+  const int64_t kWindow = 600 * kSecond, kStep = 20000;
+  int checked = 0, first_minute = 0;
+  for (int64_t now = 0, i = 0; now < kWindow; now += kStep, ++i) {
+    std::string address = i % 2 == 0 ? "10." + std::to_string(i / 65536 % 256) + "." + std::to_string(i / 256 % 256) +
+                                           "." + std::to_string(i % 256)
+                                     : "2001:db8:" + std::to_string(i % 9999) + ":" + std::to_string(i / 9999) + "::1";
+    psia::GuardKey key = psia::guard_key(address.c_str());
+    if (guard.admit(key, now) != psia::LoginGuard::Verdict::check) continue;
+    ++checked;
+    if (now < 60 * kSecond) ++first_minute;
+    guard.failed(key, now);
+  }
+  std::printf("worst case: %d password checks in %lld s (%d in the first minute)\n", checked,
+              static_cast<long long>(kWindow / kSecond), first_minute);
+  // The whole budget at once, then one every 0.6 s, from the start: at most 100 + 100 * t / 60 s in t.
+  EXPECT_EQ(first_minute, 199);
+  EXPECT_EQ(checked, 1099);
+}
+
+// Each case: the guard, what comes before (requests from their addresses; the database may be locked meanwhile),
+// then one login with the right password: its answer, the virtual clock after it, the whole log once the next
+// requests have come, and the next requests (right password, from an address at a time), which are served.
+TEST(LoginGuard, CannotBeOutrunAndABusyDatabaseIsNoFailedLogin) {
+  const std::string kIndex = document_answer(golden("index.xml"));
+  auto login = [](Camera& camera, const std::string& address, const char* password = "admin") {
+    Req r = get_as("/PSIA/index", basic_authorization("admin", password));
+    r.remote_addr = address;
+    return camera.request(r);
+  };
+  auto fail = [&login](Camera& camera, const std::string& address, int times = 1) {
+    for (int i = 0; i < times; ++i) login(camera, address, "guess");
+  };
+  auto many = [](const std::string& prefix, int count) {
+    std::vector<std::string> out;
+    for (int i = 0; i < count; ++i) out.push_back(prefix + std::to_string(i / 256) + "." + std::to_string(i % 256));
+    return out;
+  };
+  const std::string refused = "36 refused login from ";
+  auto refusals = [&refused](const std::vector<std::string>& addresses, const std::string& reason) {
+    std::vector<std::string> out;
+    for (const std::string& a : addresses) out.push_back(refused + a + " as \"admin\": " + reason);
+    return out;
+  };
+  auto lines = [](std::vector<std::vector<std::string>> parts) {
+    std::vector<std::string> out;
+    for (auto& part : parts) out.insert(out.end(), part.begin(), part.end());
+    return out;
+  };
+  std::vector<std::string> full_table;  // every address locked out, the first 64 refusals written
+  for (const std::string& a : many("10.1.", 256)) {
+    full_table.push_back("36 locked out " + a + " for 60 s after 1 failed logins");
+    if (full_table.size() < 2 * 64) full_table.push_back(refused + a + " as \"admin\": wrong password");
+  }
+  const std::string budget_spent = " failed logins a minute from all addresses; addresses without a login wait";
+  struct GuardCase {
+    const char* name;
+    int attempts, lockout, budget;
+    std::function<void(Camera&)> before;
+    bool database_locked;
+    std::string address;
+    bool admitted;
+    int64_t at;
+    std::vector<std::string> log;
+    std::vector<std::pair<std::string, int64_t>> next;
+  };
+  // clang-format off
+  const GuardCase cases[] = {
+      {"rotating addresses do not free a locked one", 10, 60, 100,
+       [&](Camera& c) { fail(c, "198.51.100.1", 10); for (const std::string& a : many("10.0.", 300)) fail(c, a); },
+       false, "198.51.100.1", false, 0,
+       lines({refusals({"198.51.100.1"}, "wrong password"), {"36 locked out 198.51.100.1 for 60 s after 10 failed logins"},
+              refusals(many("10.0.", 63), "wrong password"), {"36 login budget spent: 100" + budget_spent,
+              "36 10 more refused from 198.51.100.1", "36 237 more refused from other addresses"}}),
+       {{"198.51.100.1", 61 * kSecond}}},
+      {"an IPv6 client is counted by its /64", 10, 60, 0,
+       [&](Camera& c) { for (int i = 1; i <= 10; ++i) fail(c, "2001:db8:1:2::" + std::to_string(i)); },
+       false, "2001:db8:1:2:ffff::1", false, 0,
+       lines({refusals({"2001:db8:1:2::1"}, "wrong password"), {"36 locked out 2001:db8:1:2::/64 for 60 s after 10 failed "
+              "logins", "36 10 more refused from 2001:db8:1:2::/64"}}),
+       {{"2001:db8:1:3::1", 0}, {"2001:db8:1:2::1", 60 * kSecond}}},
+      {"an IPv4-mapped address is the IPv4 address", 10, 60, 0, [&](Camera& c) { fail(c, "::ffff:192.0.2.77", 10); },
+       false, "192.0.2.77", false, 0,
+       lines({refusals({"::ffff:192.0.2.77"}, "wrong password"), {"36 locked out 192.0.2.77 for 60 s after 10 failed logins"}}),
+       {{"192.0.2.78", 0}}},
+      {"the shared budget holds back unknown addresses, not known ones", 10, 60, 20,
+       [&](Camera& c) { login(c, "192.0.2.10"); for (const std::string& a : many("10.0.", 20)) fail(c, a); },
+       false, "198.51.100.200", false, 0,
+       lines({refusals(many("10.0.", 19), "wrong password"), {"36 login budget spent: 20" + budget_spent},
+              refusals({"10.0.0.19"}, "wrong password"), refusals({"198.51.100.200"}, "login budget spent")}),
+       {{"192.0.2.10", 0}, {"198.51.100.200", 3 * kSecond}}},  // one failure's share of the minute later
+      {"a table full of locked addresses forgets none of them", 1, 60, 0,
+       [&](Camera& c) { for (const std::string& a : many("10.1.", 300)) fail(c, a); },
+       false, "10.1.0.0", false, 0,
+       lines({full_table, {"36 1 more refused from 10.1.0.0", "36 236 more refused from other addresses"}}),
+       {{"10.2.0.1", 60 * kSecond}}},
+      {"a busy database is no failed login", 10, 60, 100, [&](Camera& c) { for (int i = 0; i < 12; ++i) login(c, "192.0.2.10"); },
+       true, "192.0.2.10", false, 13 * 1050000,  // each login waits out the busy handler
+       refusals({"192.0.2.10"}, "database busy or unreadable"),
+       {{"192.0.2.10", 0}}},
+      {"refusals are written once a minute an address", 0, 0, 0,
+       [&](Camera& c) { fail(c, "192.0.2.10", 1000); c.clock().now_us = 30 * kSecond; fail(c, "192.0.2.10"); },
+       false, "192.0.2.10", true, 30 * kSecond,
+       lines({refusals({"192.0.2.10"}, "wrong password"), {"36 1000 more refused from 192.0.2.10"}}),
+       {{"192.0.2.10", 60 * kSecond}}},
+  };
+  // clang-format on
+  for (const GuardCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    Camera camera;
+    camera.ctx().camera.guard = psia::LoginGuard(c.attempts, c.lockout, c.budget);
+    std::unique_ptr<DatabaseLock> lock;
+    if (c.database_locked) lock = std::make_unique<DatabaseLock>(camera, "begin exclusive");
+    c.before(camera);
+    EXPECT_EQ(login(camera, c.address), c.admitted ? kIndex : kUnauthorized);
+    EXPECT_EQ(camera.clock().now_us, c.at);
+    lock.reset();
+    for (const auto& [address, at] : c.next) {
+      camera.clock().now_us = std::max(camera.clock().now_us, at);
+      EXPECT_EQ(login(camera, address), kIndex) << address;
+    }
+    EXPECT_EQ(camera.syslog(), c.log);
+  }
+}
+
+TEST(Audit, RequestTextsNeverSplitOrForgeALineAndTheFixedFieldsComeFirst) {
+  // Each text in at most 16 bytes, escaped: a text that does not fit is cut before an escape, never inside one.
   // clang-format off
   const std::pair<std::string, std::string> cases[] = {
-      {"plain", "plain"}, {"a\nb\rc\x01\x7f", "a\\x0ab\\x0dc\\x01\\x7f"}, {"\"quoted\" \\", "\\\"quoted\\\" \\\\"},
-      {"caf\xc3\xa9", "caf\\xc3\\xa9"}, {std::string(200, 'x'), std::string(64, 'x') + "..."}};
+      {"plain", "plain"}, {"a\nb\rc\x01", "a\\x0ab\\x0dc\\x01"}, {"\"quoted\" \\", "\\\"quoted\\\" \\\\"},
+      {"caf\xc3\xa9", "caf\\xc3\\xa9"}, {std::string(16, 'x'), std::string(16, 'x')}, {std::string(17, 'x'), std::string(13, 'x') + "..."},
+      {"ab\x7f" "cdefghijk", "ab\\x7fcdefghijk"} /* 16 whole */, {"abcdefghijk\x7f" "cd", "abcdefghijk..."}};
   // clang-format on
   for (const auto& [text, shown] : cases) {
     psia::text_buffer line;
-    psia::append_printable(line, text.c_str(), 64);
+    psia::append_printable(line, text.c_str(), 16);
     EXPECT_EQ(std::string(line.data(), line.length()), shown);
   }
   Camera camera;
-  camera.ctx().camera.guard = psia::LoginGuard(0, 0);
   Req r = get_as("/PSIA/Custom/Event/notification/ftp/x\n29 forged line", basic_authorization("admin\nfake", "x"));
   r.method = "DELETE";
   camera.request(r);
   r.authorization = basic_authorization("admin", "admin");
   camera.request(r);
-  const std::string forged = "DELETE /PSIA/Custom/Event/notification/ftp/x\\x0a29 forged line from 192.0.2.10";
   EXPECT_EQ(camera.syslog(),
             (std::vector<std::string>{"36 refused login from 192.0.2.10 as \"admin\\x0afake\": unknown user",
-                                      "29 " + forged + " by \"admin\": status 1"}));
+                                      "29 DELETE from 192.0.2.10 by \"admin\": status 1, path "
+                                      "\"/PSIA/Custom/Event/notification/ftp/x\\x0a29 forged line\""}));
+  // Hostile paths: the line keeps its source, user, method and outcome, and fits the log's line whole.
+  const std::string utf8 = "\xe6\x97\xa5";
+  std::string quoted_utf8 = "/PSIA/" + std::string(200, 'p');
+  for (int k = 0; k < 300; ++k) quoted_utf8 += "%22" + utf8 + "\"";
+  const std::string paths[] = {"/PSIA/x?%22%3C", "/PSIA/" + utf8, "/PSIA/" + std::string(600, 'p'), quoted_utf8};
+  psia::Log log;
+  std::vector<std::string> written;
+  log.set_syslog([&](int, const char* line) { written.push_back(line); });
+  for (const std::string& path : paths)
+    psia::audit_change(log, "2001:db8::1", std::string(31, '\x01').c_str(), "PUT", path.c_str(),
+                       psia::Answer::statuses({1, 2}));
+  ASSERT_EQ(written.size(), 4u);
+  std::string escaped_user;
+  for (int k = 0; k < 31; ++k) escaped_user += "\\x01";
+  const std::string fixed = "PUT from 2001:db8::1 by \"" + escaped_user + "\": status 1, then 2, path \"";
+  EXPECT_EQ(written[0], fixed + "/PSIA/x?%22%3C\"");
+  EXPECT_EQ(written[1], fixed + "/PSIA/\\xe6\\x97\\xa5\"");
+  for (int i = 2; i < 4; ++i) {
+    // Full, but for the escape that did not fit.
+    EXPECT_LE(written[i].size(), psia::Log::kLineLimit) << written[i];
+    EXPECT_GT(written[i].size() + 4, psia::Log::kLineLimit) << written[i];
+    EXPECT_EQ(written[i].rfind(fixed, 0), 0u) << written[i];
+    EXPECT_EQ(written[i].substr(written[i].size() - 4), "...\"") << written[i];
+  }
 }
 
 TEST(Audit, TheExecutableWritesToTheSystemLogger) {
@@ -309,27 +463,42 @@ TEST(Audit, TheExecutableWritesToTheSystemLogger) {
   std::snprintf(address.sun_path, sizeof address.sun_path, "%s", camera.path("/dev/log").c_str());
   ASSERT_EQ(bind(logger, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
   const std::string body = "<DeviceInfo><deviceName>hall</deviceName></DeviceInfo>";
-  auto run = [&](const char* password) {
+  // Local time is 9 hours ahead of UTC in the process (as after a client's PUT time): the lines are stamped in UTC.
+  auto run = [&](const char* password, const std::string& setting = "PSIA_LOGIN_BUDGET=") {
     camera.run_cgi({"REQUEST_METHOD=PUT", "REQUEST_URI=/PSIA/System/deviceInfo", "REMOTE_ADDR=198.51.100.7",
-                    "CONTENT_LENGTH=" + std::to_string(body.size()),
+                    "CONTENT_LENGTH=" + std::to_string(body.size()), "TZ=JST-9", setting,
                     "HTTP_AUTHORIZATION=" + basic_authorization("admin", password)},
                    body);
   };
+  time_t before = time(nullptr);
   for (const char* password : {"guess", "admin"}) run(password);
+  run("admin", "PSIA_LOGIN_LOCKOUT=-1");
   unlink(camera.path("/usr/local/korvia/kkorvia.db").c_str());
   run("admin");
+  time_t after = time(nullptr);
   std::vector<std::string> got;
   char datagram[2048];
   for (ssize_t n; (n = recv(logger, datagram, sizeof datagram, MSG_DONTWAIT)) > 0;) {
     std::string line(datagram, static_cast<size_t>(n));
-    // "<PRI>Mmm dd hh:mm:ss psia-responder[pid]: text": the clock and the process id vary.
+    // "<PRI>Mmm dd hh:mm:ss psia-responder[pid]: text": the process id varies, the stamp is a second of the run.
     size_t tag = line.find(" psia-responder[");
+    std::string stamp = line.substr(line.find('>') + 1, tag - line.find('>') - 1);
+    bool utc = false;
+    for (time_t t = before; t <= after && !utc; ++t) {
+      char expected[32];
+      struct tm parts;
+      strftime(expected, sizeof expected, "%b %e %H:%M:%S", gmtime_r(&t, &parts));
+      utc = stamp == expected;
+    }
+    EXPECT_TRUE(utc) << line;
     got.push_back(line.substr(0, line.find('>') + 1) + line.substr(line.find("]: ", tag) + 3));
   }
   close(logger);
   EXPECT_EQ(got, (std::vector<std::string>{
                      "<36>refused login from 198.51.100.7 as \"admin\": wrong password",
-                     "<29>PUT /PSIA/System/deviceInfo from 198.51.100.7 by \"admin\": status 1",
+                     "<29>PUT from 198.51.100.7 by \"admin\": status 1, path \"/PSIA/System/deviceInfo\"",
+                     "<27>PSIA: PSIA_LOGIN_LOCKOUT=\"-1\" is not a setting: it takes a whole number (digits only) "
+                     "from 0 to 900, seconds of the first lock-out; 0 turns the login guard off",
                      "<27>PSIA: DB Open Failed",
                  }));
 }

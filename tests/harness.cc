@@ -138,7 +138,7 @@ std::string Camera::request(const Req& r) {
   params.authorization = r.authorization.empty() ? nullptr : r.authorization.c_str();
   bool has_length = !r.no_content_length && (r.content_length != nullptr || !r.body.empty() || r.method != "GET");
   params.content_length = has_length ? length.c_str() : nullptr;
-  params.remote_addr = "192.0.2.10";
+  params.remote_addr = r.remote_addr.c_str();
   psia::StringInput in(r.body);
   psia::StringOutput out;
   psia::serve_request(*ctx_, params, in, out);

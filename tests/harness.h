@@ -38,6 +38,7 @@ struct Req {
   // CONTENT_LENGTH: the body's size unless given; none for a bodiless GET.
   const char* content_length = nullptr;
   bool no_content_length = false;
+  std::string remote_addr = "192.0.2.10";  // REMOTE_ADDR
 };
 // A GET with the Authorization header `authorization`.
 Req get_as(const std::string& uri, const std::string& authorization);

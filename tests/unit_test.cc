@@ -8,6 +8,7 @@
 #include "frame/authentication.h"
 #include "io/answer.h"
 #include "io/request_body.h"
+#include "io/settings.h"
 #include "io/stream.h"
 #include "resources/ptz/ptz_motion.h"
 #include "resources/system/posix_time_zone.h"
@@ -189,6 +190,61 @@ TEST(Answers, StatusCodesOutsideTheTableAndAFileShorterThanAnnounced) {
   write_answer(out, Answer::file(std::move(fd), 2000), "/x");
   // A piece read short is not sent: the headers stand, the copy ends.
   EXPECT_EQ(out.text, "Content-Type: application/octet-stream\nContent-length: 2000\n\n");
+}
+
+TEST(Settings, EveryNumberReadsWholeOrTheResponderDoesNotStart) {
+  // A variable and its value: the value read, or the start-up error (the accepted values are the same for every
+  // bad value of one setting).
+  const std::string attempts =
+      "\" is not a setting: it takes a whole number (digits only) from 0 to 1000, failed "
+      "logins before a lock-out; 0 turns the login guard off";
+  const std::string lockout =
+      "\" is not a setting: it takes a whole number (digits only) from 0 to 900, seconds of "
+      "the first lock-out; 0 turns the login guard off";
+  const std::string key =
+      "\" is not a setting: it takes a whole number (digits only) from 1 to 2147483647, the "
+      "control daemon's request queue key";
+  // clang-format off
+  const struct { const char *name, *value; int read; std::string error; } cases[] = {
+      {"PSIA_LOGIN_ATTEMPTS", "7", 7}, {"PSIA_LOGIN_ATTEMPTS", "0", 0}, {"PSIA_LOGIN_ATTEMPTS", "", 10} /* default */,
+      {"PSIA_LOGIN_ATTEMPTS", "007", 7}, {"PSIA_LOGIN_ATTEMPTS", "1000", 1000},
+      {"PSIA_LOGIN_ATTEMPTS", "ten", 0, "PSIA: PSIA_LOGIN_ATTEMPTS=\"ten" + attempts},
+      {"PSIA_LOGIN_ATTEMPTS", "1001", 0, "PSIA: PSIA_LOGIN_ATTEMPTS=\"1001" + attempts},
+      {"PSIA_LOGIN_ATTEMPTS", " 10", 0, "PSIA: PSIA_LOGIN_ATTEMPTS=\" 10" + attempts},
+      {"PSIA_LOGIN_ATTEMPTS", "+10", 0, "PSIA: PSIA_LOGIN_ATTEMPTS=\"+10" + attempts},
+      {"PSIA_LOGIN_LOCKOUT", "-1", 0, "PSIA: PSIA_LOGIN_LOCKOUT=\"-1" + lockout},
+      {"PSIA_LOGIN_LOCKOUT", "1m", 0, "PSIA: PSIA_LOGIN_LOCKOUT=\"1m" + lockout},
+      {"PSIA_LOGIN_LOCKOUT", "99999999999999999999", 0, "PSIA: PSIA_LOGIN_LOCKOUT=\"99999999999999999999" + lockout},
+      {"PSIA_LOGIN_LOCKOUT", "6\n0", 0, "PSIA: PSIA_LOGIN_LOCKOUT=\"6?0" + lockout},
+      {"PSIA_LOGIN_BUDGET", "100000", 100000}, {"PSIA_LOGIN_BUDGET", "0", 0},
+      {"PSIA_LOGIN_BUDGET", "1e3", 0, "PSIA: PSIA_LOGIN_BUDGET=\"1e3\" is not a setting: it takes a whole number (digits "
+                                     "only) from 0 to 100000, failed logins a minute from all addresses; 0: no shared budget"},
+      {"PSIA_REQUEST_QUEUE_KEY", "0", 0, "PSIA: PSIA_REQUEST_QUEUE_KEY=\"0" + key} /* IPC_PRIVATE */,
+      {"PSIA_REQUEST_QUEUE_KEY", "0x457", 0, "PSIA: PSIA_REQUEST_QUEUE_KEY=\"0x457" + key},
+      {"PSIA_REQUEST_QUEUE_KEY", "2147483647", 2147483647},
+      {"PSIA_REQUEST_QUEUE_KEY", "9999999999999999999999999999999999999999", 0, "PSIA: PSIA_REQUEST_QUEUE_KEY=\"" + std::string(32, '9') + "..." + key},
+  };
+  // clang-format on
+  for (const auto& c : cases) {
+    Settings settings;
+    std::vector<std::string> problems;
+    bool usable = read_settings([&](const char* name) { return std::string(name) == c.name ? c.value : nullptr; },
+                                &settings, &problems);
+    EXPECT_EQ(usable, c.error.empty()) << c.name << "=" << c.value;
+    EXPECT_EQ(problems, c.error.empty() ? std::vector<std::string>{} : std::vector<std::string>{c.error});
+    if (!usable) continue;
+    const std::map<std::string, int> read = {{"PSIA_LOGIN_ATTEMPTS", settings.login_attempts},
+                                             {"PSIA_LOGIN_LOCKOUT", settings.login_lockout},
+                                             {"PSIA_LOGIN_BUDGET", settings.login_budget},
+                                             {"PSIA_REQUEST_QUEUE_KEY", settings.request_queue_key}};
+    EXPECT_EQ(read.at(c.name), c.read) << c.name << "=" << c.value;
+  }
+  // Every bad setting is named, not only the first.
+  Settings settings;
+  std::vector<std::string> problems;
+  EXPECT_FALSE(read_settings([](const char* name) { return std::strncmp(name, "PSIA_LOGIN", 10) == 0 ? "x" : nullptr; },
+                             &settings, &problems));
+  EXPECT_EQ(problems.size(), 3u);
 }
 
 TEST(Store, StatementsLeavingTheCacheAreFinalized) {

@@ -2,8 +2,10 @@
 // auth) and every request that changes the camera (facility daemon), with
 // the client's address and user. Nothing secret is written (no password,
 // no Authorization header, no body), and every text from the request is
-// made printable and cut to a fixed length, so a request can neither
-// forge nor split a line.
+// made printable and bounded by its escaped size, so a request can neither
+// forge nor split a line. The fixed fields (source, user, method, outcome)
+// come first and the path last, cut to the room left: every line fits the
+// log's line limit whole.
 #ifndef PSIA_FRAME_AUDIT_H
 #define PSIA_FRAME_AUDIT_H
 
@@ -17,12 +19,16 @@
 namespace psia {
 
 // Appends `text` with every byte outside printable ASCII (and '"' and '\')
-// written as an escape, cut to `limit` characters with "..." behind when
-// longer.
+// written as an escape, in at most `limit` bytes: a text that does not fit
+// is cut before an escape, never inside one, with "..." behind.
 void append_printable(text_buffer& line, const char* text, size_t limit);
 
 void audit_refused_login(Log& log, const char* address, const char* user, const char* reason);
+// The refusals of one address (`address` null: of addresses too many to
+// follow one by one) that were not written in the minute that ended.
+void audit_refusals_not_written(Log& log, const char* address, int more);
 void audit_lockout(Log& log, const char* address, int failures, int64_t lockout_us);
+void audit_budget_spent(Log& log, int budget);
 void audit_change(Log& log, const char* address, const char* user, const char* method,
                   const char* path, const Answer& answer);
 

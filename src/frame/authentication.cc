@@ -33,7 +33,10 @@ const char* refusal_text(Refusal refusal) {
     case Refusal::wrong_password: return "wrong password";
     case Refusal::not_administrator: return "not an administrator";
     case Refusal::unknown_user: return "unknown user";
+    case Refusal::store_failed: return "database busy or unreadable";
     case Refusal::locked_out: return "locked out";
+    case Refusal::budget_spent: return "login budget spent";
+    case Refusal::table_full: return "too many addresses locked out";
   }
   return "";
 }
@@ -57,6 +60,12 @@ authentication authenticate_request(Request& req) {
     return result;
   }
   QueryResult account = req.db().query("select * from UserAccount where UserID='%q'", result.who.user);
+  // A query that could not run says nothing about the password: it is no
+  // failed login, and the guard does not count it.
+  if (!account.ok()) {
+    result.refusal = Refusal::store_failed;
+    return result;
+  }
   if (!account.has_rows()) {
     result.refusal = Refusal::unknown_user;
     return result;

@@ -23,8 +23,11 @@ enum class Refusal {
   no_credentials,     // no Authorization header, or one too short to hold any
   wrong_password,     //
   not_administrator,  // the right password of an account of a level other than 0
-  unknown_user,       // no such account, or the query failed
+  unknown_user,       // no such account
+  store_failed,       // the account could not be read (database busy, locked or damaged)
   locked_out,         // the login guard refused the client's address
+  budget_spent,       // the guard's shared budget is spent and the address is unknown
+  table_full,         // the guard holds only locked-out addresses and this one is new
 };
 const char* refusal_text(Refusal refusal);
 

@@ -10,6 +10,8 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <string>
+#include <vector>
 
 #include "frame/request_loop.h"
 #include "frame/startup.h"
@@ -51,13 +53,20 @@ int main() {
   psia::SystemClock clock;
   // Settings are read before the first accept: FastCGI replaces the
   // environment with each request's parameters.
-  psia::request_context ctx(psia::load_settings(), clock);
+  psia::Settings settings;
+  std::vector<std::string> problems;
+  bool usable = psia::load_settings(&settings, &problems);
+  psia::request_context ctx(settings, clock);
   ctx.log.set_stream(write_error);
   psia::SyslogSocket syslog(ctx.settings.host_path("/dev/log"), "psia-responder");
   ctx.log.set_syslog([&syslog](int priority, const char* line) { syslog.send(priority, line); });
   // SIGTERM and SIGINT end the process after the request in hand; libfcgi
   // is told too, or its accept() would carry on after the signal.
   psia::install_stop_handlers(FCGX_ShutdownPending);
+  // A setting that does not read is never replaced by a guess: the guard's
+  // would fail open.
+  for (const std::string& problem : problems) ctx.log.error("%s\n", problem.c_str());
+  if (!usable) return -1;
   if (!psia::start_up(ctx)) return psia::stop_requested() ? 0 : -1;
 
   FcgiOutput out;

@@ -8,27 +8,50 @@ namespace psia {
 
 namespace {
 
-// Authentication behind the login guard: an address locked out is refused
-// before the database is asked anything.
+// Authentication behind the login guard: a login the guard holds back is
+// refused before the database is asked anything.
 authentication check_caller(Request& req, const char* address) {
   request_context& ctx = req.ctx;
+  LoginGuard& guard = ctx.camera.guard;
   int64_t now = ctx.clock.monotonic_us();
+  GuardKey key = guard_key(address);
+  guard.end_refusal_windows(now, [&ctx](const GuardKey* from, int more) {
+    char shown[64] = "";
+    if (from != nullptr) guard_key_text(*from, shown, sizeof shown);
+    audit_refusals_not_written(ctx.log, from != nullptr ? shown : nullptr, more);
+  });
   authentication who;
-  if (ctx.camera.guard.locked(address, now)) {
+  LoginGuard::Verdict verdict = guard.admit(key, now);
+  if (verdict == LoginGuard::Verdict::locked_out) {
     read_credentials(req.params.authorization, &who.who);
     who.refusal = Refusal::locked_out;
+  } else if (verdict != LoginGuard::Verdict::check) {
+    // Without credentials it is no attempt, and the answer is the same.
+    bool sent = read_credentials(req.params.authorization, &who.who);
+    who.refusal = !sent                                          ? Refusal::no_credentials
+                  : verdict == LoginGuard::Verdict::budget_spent ? Refusal::budget_spent
+                                                                 : Refusal::table_full;
   } else {
     who = authenticate_request(req);
+    // The check may have waited on a locked database.
+    now = ctx.clock.monotonic_us();
     if (who.refusal == Refusal::none) {
-      ctx.camera.guard.succeeded(address);
-    } else if (who.refusal != Refusal::no_credentials) {
-      // A request without credentials is no attempt: browsers send one
-      // before they ask their user.
-      int64_t lockout = ctx.camera.guard.failed(address, now);
-      if (lockout > 0) audit_lockout(ctx.log, address, ctx.settings.login_attempts, lockout);
+      guard.succeeded(key, now);
+    } else if (who.refusal != Refusal::no_credentials && who.refusal != Refusal::store_failed) {
+      // A request without credentials is no attempt (browsers send one
+      // before they ask their user), and a database that could not be read
+      // said nothing about the password.
+      LoginGuard::Failure failure = guard.failed(key, now);
+      if (failure.lockout_us > 0) {
+        char locked[64];
+        guard_key_text(key, locked, sizeof locked);
+        audit_lockout(ctx.log, locked, guard.table().attempts, failure.lockout_us);
+      }
+      if (failure.budget_spent) audit_budget_spent(ctx.log, guard.table().budget);
     }
   }
-  if (who.refusal != Refusal::none && who.refusal != Refusal::no_credentials)
+  if (who.refusal != Refusal::none && who.refusal != Refusal::no_credentials &&
+      guard.refusal_written(key, now))
     audit_refused_login(ctx.log, address, who.who.user, refusal_text(who.refusal));
   return who;
 }

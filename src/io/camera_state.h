@@ -31,8 +31,8 @@ struct PtzPosition {
 };
 
 struct CameraState {
-  CameraState(int login_attempts, int login_lockout_seconds)
-      : guard(login_attempts, login_lockout_seconds) {}
+  CameraState(int login_attempts, int login_lockout_seconds, int login_budget)
+      : guard(login_attempts, login_lockout_seconds, login_budget) {}
 
   DeviceFacts device;
   // The zone last given with PUT /PSIA/System/time (empty: none); the local

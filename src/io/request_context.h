@@ -15,6 +15,7 @@
 #include "control/control_message.h"
 #include "io/camera_state.h"
 #include "io/request_body.h"
+#include "io/settings.h"
 #include "io/xml_library.h"
 #include "store/database.h"
 #include "util/clock.h"
@@ -22,33 +23,12 @@
 
 namespace psia {
 
-// Settings read once at start-up. Under FastCGI the environment is replaced
-// by each request's parameters, so they cannot be read later.
-struct Settings {
-  std::string root;              // PSIA_ROOT, put in front of absolute paths
-  int request_queue_key = 1111;  // PSIA_REQUEST_QUEUE_KEY
-  int reply_queue_key = 2222;    // PSIA_REPLY_QUEUE_KEY
-  // The device name shown when the database has none: HOSTNAME as the
-  // responder was started, else the system's host name.
-  std::string host_name;
-  // The login guard (PSIA_LOGIN_ATTEMPTS failures in a row lock an address
-  // out for PSIA_LOGIN_LOCKOUT seconds, doubling); 0 turns it off.
-  int login_attempts = 10;
-  int login_lockout = 60;
-
-  // An absolute file path of the camera, moved below `root` when it is set.
-  std::string host_path(const std::string& absolute_path) const;
-};
-
-// The settings of the process environment.
-Settings load_settings();
-
 struct request_context {
   request_context(Settings process_settings, Clock& process_clock)
       : settings(std::move(process_settings)),
         clock(process_clock),
         control(clock, log),
-        camera(settings.login_attempts, settings.login_lockout) {}
+        camera(settings.login_attempts, settings.login_lockout, settings.login_budget) {}
   request_context(const request_context&) = delete;
   request_context& operator=(const request_context&) = delete;
 

@@ -58,11 +58,11 @@ void Log::error(const char* format, ...) {
 
 void Log::audit(int priority, const text_buffer& line) {
   if (!syslog_ || line.length() == 0) return;
-  if (line.length() < 512) {
+  if (line.length() <= kLineLimit) {
     syslog_(priority, line.data());
     return;
   }
-  char cut[512];
+  char cut[kLineLimit + 1];
   std::memcpy(cut, line.data(), sizeof cut - 1);
   cut[sizeof cut - 1] = '\0';
   syslog_(priority, cut);

@@ -21,6 +21,8 @@ class Log {
   using StreamSink = std::function<void(const char* text, size_t size)>;
   // `priority` is a syslog priority (LOG_ERR ...); `line` has no line end.
   using SyslogSink = std::function<void(int priority, const char* line)>;
+  // The longest line written; longer ones are cut.
+  static constexpr size_t kLineLimit = 511;
 
   // Standard error, and no syslog until one is set.
   Log();

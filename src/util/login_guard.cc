@@ -1,53 +1,224 @@
 #include "util/login_guard.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
+#include <cstdio>
+#include <cstring>
 
 namespace psia {
 
-LoginGuard::Entry* LoginGuard::find(const std::string& address) {
-  for (Entry& e : entries_)
-    if (e.address == address) return &e;
+namespace {
+
+bool same(const GuardKey& a, const GuardKey& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+
+bool locked(const GuardRecord& r, int64_t now_us) { return now_us < r.locked_until; }
+
+}  // namespace
+
+GuardKey guard_key(const char* address) {
+  GuardKey key{};
+  const char* text = address != nullptr ? address : "";
+  // A scope ("fe80::1%eth0") names the interface, not the client.
+  char bare[64];
+  size_t length = std::strcspn(text, "%");
+  bool fits = length < sizeof bare;
+  if (fits) {
+    std::memcpy(bare, text, length);
+    bare[length] = '\0';
+  }
+  unsigned char ip[16];
+  if (fits && inet_pton(AF_INET, bare, ip) == 1) {
+    key.kind = GuardKey::kIpv4;
+    key.size = 4;
+    std::memcpy(key.bytes, ip, 4);
+  } else if (fits && inet_pton(AF_INET6, bare, ip) == 1) {
+    static const unsigned char kMapped[12] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xff, 0xff};
+    if (std::memcmp(ip, kMapped, sizeof kMapped) == 0) {
+      key.kind = GuardKey::kIpv4;
+      key.size = 4;
+      std::memcpy(key.bytes, ip + 12, 4);
+    } else {
+      key.kind = GuardKey::kIpv6Prefix;
+      key.size = 8;
+      std::memcpy(key.bytes, ip, 8);
+    }
+  } else {
+    key.kind = GuardKey::kText;
+    key.size = static_cast<uint8_t>(std::min(std::strlen(text), sizeof key.bytes));
+    std::memcpy(key.bytes, text, key.size);
+  }
+  return key;
+}
+
+void guard_key_text(const GuardKey& key, char* out, size_t size) {
+  if (size == 0) return;
+  out[0] = '\0';
+  unsigned char ip[16] = {};
+  char shown[INET6_ADDRSTRLEN] = "";
+  switch (key.kind) {
+    case GuardKey::kIpv4:
+      std::memcpy(ip, key.bytes, 4);
+      if (inet_ntop(AF_INET, ip, shown, sizeof shown) != nullptr)
+        std::snprintf(out, size, "%s", shown);
+      break;
+    case GuardKey::kIpv6Prefix:
+      std::memcpy(ip, key.bytes, 8);
+      if (inet_ntop(AF_INET6, ip, shown, sizeof shown) != nullptr)
+        std::snprintf(out, size, "%s/64", shown);
+      break;
+    case GuardKey::kText: {
+      size_t n = std::min(static_cast<size_t>(key.size), size - 1);
+      std::memcpy(out, key.bytes, n);
+      out[n] = '\0';
+      break;
+    }
+    default: break;
+  }
+}
+
+LoginGuard::LoginGuard(int attempts, int lockout_seconds, int budget) : table_() {
+  table_.attempts = attempts > 0 ? attempts : 0;
+  table_.lockout_us = lockout_seconds > 0 ? static_cast<int64_t>(lockout_seconds) * 1000000 : 0;
+  table_.budget = budget > 0 ? budget : 0;
+}
+
+// The shared budget as a virtual schedule: each failure moves budget_due
+// one share of the minute (60 s / budget) later, starting from now when it
+// lies in the past. The budget is spent while one more failure would move
+// it more than a minute ahead: at most `budget` failures at once, then one
+// a share.
+bool LoginGuard::spent(int64_t now_us) const {
+  if (table_.budget == 0) return false;
+  int64_t share = kMinuteUs / table_.budget;
+  return std::max(table_.budget_due, now_us) + share > now_us + kMinuteUs;
+}
+
+const GuardRecord* LoginGuard::find(const GuardKey& key, bool* known) const {
+  *known = true;
+  for (const GuardRecord& r : table_.known)
+    if (r.key.kind != GuardKey::kUnused && same(r.key, key)) return &r;
+  *known = false;
+  for (const GuardRecord& r : table_.unknown)
+    if (r.key.kind != GuardKey::kUnused && same(r.key, key)) return &r;
   return nullptr;
 }
 
-bool LoginGuard::locked(const std::string& address, int64_t now_us) const {
-  if (!enabled()) return false;
-  for (const Entry& e : entries_)
-    if (e.address == address) return now_us < e.locked_until;
-  return false;
+GuardRecord* LoginGuard::find(const GuardKey& key, bool* known) {
+  return const_cast<GuardRecord*>(static_cast<const LoginGuard*>(this)->find(key, known));
 }
 
-int64_t LoginGuard::failed(const std::string& address, int64_t now_us) {
-  if (!enabled()) return 0;
-  Entry* e = find(address);
-  if (e == nullptr) {
-    if (entries_.size() >= kAddresses) {
-      // Forget the least recently seen address, sparing those locked out
-      // while there are others.
-      auto older = [now_us](const Entry& a, const Entry& b) {
-        bool a_locked = now_us < a.locked_until, b_locked = now_us < b.locked_until;
-        return a_locked != b_locked ? !a_locked : a.last_seen < b.last_seen;
-      };
-      entries_.erase(std::min_element(entries_.begin(), entries_.end(), older));
-    }
-    entries_.push_back(Entry{address});
-    e = &entries_.back();
+GuardRecord* LoginGuard::free_slot(int64_t now_us) {
+  GuardRecord* oldest = nullptr;
+  for (GuardRecord& r : table_.unknown) {
+    if (r.key.kind == GuardKey::kUnused) return &r;
+    if (!locked(r, now_us) && (oldest == nullptr || r.last_seen < oldest->last_seen)) oldest = &r;
   }
-  e->last_seen = now_us;
-  if (++e->failures < attempts_) return 0;
-  e->failures = 0;
-  int64_t lockout = lockout_us_;
-  for (int i = 0; i < e->lockouts && lockout < kLongestLockoutUs; ++i) lockout *= 2;
-  lockout = std::min(lockout, kLongestLockoutUs);
-  ++e->lockouts;
-  e->locked_until = now_us + lockout;
-  return lockout;
+  return oldest;
 }
 
-void LoginGuard::succeeded(const std::string& address) {
-  entries_.erase(std::remove_if(entries_.begin(), entries_.end(),
-                                [&](const Entry& e) { return e.address == address; }),
-                 entries_.end());
+size_t LoginGuard::size() const {
+  size_t n = 0;
+  for (const GuardRecord& r : table_.unknown) n += r.key.kind != GuardKey::kUnused;
+  return n;
+}
+
+LoginGuard::Verdict LoginGuard::admit(const GuardKey& key, int64_t now_us) const {
+  if (!enabled()) return Verdict::check;
+  bool known = false;
+  const GuardRecord* r = find(key, &known);
+  if (r != nullptr && locked(*r, now_us)) return Verdict::locked_out;
+  if (r != nullptr && known) return Verdict::check;
+  if (spent(now_us)) return Verdict::budget_spent;
+  if (r == nullptr) {
+    bool room = false;
+    for (const GuardRecord& u : table_.unknown)
+      room = room || u.key.kind == GuardKey::kUnused || !locked(u, now_us);
+    if (!room) return Verdict::table_full;
+  }
+  return Verdict::check;
+}
+
+LoginGuard::Failure LoginGuard::failed(const GuardKey& key, int64_t now_us) {
+  Failure result;
+  if (!enabled()) return result;
+  if (table_.budget > 0) {
+    bool was_spent = spent(now_us);
+    int64_t share = kMinuteUs / table_.budget;
+    // Failures of known addresses while it is spent cannot push it further
+    // than a minute ahead: unknown addresses never wait longer than that
+    // for the next failure's share.
+    table_.budget_due = std::min(std::max(table_.budget_due, now_us) + share, now_us + kMinuteUs);
+    if (!was_spent && spent(now_us) && now_us >= table_.budget_told) {
+      result.budget_spent = true;
+      table_.budget_told = now_us + kMinuteUs;
+    }
+  }
+  bool known = false;
+  GuardRecord* r = find(key, &known);
+  if (r == nullptr) {
+    r = free_slot(now_us);
+    // Every entry is locked out: admit() refuses such an address, so only
+    // a check that outlasted a lock-out's end comes here; the budget
+    // counted it.
+    if (r == nullptr) return result;
+    *r = GuardRecord{};
+    r->key = key;
+  }
+  if (!known) r->last_seen = now_us;
+  if (++r->failures < table_.attempts) return result;
+  r->failures = 0;
+  int64_t lockout = table_.lockout_us;
+  for (int i = 0; i < r->lockouts && lockout < kLongestLockoutUs; ++i) lockout *= 2;
+  lockout = std::min(lockout, kLongestLockoutUs);
+  ++r->lockouts;
+  r->locked_until = now_us + lockout;
+  result.lockout_us = lockout;
+  return result;
+}
+
+void LoginGuard::succeeded(const GuardKey& key, int64_t now_us) {
+  if (!enabled()) return;
+  bool known = false;
+  GuardRecord* r = find(key, &known);
+  if (r != nullptr && !known) *r = GuardRecord{};
+  if (!known) {
+    // The known address whose last login is oldest makes room; one locked
+    // out keeps its place until its lock-out ends.
+    r = nullptr;
+    for (GuardRecord& k : table_.known) {
+      if (k.key.kind == GuardKey::kUnused) {
+        r = &k;
+        break;
+      }
+      if (!locked(k, now_us) && (r == nullptr || k.last_seen < r->last_seen)) r = &k;
+    }
+    if (r == nullptr) return;
+  }
+  *r = GuardRecord{};
+  r->key = key;
+  r->last_seen = now_us;
+}
+
+bool LoginGuard::refusal_written(const GuardKey& key, int64_t now_us) {
+  RefusalWindow* free_window = nullptr;
+  for (RefusalWindow& w : table_.refusals) {
+    if (w.key.kind == GuardKey::kUnused) {
+      if (free_window == nullptr) free_window = &w;
+    } else if (same(w.key, key)) {
+      ++w.more;
+      return false;
+    }
+  }
+  if (free_window != nullptr) {
+    free_window->key = key;
+    free_window->since = now_us;
+    free_window->more = 0;
+    return true;
+  }
+  if (table_.other_more == 0) table_.other_since = now_us;
+  ++table_.other_more;
+  return false;
 }
 
 }  // namespace psia

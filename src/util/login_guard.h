@@ -1,55 +1,150 @@
-// The login guard: a client address that fails to log in too often in a
-// row is refused for a while, whatever credentials it sends, so that
-// passwords cannot be tried at the speed the responder answers.
+// The login guard: passwords cannot be tried at the speed the responder
+// answers, from one address or from any number of them.
 //
-// It counts consecutive failed logins per address. The attempts-th failure
-// locks the address out for the lock-out time, doubled for each further
-// lock-out of the same address, up to 15 minutes; a successful login
-// clears the address's record. The table holds a bounded number of
-// addresses: a flood of addresses makes it forget the least recently seen
-// one (an address not locked out, where there is one), never grow.
+// Three limits, each checked before the database is asked anything:
+// - Per address: the attempts-th failed login in a row locks the address
+//   out for the lock-out time, doubled for each further lock-out of the
+//   same address, up to 15 minutes; a successful login clears its record.
+//   An IPv4 address counts alone, an IPv6 address by its /64 (one client
+//   owns a whole /64), an IPv4-mapped IPv6 address as the IPv4 address, and
+//   an address that parses as neither by its text.
+// - The whole camera: every failed login, from wherever, spends the shared
+//   budget (budget failures a minute, refilled evenly; the full budget may
+//   be spent at once). While it is spent, unknown addresses wait.
+//   An address is known once a correct login came from it while this
+//   process ran (the 16 most recent such addresses are kept): those are
+//   held to their own per-address limit only, so the administrator's
+//   client keeps working through an attack from elsewhere.
+// - The table: it holds 256 unknown addresses. A locked-out address is
+//   never forgotten before its lock-out ends; when every entry is locked
+//   out, an address not in the table is refused until one ends.
+//
+// The guard also decides which refused logins reach the log: the first one
+// of an address in a minute, then one summary of the rest, so that a
+// brute-force run cannot flush the camera's small log.
+//
+// Its whole memory is one fixed-size plain struct (LoginGuardTable): no
+// pointers, no heap, so that it can live in memory shared between
+// processes.
 #ifndef PSIA_UTIL_LOGIN_GUARD_H
 #define PSIA_UTIL_LOGIN_GUARD_H
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
-#include <vector>
+#include <type_traits>
 
 namespace psia {
 
+// A client address as the guard counts it. Unused bytes are zero, so two
+// keys are equal when their bytes are.
+struct GuardKey {
+  static constexpr uint8_t kUnused = 0, kText = 1, kIpv4 = 4, kIpv6Prefix = 6;
+  uint8_t kind;
+  uint8_t size;       // bytes used of `bytes`
+  uint8_t bytes[46];  // 4 (IPv4), 8 (the /64) or the text, cut to the field
+};
+
+// The key of a client address (REMOTE_ADDR as the web server passes it).
+GuardKey guard_key(const char* address);
+// The key as a log shows it: "192.0.2.1", "2001:db8::/64", or the text as
+// it came (for the caller to escape).
+void guard_key_text(const GuardKey& key, char* out, size_t size);
+
+struct GuardRecord {
+  GuardKey key;          // kind kUnused: a free slot
+  int32_t failures;      // failed logins in a row
+  int32_t lockouts;      // lock-outs so far (each doubles the next)
+  int64_t locked_until;  // microseconds of the guard's clock
+  int64_t last_seen;     // last failure; for known addresses, last login
+};
+
+// One address's refusals in the current minute of the log.
+struct RefusalWindow {
+  GuardKey key;   // kind kUnused: a free slot
+  int64_t since;  // the refusal that was written
+  int32_t more;   // refusals not written since
+};
+
+struct LoginGuardTable {
+  static constexpr size_t kAddresses = 256;
+  static constexpr size_t kKnown = 16;
+  static constexpr size_t kRefusalLines = 64;
+
+  int32_t attempts;
+  int32_t budget;  // failed logins a minute, all addresses (0: none)
+  int64_t lockout_us;
+  int64_t budget_due;   // when the budget is whole again (see spent())
+  int64_t budget_told;  // until then the spent budget is not logged again
+  GuardRecord unknown[kAddresses];
+  GuardRecord known[kKnown];
+  RefusalWindow refusals[kRefusalLines];
+  int64_t other_since;  // refusals of addresses the windows cannot hold
+  int32_t other_more;
+};
+static_assert(std::is_trivially_copyable<LoginGuardTable>::value &&
+                  std::is_standard_layout<LoginGuardTable>::value,
+              "the guard's memory must stay a plain struct");
+
 class LoginGuard {
  public:
-  static constexpr size_t kAddresses = 256;
   static constexpr int64_t kLongestLockoutUs = 15 * 60 * 1000000LL;
+  static constexpr int64_t kMinuteUs = 60 * 1000000LL;
+  static constexpr int kDefaultBudget = 100;
 
-  // Zero attempts or a zero lock-out turn the guard off.
-  LoginGuard(int attempts, int lockout_seconds)
-      : attempts_(attempts), lockout_us_(static_cast<int64_t>(lockout_seconds) * 1000000) {}
+  // Zero attempts or a zero lock-out turn the guard off (the budget with
+  // it); a zero budget leaves the per-address limit alone.
+  LoginGuard(int attempts, int lockout_seconds, int budget = kDefaultBudget);
 
-  bool enabled() const { return attempts_ > 0 && lockout_us_ > 0; }
-  // True while the address is locked out.
-  bool locked(const std::string& address, int64_t now_us) const;
-  // A failed login. Returns the length of the lock-out it starts (in
-  // microseconds), or 0 when it starts none.
-  int64_t failed(const std::string& address, int64_t now_us);
-  void succeeded(const std::string& address);
-  size_t size() const { return entries_.size(); }
+  bool enabled() const { return table_.attempts > 0 && table_.lockout_us > 0; }
+
+  enum class Verdict { check, locked_out, budget_spent, table_full };
+  // Whether a login from `key` may be checked now.
+  Verdict admit(const GuardKey& key, int64_t now_us) const;
+
+  struct Failure {
+    int64_t lockout_us = 0;     // the lock-out this failure started, or 0
+    bool budget_spent = false;  // it spent the budget: worth a log line
+  };
+  Failure failed(const GuardKey& key, int64_t now_us);
+  void succeeded(const GuardKey& key, int64_t now_us);
+
+  // A refused login from `key`: true when it is to be written, false when
+  // it is only counted for the summary. end_refusal_windows() comes first.
+  bool refusal_written(const GuardKey& key, int64_t now_us);
+  // Ends the log windows whose minute is over, calling
+  // summary(const GuardKey* key, int more) for each that held refusals not
+  // written (key null: the addresses the windows could not hold).
+  template <typename Summary>
+  void end_refusal_windows(int64_t now_us, Summary&& summary);
+
+  // Unknown addresses held.
+  size_t size() const;
+  const LoginGuardTable& table() const { return table_; }
 
  private:
-  struct Entry {
-    std::string address;
-    int failures = 0;
-    int lockouts = 0;
-    int64_t locked_until = 0;
-    int64_t last_seen = 0;
-  };
-  Entry* find(const std::string& address);
+  bool spent(int64_t now_us) const;
+  // The record of `key`, and whether it is a known address's.
+  GuardRecord* find(const GuardKey& key, bool* known);
+  const GuardRecord* find(const GuardKey& key, bool* known) const;
+  // A slot for a new unknown address: a free one, else the least recently
+  // seen one not locked out; null when every one is locked out.
+  GuardRecord* free_slot(int64_t now_us);
 
-  int attempts_;
-  int64_t lockout_us_;
-  std::vector<Entry> entries_;
+  LoginGuardTable table_;
 };
+
+template <typename Summary>
+void LoginGuard::end_refusal_windows(int64_t now_us, Summary&& summary) {
+  for (RefusalWindow& w : table_.refusals) {
+    if (w.key.kind == GuardKey::kUnused || now_us - w.since < kMinuteUs) continue;
+    if (w.more > 0) summary(&w.key, static_cast<int>(w.more));
+    w = RefusalWindow{};
+  }
+  if (table_.other_more > 0 && now_us - table_.other_since >= kMinuteUs) {
+    summary(static_cast<const GuardKey*>(nullptr), static_cast<int>(table_.other_more));
+    table_.other_more = 0;
+  }
+}
 
 }  // namespace psia
 

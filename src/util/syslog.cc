@@ -26,13 +26,14 @@ bool SyslogSocket::connect_socket() {
 
 void SyslogSocket::send(int priority, const char* line) {
   // The form the system's own syslog() sends: "<PRI>Mmm dd hh:mm:ss
-  // ident[pid]: text".
+  // ident[pid]: text", stamped in UTC. Not in local time: the process's
+  // zone is the one a client last set for the documents (PUT time sets
+  // TZ), and loggers such as BusyBox syslogd keep the sender's stamp.
   time_t now = time(nullptr);
   if (now != head_second_ || priority != head_priority_) {
     char stamp[32] = "";
-    struct tm local;
-    if (localtime_r(&now, &local) != nullptr)
-      strftime(stamp, sizeof stamp, "%b %e %H:%M:%S", &local);
+    struct tm utc;
+    if (gmtime_r(&now, &utc) != nullptr) strftime(stamp, sizeof stamp, "%b %e %H:%M:%S", &utc);
     int n = std::snprintf(head_, sizeof head_, "<%d>%s %s[%d]: ", priority, stamp, ident_.c_str(),
                           static_cast<int>(getpid()));
     head_length_ = n < 0 ? 0 : std::min(static_cast<size_t>(n), sizeof head_ - 1);

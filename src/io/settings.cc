@@ -1,0 +1,96 @@
+#include "io/settings.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include "util/bounded_copy.h"
+
+namespace psia {
+
+namespace {
+
+struct NumberSetting {
+  const char* name;
+  int Settings::*field;
+  int low, high;
+  const char* meaning;  // what the values mean, for the message
+};
+
+const NumberSetting kNumbers[] = {
+    {"PSIA_REQUEST_QUEUE_KEY", &Settings::request_queue_key, 1, 2147483647,
+     "the control daemon's request queue key"},
+    {"PSIA_REPLY_QUEUE_KEY", &Settings::reply_queue_key, 1, 2147483647,
+     "the control daemon's reply queue key"},
+    {"PSIA_LOGIN_ATTEMPTS", &Settings::login_attempts, 0, 1000,
+     "failed logins before a lock-out; 0 turns the login guard off"},
+    {"PSIA_LOGIN_LOCKOUT", &Settings::login_lockout, 0, 900,
+     "seconds of the first lock-out; 0 turns the login guard off"},
+    {"PSIA_LOGIN_BUDGET", &Settings::login_budget, 0, 100000,
+     "failed logins a minute from all addresses; 0: no shared budget"},
+};
+
+// Digits only, no sign or blank, and within [low, high].
+bool read_number(const char* text, int low, int high, int* value) {
+  long long n = 0;
+  for (const char* c = text; *c != '\0'; ++c) {
+    if (*c < '0' || *c > '9') return false;
+    n = n * 10 + (*c - '0');
+    if (n > high) return false;
+  }
+  if (n < low) return false;
+  *value = static_cast<int>(n);
+  return true;
+}
+
+// The value as the message shows it: printable and short.
+std::string shown(const char* text) {
+  std::string out;
+  for (const char* c = text; *c != '\0' && out.size() < 32; ++c)
+    out += (*c >= 0x20 && *c < 0x7f) ? *c : '?';
+  return std::strlen(text) > out.size() ? out + "..." : out;
+}
+
+}  // namespace
+
+bool read_settings(const EnvironmentLookup& lookup, Settings* settings,
+                   std::vector<std::string>* problems) {
+  Settings& s = *settings;
+  s = Settings();
+  const char* root = lookup("PSIA_ROOT");
+  s.root = root != nullptr ? root : "";
+  // A trailing slash would double the one every absolute path starts with.
+  while (!s.root.empty() && s.root.back() == '/') s.root.pop_back();
+  bool usable = true;
+  for (const NumberSetting& n : kNumbers) {
+    const char* text = lookup(n.name);
+    if (text == nullptr || *text == '\0') continue;
+    if (read_number(text, n.low, n.high, &(s.*n.field))) continue;
+    usable = false;
+    problems->push_back(std::string("PSIA: ") + n.name + "=\"" + shown(text) +
+                        "\" is not a setting: it takes a whole number (digits only) from " +
+                        std::to_string(n.low) + " to " + std::to_string(n.high) + ", " + n.meaning);
+  }
+  const char* host = lookup("HOSTNAME");
+  char name[64] = "";
+  if (host != nullptr && *host != '\0') {
+    copy_bounded(name, host);
+  } else if (gethostname(name, sizeof name - 1) != 0) {
+    name[0] = '\0';
+  }
+  name[sizeof name - 1] = '\0';
+  s.host_name = name;
+  return usable;
+}
+
+bool load_settings(Settings* settings, std::vector<std::string>* problems) {
+  return read_settings([](const char* name) { return std::getenv(name); }, settings, problems);
+}
+
+std::string Settings::host_path(const std::string& absolute_path) const {
+  if (root.empty() || absolute_path.empty() || absolute_path[0] != '/') return absolute_path;
+  return root + absolute_path;
+}
+
+}  // namespace psia
