@@ -6,6 +6,7 @@
 
 #include "resources/event/event.h"
 #include "resources/event/event_parts.h"
+#include "store/schema.h"
 
 namespace psia {
 
@@ -24,8 +25,6 @@ const destination_kind kMailing = {"MailingNotification", "MailingNotificationLi
                                    25, true};
 const destination_kind kFtp = {"FTPNotification", "FTPNotificationList", "userName", 21, false};
 
-enum column { kName = 1, kAddress = 2, kUser = 3, kPassword = 4, kPort = 5, kPath = 6 };
-
 const char* cell(const QueryResult& rows, int r, int c) {
   const char* text = rows.text(r, c);
   return text != nullptr ? text : "";
@@ -34,9 +33,9 @@ const char* cell(const QueryResult& rows, int r, int c) {
 void append_destination(text_buffer& doc, const destination_kind& kind, const QueryResult& rows,
                         int r) {
   doc.appendf("<%s version=\"1.0\" xmlns=\"urn:psialliance-org\">", kind.element);
-  doc.appendf("<id>%s</id>", cell(rows, r, kName));
+  doc.appendf("<id>%s</id>", cell(rows, r, ServerColumn::kServerName));
   if (kind.mailing) doc.append("<authenticationMode>SMTP</authenticationMode>");
-  const char* address = cell(rows, r, kAddress);
+  const char* address = cell(rows, r, ServerColumn::kServerAddress);
   uint32_t ignored;
   if (parse_ipv4_text(address, &ignored, 0)) {
     doc.append("<addressingFormatType>ipaddress</addressingFormatType>");
@@ -45,10 +44,11 @@ void append_destination(text_buffer& doc, const destination_kind& kind, const Qu
     doc.append("<addressingFormatType>hostname</addressingFormatType>");
     doc.appendf("<hostName>%s</hostName>", address);
   }
-  doc.appendf("<portNo>%d</portNo>", rows.integer(r, kPort, 0));
-  doc.appendf("<%s>%s</%s>", kind.account, cell(rows, r, kUser), kind.account);
-  doc.appendf("<password>%s</password>", cell(rows, r, kPassword));
-  if (!kind.mailing) doc.appendf("<uploadPath>%s</uploadPath>", cell(rows, r, kPath));
+  doc.appendf("<portNo>%d</portNo>", rows.integer(r, ServerColumn::kPort, 0));
+  doc.appendf("<%s>%s</%s>", kind.account, cell(rows, r, ServerColumn::kUserId), kind.account);
+  doc.appendf("<password>%s</password>", cell(rows, r, ServerColumn::kPassword));
+  if (!kind.mailing)
+    doc.appendf("<uploadPath>%s</uploadPath>", cell(rows, r, ServerColumn::kFtpPath));
   doc.appendf("</%s>", kind.element);
 }
 
@@ -117,13 +117,13 @@ void update_destination(Request& req, XmlNode element, const destination_kind& k
   destination d = read_destination(element, kind);
   if (kind.mailing) {
     req.db().exec(
-        "update SMTPServer set ServerAddress='%q', UserID='%q', Password='%q', Port=%d "
-        "where ServerName='%q'",
+        "update SMTPServer set ServerAddress=?, UserID=?, Password=?, Port=? "
+        "where ServerName=?",
         d.address, d.user, d.password, d.port, d.id);
   } else {
     req.db().exec(
-        "update FTPServer set ServerAddress='%q', UserID='%q', Password='%q', Port=%d, "
-        "Path='%q' where ServerName='%q'",
+        "update FTPServer set ServerAddress=?, UserID=?, Password=?, Port=?, "
+        "Path=? where ServerName=?",
         d.address, d.user, d.password, d.port, d.path, d.id);
   }
 }
@@ -134,12 +134,11 @@ void update_destination(Request& req, XmlNode element, const destination_kind& k
 void insert_destination(Request& req, XmlNode element, const destination_kind& kind) {
   destination d = read_destination(element, kind);
   if (kind.mailing) {
-    req.db().exec(
-        "insert into SMTPServer values (NULL, '%q', '%q', '%q', '%q', %d, '', '%q', '', '', 0",
-        d.id, d.address, d.user, d.password, d.port, d.user);
+    req.db().exec("insert into SMTPServer values (NULL, ?, ?, ?, ?, ?, '', ?, '', '', 0", d.id,
+                  d.address, d.user, d.password, d.port, d.user);
   } else {
-    req.db().exec("insert into FTPServer values (NULL, '%q', '%q', '%q', '%q', %d, '%q')", d.id,
-                  d.address, d.user, d.password, d.port, d.path);
+    req.db().exec("insert into FTPServer values (NULL, ?, ?, ?, ?, ?, ?)", d.id, d.address, d.user,
+                  d.password, d.port, d.path);
   }
 }
 
@@ -227,7 +226,7 @@ Answer put_mailing(Request& req, const char* /*id*/) {
 Answer post_mailing(Request& req) { return post_destinations(req, kMailing); }
 
 Answer delete_mailing(Request& req, const char* id) {
-  req.db().exec("delete from SMTPServer where ServerName='%q'", id);
+  req.db().exec("delete from SMTPServer where ServerName=?", id);
   return Answer::status(kStatusOk);
 }
 
@@ -239,8 +238,7 @@ Answer delete_mailings(Request& req) {
 Answer get_ftps(Request& req) { return answer_destination_list(req, kFtp); }
 
 Answer get_ftp(Request& req, const char* id) {
-  return answer_destination(kFtp,
-                            req.db().query("select * from FTPServer where ServerName='%q'", id));
+  return answer_destination(kFtp, req.db().query("select * from FTPServer where ServerName=?", id));
 }
 
 Answer put_ftps(Request& req) { return put_destinations(req, kFtp, true); }
@@ -248,7 +246,7 @@ Answer put_ftp(Request& req, const char* /*id*/) { return put_destinations(req, 
 Answer post_ftp(Request& req) { return post_destinations(req, kFtp); }
 
 Answer delete_ftp(Request& req, const char* id) {
-  req.db().exec("delete from FTPServer where ServerName='%q'", id);
+  req.db().exec("delete from FTPServer where ServerName=?", id);
   return Answer::status(kStatusOk);
 }
 
