@@ -7,6 +7,7 @@
 #include <tuple>
 
 #include "frame/authentication.h"
+#include "harness.h"
 #include "io/answer.h"
 #include "io/request_body.h"
 #include "io/stream.h"
@@ -196,7 +197,7 @@ TEST(Answers, StatusCodesOutsideTheTableAndAFileShorterThanAnnounced) {
 }
 
 TEST(Store, ValuesAreBoundAsTextsAndIntegersToOneStatementPerText) {
-  SystemClock clock;
+  psia_test::TestClock clock;
   char name[] = "/tmp/psia-store-XXXXXX";
   UniqueFd fd(mkstemp(name));
   Store store;
@@ -216,6 +217,13 @@ TEST(Store, ValuesAreBoundAsTextsAndIntegersToOneStatementPerText) {
   EXPECT_FALSE(store.exec("insert into UserAccount values(?, ?, 2)", "y"));
   EXPECT_FALSE(store.query("select * from UserAccount where UserID=?").ok());
   EXPECT_EQ(store.query_int(-1, "select count(*) from UserAccount"), 1);
+  // Locked past the back-off: a failed query, not an empty one.
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open(name, &other), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(other, "begin exclusive", nullptr, nullptr, nullptr), SQLITE_OK);
+  EXPECT_FALSE(store.query("select * from UserAccount where UserID=?", "o'k").ok());
+  EXPECT_EQ(clock.now_us, 1050000);
+  sqlite3_close(other);
   store.close();
   EXPECT_EQ(store.cached_statements(), 0u);
   EXPECT_FALSE(store.query("select 1").ok());
