@@ -73,6 +73,24 @@ std::shared_ptr<void> stop_undone() {
   return std::shared_ptr<void>(nullptr, [](void*) { psia::cancel_stop(); });
 }
 
+// An empty file renamed over the database, the database kept aside as ".good".
+std::shared_ptr<void> empty_database(Camera& camera) {
+  std::string db = camera.path(kDatabase);
+  fs::copy_file(db, db + ".good");
+  std::ofstream(db + ".new").close();
+  fs::rename(db + ".new", db);
+  return nullptr;
+}
+
+// The database refused stays refused (and is reported once) until `repair` puts a good one in its place.
+std::function<void(Camera&)> refused_until(void (*repair)(const std::string& db)) {
+  return [repair](Camera& c) {
+    EXPECT_EQ(c.send("GET", kDeviceInfo).rfind("Status: 401", 0), 0u);
+    EXPECT_EQ(c.errors(), "PSIA: database replaced by a file without the camera's tables\n");
+    repair(c.path(kDatabase));
+  };
+}
+
 TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
   const std::string body = "<DeviceInfo><deviceName>hall</deviceName></DeviceInfo>";
   const std::string upload(5000, 'f');
@@ -173,6 +191,10 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
        },
        "GET", kDeviceInfo, "", "<deviceName>replaced</deviceName>", 0, nullptr,
        {"PUT", kDeviceInfo, body}, "<statusCode>1<"},
+      {"an empty file renamed over the database, then a good one", empty_database, "GET", kDeviceInfo, "", "Status: 401",
+       0, refused_until([](const std::string& db) { fs::rename(db + ".good", db); })},
+      {"an empty file renamed over the database, then written in place", empty_database, "GET", kDeviceInfo, "",
+       "Status: 401", 0, refused_until([](const std::string& db) { std::ofstream(db) << file_text(db + ".good"); })},
   };
   // clang-format on
   for (const EnvironmentFault& f : faults) {

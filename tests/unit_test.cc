@@ -1,11 +1,13 @@
 // The pieces with logic of their own, at their edges (the sanitizer build sees a byte written past a field).
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 #include <unistd.h>
 
 #include <map>
 #include <tuple>
 
 #include "frame/authentication.h"
+#include "harness.h"
 #include "io/answer.h"
 #include "io/request_body.h"
 #include "io/settings.h"
@@ -247,18 +249,50 @@ TEST(Settings, EveryNumberReadsWholeOrTheResponderDoesNotStart) {
   EXPECT_EQ(problems.size(), 3u);
 }
 
-TEST(Store, StatementsLeavingTheCacheAreFinalized) {
-  // More distinct statements than the cache holds: each one evicted must be finalized (the leak check sees it
-  // otherwise), and any can come back.
-  SystemClock clock;
+TEST(Store, ValuesAreBoundAsTextsAndIntegersToOneStatementPerText) {
+  psia_test::TestClock clock;
   char name[] = "/tmp/psia-store-XXXXXX";
   UniqueFd fd(mkstemp(name));
   Store store;
   ASSERT_TRUE(store.open(name, &clock));
-  for (int i = 0; i < 100; ++i) EXPECT_EQ(store.query_int(-1, "select %d", i), i);
-  EXPECT_EQ(store.query_int(-1, "select %d", 0), 0);
+  ASSERT_TRUE(store.exec("create table UserAccount (UserID text, Password text, Authority integer)"));
+  ASSERT_TRUE(store.exec("insert into UserAccount values(?, ?, 2)", std::string("o'k"), "x"));
+  // Each value keeps its type and every byte; a quote is a character like any other.
+  QueryResult kinds = store.query("select typeof(?1), ?1, typeof(?2), ?2, typeof(?3), ?3", 5, int64_t{1} << 40, "o'k");
+  const char* expected[] = {"integer", "5", "integer", "1099511627776", "text", "o'k"};
+  for (int c = 0; c < 6; ++c) EXPECT_STREQ(kinds.text(0, c), expected[c]) << c;
+  // Any number of user names: one statement.
+  for (int i = 0; i < 100; ++i)
+    EXPECT_EQ(store.query("select * from UserAccount where UserID=?", "user" + std::to_string(i)).rows(), 0);
+  EXPECT_EQ(store.query("select * from UserAccount where UserID=?", "o'k").rows(), 1);
+  EXPECT_EQ(store.cached_statements(), 4u);
+  // Values that do not match the parameters fail the statement rather than bind NULL.
+  EXPECT_FALSE(store.exec("insert into UserAccount values(?, ?, 2)", "y"));
+  EXPECT_FALSE(store.query("select * from UserAccount where UserID=?").ok());
+  EXPECT_EQ(store.query_int(-1, "select count(*) from UserAccount"), 1);
+  // Locked past the back-off: a failed query, not an empty one.
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open(name, &other), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(other, "begin exclusive", nullptr, nullptr, nullptr), SQLITE_OK);
+  EXPECT_FALSE(store.query("select * from UserAccount where UserID=?", "o'k").ok());
+  EXPECT_EQ(clock.now_us, 1050000);
+  sqlite3_close(other);
   store.close();
+  EXPECT_EQ(store.cached_statements(), 0u);
+  EXPECT_FALSE(store.query("select 1").ok());
   unlink(name);
+}
+
+TEST(Store, StatementsLeavingTheCacheAreFinalized) {
+  // More distinct statements than the cache holds: the connection closes only when each evicted one was finalized.
+  sqlite3* db = nullptr;
+  ASSERT_EQ(sqlite3_open(":memory:", &db), SQLITE_OK);
+  StatementCache cache;
+  for (size_t i = 0; i < 2 * StatementCache::kCapacity; ++i)
+    ASSERT_NE(cache.statement(db, ("select " + std::to_string(i)).c_str()), nullptr);
+  EXPECT_EQ(cache.size(), StatementCache::kCapacity);
+  cache.clear();
+  EXPECT_EQ(sqlite3_close(db), SQLITE_OK);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "store/schema.h"
 #include "util/base64.h"
 
 namespace psia {
@@ -59,7 +60,7 @@ authentication authenticate_request(Request& req) {
     result.refusal = Refusal::no_credentials;
     return result;
   }
-  QueryResult account = req.db().query("select * from UserAccount where UserID='%q'", result.who.user);
+  QueryResult account = req.db().query("select * from UserAccount where UserID=?", result.who.user);
   // A query that could not run says nothing about the password: it is no
   // failed login, and the guard does not count it.
   if (!account.ok()) {
@@ -70,10 +71,11 @@ authentication authenticate_request(Request& req) {
     result.refusal = Refusal::unknown_user;
     return result;
   }
-  const char* password = account.text(0, 1);
+  const char* password = account.text(0, UserAccountColumn::kPassword);
   if (password == nullptr || std::strcmp(password, result.who.password) != 0)
     result.refusal = Refusal::wrong_password;
-  else if (account.text(0, 2) == nullptr || account.integer(0, 2, -1) != kLevelAdministrator)
+  else if (account.text(0, UserAccountColumn::kLevel) == nullptr ||
+           account.integer(0, UserAccountColumn::kLevel, -1) != kLevelAdministrator)
     result.refusal = Refusal::not_administrator;
   return result;
 }

@@ -1,7 +1,5 @@
 #include "frame/startup.h"
 
-#include <strings.h>
-
 #include <csignal>
 
 #include "util/bounded_copy.h"
@@ -11,30 +9,9 @@ namespace psia {
 namespace {
 
 const char kDatabasePath[] = "/usr/local/korvia/kkorvia.db";
-
-// Every table a resource reads. A database without them (an empty file, a
-// half-written copy) would turn every request into a 401 or a 3; refusing
-// it at start-up makes the fault show where it is. The names are compared
-// here rather than in SQL: compiling an IN list of nineteen names costs a
-// CGI request several times what this one scan does.
-const char* const kCameraTables[] = {"Audio",       "AudioStream",  "ClientList", "DateTime",
-                                     "Event",       "FTPServer",    "Network",    "PTZControl",
-                                     "Preset",      "Relay",        "SMTPServer", "Sensor",
-                                     "Services",    "Spec",         "Spec2",      "System",
-                                     "UserAccount", "VideoChannel", "VideoStream"};
-
-bool has_camera_tables(Store& store) {
-  QueryResult tables = store.query("select name from sqlite_master where type='table'");
-  for (const char* wanted : kCameraTables) {
-    bool found = false;
-    for (int row = 0; row < tables.rows() && !found; ++row) {
-      const char* name = tables.text(row, 0);
-      found = name != nullptr && strcasecmp(name, wanted) == 0;
-    }
-    if (!found) return false;
-  }
-  return true;
-}
+// How long start-up waits for a database another process holds locked (the
+// firmware writing it at boot) before it gives up.
+constexpr int64_t kBusyPatienceUs = 10 * 1000000;
 
 }  // namespace
 
@@ -43,10 +20,14 @@ bool start_up(request_context& ctx) {
   // a connection closed under a write is that write's error.
   signal(SIGXFSZ, SIG_IGN);
   signal(SIGPIPE, SIG_IGN);
-  if (!ctx.store.open(ctx.settings.host_path(kDatabasePath), &ctx.clock) ||
-      !has_camera_tables(ctx.store)) {
-    ctx.log.error("PSIA: DB Open Failed\n");
-    return false;
+  // A database without the camera's tables (an empty file, a half-written
+  // copy) would turn every request into a 401 or a 3: it is refused here,
+  // where the fault shows.
+  switch (ctx.store.open_camera_database(ctx.settings.host_path(kDatabasePath), &ctx.clock,
+                                         &ctx.log, kBusyPatienceUs)) {
+    case StoreOpen::opened: break;
+    case StoreOpen::busy: ctx.log.error("PSIA: database busy\n"); return false;
+    case StoreOpen::unusable: ctx.log.error("PSIA: DB Open Failed\n"); return false;
   }
   DeviceFacts& device = ctx.camera.device;
   device.ptz_support = ctx.store.query_int(0, "select PTZSupport from Spec2");

@@ -3,42 +3,46 @@
 #include <sqlite3.h>
 #include <sys/stat.h>
 
-#include <utility>
+#include <algorithm>
+#include <string_view>
 
+#include "store/schema.h"
 #include "util/bounded_copy.h"
 #include "util/clock.h"
+#include "util/log.h"
 #include "util/stop.h"
 
 namespace psia {
 
 namespace {
 
-// Owner of a statement text SQLite formatted.
-class SqliteText {
- public:
-  explicit SqliteText(char* text) : text_(text) {}
-  SqliteText(const SqliteText&) = delete;
-  SqliteText& operator=(const SqliteText&) = delete;
-  ~SqliteText() { sqlite3_free(text_); }
-  const char* get() const { return text_; }
-
- private:
-  char* text_;
-};
+// The busy handler's step: the n-th call (from 0) sleeps n + 1 of them.
+constexpr int64_t kBusyStepUs = 50000;
+// Its last and longest sleep, which waiting with patience repeats.
+constexpr int kBusySteps = 6;
 
 // Resets a statement however its run ends, so that no read lock or open
 // transaction outlives the call: the camera's other processes see the
-// database exactly as free between statements as they always have.
+// database exactly as free between statements as they always have. The
+// values are unbound too: they belong to the caller and end with the call.
 class ResetOnExit {
  public:
   explicit ResetOnExit(sqlite3_stmt* stmt) : stmt_(stmt) {}
   ResetOnExit(const ResetOnExit&) = delete;
   ResetOnExit& operator=(const ResetOnExit&) = delete;
-  ~ResetOnExit() { sqlite3_reset(stmt_); }
+  ~ResetOnExit() {
+    sqlite3_reset(stmt_);
+    sqlite3_clear_bindings(stmt_);
+  }
 
  private:
   sqlite3_stmt* stmt_;
 };
+
+bool is_busy(int rc) {
+  int primary = rc & 0xff;
+  return primary == SQLITE_BUSY || primary == SQLITE_LOCKED;
+}
 
 }  // namespace
 
@@ -53,15 +57,19 @@ int QueryResult::integer(int row, int column, int fallback) const {
   return cell != nullptr ? parse_int(cell) : fallback;
 }
 
-sqlite3_stmt* StatementCache::statement(sqlite3* db, const char* sql) {
+sqlite3_stmt* StatementCache::statement(sqlite3* db, const char* sql, int* rc) {
+  const std::string_view key(sql);
   for (auto it = entries_.begin(); it != entries_.end(); ++it) {
-    if (it->first != sql) continue;
+    if (std::string_view(it->first) != key) continue;
     entries_.splice(entries_.begin(), entries_, it);
+    if (rc != nullptr) *rc = SQLITE_OK;
     return it->second;
   }
   sqlite3_stmt* stmt = nullptr;
   // A statement text is one statement; anything behind it is not run.
-  if (sqlite3_prepare_v2(db, sql, -1, &stmt, nullptr) != SQLITE_OK || stmt == nullptr) {
+  int compiled = sqlite3_prepare_v2(db, sql, -1, &stmt, nullptr);
+  if (rc != nullptr) *rc = compiled;
+  if (compiled != SQLITE_OK || stmt == nullptr) {
     sqlite3_finalize(stmt);
     return nullptr;
   }
@@ -81,61 +89,144 @@ void StatementCache::clear() {
 bool Store::open(const std::string& path, Clock* clock) {
   close();
   clock_ = clock;
+  log_ = nullptr;
   path_ = path;
+  camera_tables_ = false;
+  following_ = open_file(path, false) == StoreOpen::opened;
+  return following_;
+}
+
+StoreOpen Store::open_camera_database(const std::string& path, Clock* clock, Log* log,
+                                      int64_t patience_us) {
+  close();
+  clock_ = clock;
+  log_ = log;
+  path_ = path;
+  camera_tables_ = true;
+  int64_t deadline = clock->monotonic_us() + patience_us;
+  busy_deadline_us_ = deadline;
+  StoreOpen opened;
+  // The busy handler waits out the patience; a lock it is not asked about
+  // is waited for here, step by step.
+  while ((opened = open_file(path, true)) == StoreOpen::busy) {
+    int64_t left = deadline - clock->monotonic_us();
+    if (left <= 0) break;
+    clock->sleep_us(std::min(left, kBusySteps * kBusyStepUs));
+  }
+  busy_deadline_us_ = -1;
+  following_ = opened == StoreOpen::opened;
+  return opened;
+}
+
+StoreOpen Store::open_file(const std::string& path, bool camera_tables) {
   struct stat info;
   if (stat(path.c_str(), &info) == 0) {
-    device_ = info.st_dev;
-    inode_ = info.st_ino;
+    file_.device = info.st_dev;
+    file_.inode = info.st_ino;
+    file_.size = info.st_size;
+    file_.modified_ns = info.st_mtim.tv_sec * int64_t{1000000000} + info.st_mtim.tv_nsec;
   }
   // Never create: an absent database is a broken camera, not an empty one.
   int rc = sqlite3_open_v2(path.c_str(), &db_, SQLITE_OPEN_READWRITE, nullptr);
   if (rc == SQLITE_OK) {
     sqlite3_busy_handler(db_, db_busy_handler, this);
     // The header is only read lazily; a file that is not a database is
-    // found out here, at start-up, rather than at the first GET.
-    rc = sqlite3_exec(db_, "select count(*) from sqlite_master", nullptr, nullptr, nullptr);
+    // found out here rather than at the first request.
+    if (camera_tables) {
+      QueryResult tables;
+      if (run(&tables, kListTablesSql, nullptr, 0, &rc) && !holds_camera_tables(tables))
+        rc = SQLITE_NOTADB;
+    } else {
+      rc = sqlite3_exec(db_, "select count(*) from sqlite_master", nullptr, nullptr, nullptr);
+    }
   }
-  if (rc != SQLITE_OK) close();
-  return rc == SQLITE_OK;
+  if (rc == SQLITE_OK || rc == SQLITE_DONE) return StoreOpen::opened;
+  drop_connection();
+  return is_busy(rc) ? StoreOpen::busy : StoreOpen::unusable;
 }
 
 void Store::reopen_if_replaced() {
   struct stat info;
-  if (db_ == nullptr || stat(path_.c_str(), &info) != 0 ||
-      (info.st_dev == device_ && info.st_ino == inode_))
-    return;
+  if (!following_ || stat(path_.c_str(), &info) != 0) return;
+  bool same_file = info.st_dev == file_.device && info.st_ino == file_.inode;
+  if (same_file && refused_)
+    same_file =
+        info.st_size == file_.size &&
+        info.st_mtim.tv_sec * int64_t{1000000000} + info.st_mtim.tv_nsec == file_.modified_ns;
+  if (same_file) return;
   Store fresh;
-  if (!fresh.open(path_, clock_)) return;
-  close();
-  std::swap(db_, fresh.db_);
-  sqlite3_busy_handler(db_, db_busy_handler, this);
-  device_ = fresh.device_;
-  inode_ = fresh.inode_;
+  fresh.clock_ = clock_;
+  StoreOpen opened = fresh.open_file(path_, camera_tables_);
+  if (opened == StoreOpen::opened) {
+    drop_connection();
+    std::swap(db_, fresh.db_);
+    sqlite3_busy_handler(db_, db_busy_handler, this);
+    file_ = fresh.file_;
+    refused_ = false;
+    return;
+  }
+  // The factory-default copy keeps the file it has.
+  if (!camera_tables_) return;
+  // Reading the old file, gone from the path, would show stale settings
+  // and lose every change: the statements fail instead.
+  drop_connection();
+  // A locked file is looked at again at the next request.
+  if (opened == StoreOpen::busy) return;
+  file_ = fresh.file_;
+  if (log_ != nullptr)
+    log_->error("PSIA: database replaced by a file without the camera's tables\n");
+  refused_ = true;
 }
 
-void Store::close() {
+void Store::drop_connection() {
   statements_.clear();
   if (db_ != nullptr) sqlite3_close(db_);
   db_ = nullptr;
 }
 
+void Store::close() {
+  drop_connection();
+  following_ = false;
+  refused_ = false;
+}
+
 int Store::db_busy_handler(void* store, int count) {
+  Store* self = static_cast<Store*>(store);
+  Clock* clock = self->clock_;
+  if (stop_requested()) return 0;
+  if (self->busy_deadline_us_ >= 0) {
+    int64_t left = self->busy_deadline_us_ - clock->monotonic_us();
+    if (left <= 0) return 0;
+    clock->sleep_us(std::min(left, std::min(count + 1, kBusySteps) * kBusyStepUs));
+    return 1;
+  }
   if (count > 5) return 0;
-  Clock* clock = static_cast<Store*>(store)->clock_;
   // A stop gives up the wait: the statement fails as if the lock had held.
-  for (int i = 0; i <= count && !stop_requested(); ++i) clock->sleep_us(50000);
+  for (int i = 0; i <= count && !stop_requested(); ++i) clock->sleep_us(kBusyStepUs);
   return stop_requested() ? 0 : 1;
 }
 
-bool Store::run(QueryResult* result, const char* format, va_list args) {
+bool Store::run(QueryResult* result, const char* sql, const BoundValue* values, size_t count,
+                int* rc) {
+  int code = SQLITE_MISUSE;
+  if (rc == nullptr) rc = &code;
+  *rc = SQLITE_MISUSE;
   if (db_ == nullptr) return false;
-  SqliteText sql(sqlite3_vmprintf(format, args));
-  sqlite3_stmt* stmt = sql.get() != nullptr ? statements_.statement(db_, sql.get()) : nullptr;
+  sqlite3_stmt* stmt = statements_.statement(db_, sql, rc);
   if (stmt == nullptr) return false;
   ResetOnExit reset(stmt);
+  // A statement and its values that disagree is a fault of the code: it
+  // fails rather than run with a parameter left NULL.
+  *rc = SQLITE_RANGE;
+  if (sqlite3_bind_parameter_count(stmt) != static_cast<int>(count)) return false;
+  for (size_t i = 0; i < count; ++i) {
+    int at = static_cast<int>(i) + 1;
+    *rc = values[i].text != nullptr ? sqlite3_bind_text(stmt, at, values[i].text, -1, SQLITE_STATIC)
+                                    : sqlite3_bind_int64(stmt, at, values[i].integer);
+    if (*rc != SQLITE_OK) return false;
+  }
   int columns = sqlite3_column_count(stmt);
-  int rc;
-  while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+  while ((*rc = sqlite3_step(stmt)) == SQLITE_ROW) {
     if (result == nullptr) continue;
     for (int c = 0; c < columns; ++c) {
       const unsigned char* cell = sqlite3_column_text(stmt, c);
@@ -150,7 +241,7 @@ bool Store::run(QueryResult* result, const char* format, va_list args) {
     }
     ++result->rows_;
   }
-  if (rc != SQLITE_DONE) return false;
+  if (*rc != SQLITE_DONE) return false;
   if (result != nullptr) {
     result->columns_ = columns;
     result->ok_ = true;
@@ -158,39 +249,8 @@ bool Store::run(QueryResult* result, const char* format, va_list args) {
   return true;
 }
 
-QueryResult Store::query(const char* format, ...) {
-  QueryResult result;
-  va_list args;
-  va_start(args, format);
-  if (!run(&result, format, args)) result = QueryResult();
-  va_end(args);
-  return result;
-}
-
-bool Store::exec(const char* format, ...) {
-  va_list args;
-  va_start(args, format);
-  bool done = run(nullptr, format, args);
-  va_end(args);
-  return done;
-}
-
-int Store::query_int(int fallback, const char* format, ...) {
-  QueryResult result;
-  va_list args;
-  va_start(args, format);
-  bool ran = run(&result, format, args);
-  va_end(args);
-  return ran ? result.integer(0, 0, fallback) : fallback;
-}
-
-bool Store::query_text(char* field, size_t size, const char* format, ...) {
-  QueryResult result;
-  va_list args;
-  va_start(args, format);
-  bool ran = run(&result, format, args);
-  va_end(args);
-  const char* cell = ran ? result.text(0, 0) : nullptr;
+bool Store::copy_cell(const QueryResult& result, char* field, size_t size) {
+  const char* cell = result.text(0, 0);
   if (cell == nullptr) return false;
   copy_bounded(field, size, cell);
   return true;

@@ -2,25 +2,33 @@
 // other processes, reached through one connection kept for the life of the
 // process.
 //
-// Statement texts are built with SQLite's own formatter: numbers with %d,
-// and request texts with '%q', which doubles any quote inside them, so no
-// text from a request can change a statement.
+// A statement is a constant text with a `?` for each value; the values are
+// bound to it, never formatted into it, so no text from a request or from
+// the database can change what a statement does. A value is a text (a C
+// string, a char field or a std::string) or an integer (int or int64_t);
+// any other type does not compile:
 //   QueryResult row = store.query("select uuid from System");
 //   if (row.has_rows()) use(row.text(0, 0));
-//   store.exec("update Network set DDNSHostname='%q'", name);
+//   store.exec("update Network set DDNSHostname=?", name);
+// A bound value means what the same value written into the text as a
+// literal meant: texts compare and are stored as texts, integers as
+// integers, under the columns' own affinities.
 //
-// Compiling a statement costs more than running it, so the store keeps the
-// statements it compiled, keyed by their exact text (see StatementCache).
+// Compiling a statement costs more than running it, so the store keeps each
+// statement text it compiled, whatever values it is run with (see
+// StatementCache). The tables and the cells read by position are named in
+// store/schema.h.
 #ifndef PSIA_STORE_DATABASE_H
 #define PSIA_STORE_DATABASE_H
 
 #include <sys/types.h>
 
-#include <cstdarg>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <list>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -30,11 +38,14 @@ struct sqlite3_stmt;
 namespace psia {
 
 class Clock;
+class Log;
 
 // The rows of one query as text cells, as the camera's firmware reads them.
 class QueryResult {
  public:
-  // True when the query ran (it may still have returned no row).
+  // True when the query ran (it may still have returned no row); false when
+  // it failed: a database locked past the busy handler's back-off, a closed
+  // or refused database, a missing table.
   bool ok() const { return ok_; }
   // True when the query ran and returned at least one row: what every
   // handler counts as success.
@@ -56,19 +67,53 @@ class QueryResult {
   bool ok_ = false;
 };
 
-// The statements a connection compiled, most recently used first. A request
-// text (a user name, a preset name) makes a statement of its own, so the
-// cache is bounded: the least recently used one is finalized to make room.
+// The statements a connection compiled, most recently used first, keyed by
+// their text. Statement texts are constants of the code, so the cache holds
+// a small fixed set; the capacity only bounds it should that ever change
+// (the least recently used statement is then finalized to make room).
 class StatementCache {
  public:
-  static constexpr size_t kCapacity = 48;
+  static constexpr size_t kCapacity = 128;
   // The compiled statement of `sql`, or null when it does not compile.
-  sqlite3_stmt* statement(sqlite3* db, const char* sql);
+  // `*rc` (when given) receives SQLite's result of the compilation.
+  sqlite3_stmt* statement(sqlite3* db, const char* sql, int* rc = nullptr);
+  size_t size() const { return entries_.size(); }
   // Finalizes every statement (before the connection is closed).
   void clear();
 
  private:
   std::list<std::pair<std::string, sqlite3_stmt*>> entries_;
+};
+
+// A value bound to a statement's parameter: a text, or an integer when
+// `text` is null.
+struct BoundValue {
+  const char* text;
+  int64_t integer;
+};
+
+// The types a statement's values may have: texts and integers, nothing else
+// (a double, a char, a bool or an unsigned number is refused at compile
+// time rather than converted).
+template <typename T>
+constexpr bool kBindable =
+    std::is_same_v<std::decay_t<T>, int> || std::is_same_v<std::decay_t<T>, int64_t> ||
+    std::is_same_v<std::decay_t<T>, const char*> || std::is_same_v<std::decay_t<T>, char*> ||
+    std::is_same_v<std::decay_t<T>, std::string>;
+
+inline BoundValue bound_value(int value) { return {nullptr, value}; }
+inline BoundValue bound_value(int64_t value) { return {nullptr, value}; }
+// A null text is bound as the text a formatted statement showed for it.
+inline BoundValue bound_value(const char* value) {
+  return {value != nullptr ? value : "(NULL)", 0};
+}
+inline BoundValue bound_value(const std::string& value) { return {value.c_str(), 0}; }
+
+// How opening the camera's database ended.
+enum class StoreOpen {
+  opened,
+  busy,      // another process held it locked for as long as was waited
+  unusable,  // missing, not a database, or without the camera's tables
 };
 
 class Store {
@@ -82,43 +127,109 @@ class Store {
   // the camera's firmware. Installs the busy handler, whose back-off sleeps
   // on `clock`. False (and closed) when the file is not a usable database.
   bool open(const std::string& path, Clock* clock);
-  // Finalizes the kept statements and closes the connection; every later
-  // statement fails cleanly.
+  // Opens the camera's configuration database, which must also hold every
+  // table of store/schema.h. While another process holds it locked, tries
+  // for up to `patience_us` on `clock`. A replacement of the file is then
+  // checked the same way before it is used (see reopen_if_replaced), and
+  // refused with a line on `log`.
+  StoreOpen open_camera_database(const std::string& path, Clock* clock, Log* log,
+                                 int64_t patience_us);
+  // Finalizes the kept statements and closes the connection for good; every
+  // later statement fails cleanly.
   void close();
   bool is_open() const { return db_ != nullptr; }
   // Opens the database again when another file has taken its path since it
   // was opened (the camera's other processes replace it whole, by a
   // rename); a connection would otherwise keep reading the old file for
-  // good. Kept as it is when the new file cannot be opened.
+  // good. A camera database without the camera's tables is not adopted:
+  // every statement fails (the requests get their database-failure
+  // answers) until a good file takes the path again; one locked past the
+  // back-off is tried again at the next request. The factory-default copy
+  // is kept as it is when the new file cannot be opened.
   void reopen_if_replaced();
 
   // A query; a closed store or a failing statement gives a result that is
   // not ok().
-  QueryResult query(const char* format, ...);
+  template <size_t N, typename... Values>
+  QueryResult query(const char (&sql)[N], const Values&... values) {
+    const auto bound = bound_values(values...);
+    QueryResult result;
+    if (!run(&result, sql, bound.data(), bound.size())) result = QueryResult();
+    return result;
+  }
   // A change (update, insert, delete); true when it succeeded.
-  bool exec(const char* format, ...);
+  template <size_t N, typename... Values>
+  bool exec(const char (&sql)[N], const Values&... values) {
+    const auto bound = bound_values(values...);
+    return run(nullptr, sql, bound.data(), bound.size());
+  }
   // The first cell of a one-value query as an integer, or `fallback` when
   // the query fails or returns no row.
-  int query_int(int fallback, const char* format, ...);
+  template <size_t N, typename... Values>
+  int query_int(int fallback, const char (&sql)[N], const Values&... values) {
+    const auto bound = bound_values(values...);
+    QueryResult result;
+    return run(&result, sql, bound.data(), bound.size()) ? result.integer(0, 0, fallback)
+                                                         : fallback;
+  }
   // Copies the first cell of a one-value query into a fixed field (cut to
   // size - 1 characters). False, leaving the field untouched, when the
   // query fails, returns no row, or the cell is NULL.
-  bool query_text(char* field, size_t size, const char* format, ...);
+  template <size_t N, typename... Values>
+  bool query_text(char* field, size_t size, const char (&sql)[N], const Values&... values) {
+    const auto bound = bound_values(values...);
+    QueryResult result;
+    return run(&result, sql, bound.data(), bound.size()) && copy_cell(result, field, size);
+  }
+
+  // The statements compiled and kept.
+  size_t cached_statements() const { return statements_.size(); }
 
   // Back-off on a locked database: after the n-th busy call (n from 0) it
   // sleeps (n + 1) x 50 ms; after the sixth it gives up (about 1.05 s in
-  // all).
+  // all). While the database is opened with patience, it goes on sleeping
+  // the sixth step until the patience is spent.
   static int db_busy_handler(void* store, int count);
 
  private:
-  // Runs a statement built from `format`; fills `result` when given.
-  bool run(QueryResult* result, const char* format, va_list args);
+  template <typename... Args>
+  static std::array<BoundValue, sizeof...(Args)> bound_values(const Args&... args) {
+    static_assert((kBindable<Args> && ...),
+                  "a statement's values are texts (const char*, std::string) or integers "
+                  "(int, int64_t)");
+    return {bound_value(args)...};
+  }
+
+  // Runs `sql` with `values` bound to its parameters, in order; fills
+  // `result` when given. True when the statement ran to its end; `*rc`
+  // (when given) receives SQLite's result code.
+  bool run(QueryResult* result, const char* sql, const BoundValue* values, size_t count,
+           int* rc = nullptr);
+  static bool copy_cell(const QueryResult& result, char* field, size_t size);
+  // Opens `path` into this closed store; with `camera_tables`, the camera's
+  // tables must be there too.
+  StoreOpen open_file(const std::string& path, bool camera_tables);
+  // Closes the connection, keeping what reopen_if_replaced needs.
+  void drop_connection();
+
+  // The file at path_ when it was last opened or refused. A refused file
+  // is also looked at again when it is written in place.
+  struct FileState {
+    dev_t device = 0;
+    ino_t inode = 0;
+    off_t size = 0;
+    int64_t modified_ns = 0;
+  };
 
   sqlite3* db_ = nullptr;
   Clock* clock_ = nullptr;
+  Log* log_ = nullptr;
   std::string path_;
-  dev_t device_ = 0;  // the file opened, to notice its replacement
-  ino_t inode_ = 0;
+  FileState file_;
+  bool following_ = false;         // reopen_if_replaced watches path_
+  bool camera_tables_ = false;     // the file must hold the camera's tables
+  bool refused_ = false;           // the file at path_ did not hold them
+  int64_t busy_deadline_us_ = -1;  // while opening with patience
   StatementCache statements_;
 };
 

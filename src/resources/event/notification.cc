@@ -6,6 +6,7 @@
 
 #include "resources/event/event.h"
 #include "resources/event/event_parts.h"
+#include "store/schema.h"
 
 namespace psia {
 
@@ -24,8 +25,6 @@ const destination_kind kMailing = {"MailingNotification", "MailingNotificationLi
                                    25, true};
 const destination_kind kFtp = {"FTPNotification", "FTPNotificationList", "userName", 21, false};
 
-enum column { kName = 1, kAddress = 2, kUser = 3, kPassword = 4, kPort = 5, kPath = 6 };
-
 const char* cell(const QueryResult& rows, int r, int c) {
   const char* text = rows.text(r, c);
   return text != nullptr ? text : "";
@@ -34,9 +33,9 @@ const char* cell(const QueryResult& rows, int r, int c) {
 void append_destination(text_buffer& doc, const destination_kind& kind, const QueryResult& rows,
                         int r) {
   doc.appendf("<%s version=\"1.0\" xmlns=\"urn:psialliance-org\">", kind.element);
-  doc.appendf("<id>%s</id>", cell(rows, r, kName));
+  doc.appendf("<id>%s</id>", cell(rows, r, ServerColumn::kServerName));
   if (kind.mailing) doc.append("<authenticationMode>SMTP</authenticationMode>");
-  const char* address = cell(rows, r, kAddress);
+  const char* address = cell(rows, r, ServerColumn::kServerAddress);
   if (parse_ipv4_text(address)) {
     doc.append("<addressingFormatType>ipaddress</addressingFormatType>");
     doc.appendf("<ipAddress>%s</ipAddress>", address);
@@ -44,10 +43,11 @@ void append_destination(text_buffer& doc, const destination_kind& kind, const Qu
     doc.append("<addressingFormatType>hostname</addressingFormatType>");
     doc.appendf("<hostName>%s</hostName>", address);
   }
-  doc.appendf("<portNo>%d</portNo>", rows.integer(r, kPort, 0));
-  doc.appendf("<%s>%s</%s>", kind.account, cell(rows, r, kUser), kind.account);
-  doc.appendf("<password>%s</password>", cell(rows, r, kPassword));
-  if (!kind.mailing) doc.appendf("<uploadPath>%s</uploadPath>", cell(rows, r, kPath));
+  doc.appendf("<portNo>%d</portNo>", rows.integer(r, ServerColumn::kPort, 0));
+  doc.appendf("<%s>%s</%s>", kind.account, cell(rows, r, ServerColumn::kUserId), kind.account);
+  doc.appendf("<password>%s</password>", cell(rows, r, ServerColumn::kPassword));
+  if (!kind.mailing)
+    doc.appendf("<uploadPath>%s</uploadPath>", cell(rows, r, ServerColumn::kFtpPath));
   doc.appendf("</%s>", kind.element);
 }
 
@@ -116,13 +116,13 @@ void update_destination(Request& req, XmlNode element, const destination_kind& k
   destination d = read_destination(element, kind);
   if (kind.mailing) {
     req.db().exec(
-        "update SMTPServer set ServerAddress='%q', UserID='%q', Password='%q', Port=%d "
-        "where ServerName='%q'",
+        "update SMTPServer set ServerAddress=?, UserID=?, Password=?, Port=? "
+        "where ServerName=?",
         d.address, d.user, d.password, d.port, d.id);
   } else {
     req.db().exec(
-        "update FTPServer set ServerAddress='%q', UserID='%q', Password='%q', Port=%d, "
-        "Path='%q' where ServerName='%q'",
+        "update FTPServer set ServerAddress=?, UserID=?, Password=?, Port=?, "
+        "Path=? where ServerName=?",
         d.address, d.user, d.password, d.port, d.path, d.id);
   }
 }
@@ -133,12 +133,11 @@ void update_destination(Request& req, XmlNode element, const destination_kind& k
 void insert_destination(Request& req, XmlNode element, const destination_kind& kind) {
   destination d = read_destination(element, kind);
   if (kind.mailing) {
-    req.db().exec(
-        "insert into SMTPServer values (NULL, '%q', '%q', '%q', '%q', %d, '', '%q', '', '', 0",
-        d.id, d.address, d.user, d.password, d.port, d.user);
+    req.db().exec("insert into SMTPServer values (NULL, ?, ?, ?, ?, ?, '', ?, '', '', 0", d.id,
+                  d.address, d.user, d.password, d.port, d.user);
   } else {
-    req.db().exec("insert into FTPServer values (NULL, '%q', '%q', '%q', '%q', %d, '%q')", d.id,
-                  d.address, d.user, d.password, d.port, d.path);
+    req.db().exec("insert into FTPServer values (NULL, ?, ?, ?, ?, ?, ?)", d.id, d.address, d.user,
+                  d.password, d.port, d.path);
   }
 }
 
@@ -231,7 +230,7 @@ Answer post_mailing(Request& req, const RouteArgs&) { return post_destinations(r
 
 Answer delete_mailing(Request& req, const RouteArgs& route) {
   const char* id = route.rest;
-  req.db().exec("delete from SMTPServer where ServerName='%q'", id);
+  req.db().exec("delete from SMTPServer where ServerName=?", id);
   return Answer::status(kStatusOk);
 }
 
@@ -245,7 +244,7 @@ Answer get_ftps(Request& req, const RouteArgs&) { return answer_destination_list
 Answer get_ftp(Request& req, const RouteArgs& route) {
   const char* id = route.rest;
   return answer_destination(kFtp,
-                            req.db().query("select * from FTPServer where ServerName='%q'", id));
+                            req.db().query("select * from FTPServer where ServerName=?", id));
 }
 
 Answer put_ftps(Request& req, const RouteArgs&) { return put_destinations(req, kFtp, true); }
@@ -254,7 +253,7 @@ Answer post_ftp(Request& req, const RouteArgs&) { return post_destinations(req, 
 
 Answer delete_ftp(Request& req, const RouteArgs& route) {
   const char* id = route.rest;
-  req.db().exec("delete from FTPServer where ServerName='%q'", id);
+  req.db().exec("delete from FTPServer where ServerName=?", id);
   return Answer::status(kStatusOk);
 }
 

@@ -5,15 +5,12 @@
 
 #include "resources/event/event.h"
 #include "resources/event/event_parts.h"
+#include "store/schema.h"
 #include "util/bounded_copy.h"
 
 namespace psia {
 
 namespace {
-
-const int kWeekColumn = 2;
-const int kStartColumn = 3;
-const int kEndColumn = 4;
 
 // What a schedule body sets, day by day (index 0 is Sunday).
 struct schedule_update {
@@ -77,9 +74,9 @@ void apply_hour_masks(schedule_update* u) {
 
 void append_schedule(Request& req, text_buffer& doc) {
   QueryResult event = req.db().query("select * from Event where Trigger=0");
-  int week = event.integer(0, kWeekColumn, 0);
-  int start = event.integer(0, kStartColumn, 0);
-  int end = event.integer(0, kEndColumn, 0);
+  int week = event.integer(0, EventColumn::kWeek, 0);
+  int start = event.integer(0, EventColumn::kStartTime, 0);
+  int end = event.integer(0, EventColumn::kEndTime, 0);
   doc.append("<EventSchedule version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   doc.append("<TimeBlockList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   for (int d = 0; d < 7; ++d) {
@@ -114,7 +111,7 @@ bool apply_schedule(Request& req, XmlNode schedule) {
     const int kLimit = 2147483647 / 100;
     return (hours > kLimit ? kLimit : hours < -kLimit ? -kLimit : hours) * 100;
   };
-  return req.db().exec("update Event set Week=%d, StartTime=%d, EndTime=%d where Trigger=0", u.week,
+  return req.db().exec("update Event set Week=?, StartTime=?, EndTime=? where Trigger=0", u.week,
                        hundreds(start), hundreds(end));
 }
 

@@ -10,16 +10,12 @@
 
 #include "resources/event/event.h"
 #include "resources/event/event_parts.h"
+#include "store/schema.h"
 #include "util/bounded_copy.h"
 
 namespace psia {
 
 namespace {
-
-const int kIntervalColumn = 5;
-const int kRelayColumn = 8;
-const int kFtpColumn = 10;
-const int kMailColumn = 11;
 
 // The notification ids of the Event row; -1 is none.
 struct notification_ids {
@@ -43,7 +39,7 @@ int read_notifications(Request& req, const notification_ids& ids, notification o
   int n = 0;
   if (ids.relay >= 0) {
     QueryResult relay =
-        req.db().query("select Name, ControlDuration from Relay where RelayID=%d", ids.relay);
+        req.db().query("select Name, ControlDuration from Relay where RelayID=?", ids.relay);
     if (relay.has_rows() && relay.text(0, 0) != nullptr) {
       std::snprintf(out[n].name, sizeof out[n].name, "%s", relay.text(0, 0));
       out[n].method = "IO";
@@ -53,13 +49,13 @@ int read_notifications(Request& req, const notification_ids& ids, notification o
   }
   if (ids.ftp >= 0 &&
       req.db().query_text(out[n].name, sizeof out[n].name,
-                          "select ServerName from FTPServer where FTPServerID=%d", ids.ftp)) {
+                          "select ServerName from FTPServer where FTPServerID=?", ids.ftp)) {
     out[n].method = "FTP";
     out[n++].relay_id = -1;
   }
   if (ids.mail >= 0 &&
       req.db().query_text(out[n].name, sizeof out[n].name,
-                          "select ServerName from SMTPServer where SMTPServerID=%d", ids.mail)) {
+                          "select ServerName from SMTPServer where SMTPServerID=?", ids.mail)) {
     out[n].method = "email";
     out[n++].relay_id = -1;
   }
@@ -80,10 +76,10 @@ void append_notification(text_buffer& doc, const notification& n) {
 bool read_event_row(Request& req, int* interval, notification_ids* ids) {
   QueryResult event = req.db().query("select * from Event where Trigger=0");
   if (!event.has_rows()) return false;
-  *interval = event.integer(0, kIntervalColumn, 0);
-  ids->relay = event.integer(0, kRelayColumn, -1);
-  ids->ftp = event.integer(0, kFtpColumn, -1);
-  ids->mail = event.integer(0, kMailColumn, -1);
+  *interval = event.integer(0, EventColumn::kMinTimeInterval, 0);
+  ids->relay = event.integer(0, EventColumn::kRelayId, -1);
+  ids->ftp = event.integer(0, EventColumn::kFtpServerId, -1);
+  ids->mail = event.integer(0, EventColumn::kSmtpServerId, -1);
   return true;
 }
 
@@ -118,7 +114,7 @@ void alarm_input_name(Request& req, char (&name)[128]) {
 
 // True when `id` names the camera's alarm input (sensor 0).
 bool is_alarm_input(Request& req, const char* id) {
-  QueryResult sensor = req.db().query("select SensorID from Sensor where Name='%q'", id);
+  QueryResult sensor = req.db().query("select SensorID from Sensor where Name=?", id);
   return sensor.has_rows() && sensor.integer(0, 0, -1) == 0;
 }
 
@@ -152,13 +148,12 @@ notification_ids select_notification(Request& req, const notification_request& r
   Store& db = req.db();
   notification_ids ids;
   if (strcasecmp(r.method, "IO") == 0) {
-    db.exec("update Relay set ControlDuration=%d where Name='%q'", seconds, r.name);
-    ids.relay = db.query_int(-1, "select RelayID from Relay where Name='%q'", r.name);
+    db.exec("update Relay set ControlDuration=? where Name=?", seconds, r.name);
+    ids.relay = db.query_int(-1, "select RelayID from Relay where Name=?", r.name);
   } else if (strcasecmp(r.method, "FTP") == 0) {
-    ids.ftp = db.query_int(-1, "select FTPServerID from FTPServer where ServerName='%q'", r.name);
+    ids.ftp = db.query_int(-1, "select FTPServerID from FTPServer where ServerName=?", r.name);
   } else if (strcasecmp(r.method, "SMTP") == 0) {
-    ids.mail =
-        db.query_int(-1, "select SMTPServerID from SMTPServer where ServerName='%q'", r.name);
+    ids.mail = db.query_int(-1, "select SMTPServerID from SMTPServer where ServerName=?", r.name);
   }
   return ids;
 }
@@ -177,18 +172,18 @@ notification_ids read_notification_list(Request& req, XmlNode list) {
 
 void store_trigger(Request& req, int interval, const notification_ids& ids) {
   req.db().exec(
-      "update Event set MinTimeInterval=%d, RelayID=%d, FTPServerID=%d, SMTPServerID=%d "
-      "where Trigger=%d",
+      "update Event set MinTimeInterval=?, RelayID=?, FTPServerID=?, SMTPServerID=? "
+      "where Trigger=?",
       interval, ids.relay, ids.ftp, ids.mail, 0);
 }
 
 void store_notifications(Request& req, const notification_ids& ids) {
-  req.db().exec("update Event set RelayID=%d, FTPServerID=%d, SMTPServerID=%d where Trigger=%d",
+  req.db().exec("update Event set RelayID=?, FTPServerID=?, SMTPServerID=? where Trigger=?",
                 ids.relay, ids.ftp, ids.mail, 0);
 }
 
 void clear_notifications(Request& req) {
-  req.db().exec("update Event set RelayID=-1, FTPServerID=-1, SMTPServerID=-1 where Trigger=%d", 0);
+  req.db().exec("update Event set RelayID=-1, FTPServerID=-1, SMTPServerID=-1 where Trigger=?", 0);
 }
 
 // Applies an EventTrigger element when `trigger_id` names the alarm input.
@@ -273,7 +268,7 @@ Answer delete_triggers(Request& req, const RouteArgs&) {
 // An id that names no alarm input is not a trigger of this camera.
 Answer get_event_trigger(Request& req, const RouteArgs& route) {
   const char* trigger_id = route.id;
-  QueryResult sensor = req.db().query("select SensorID from Sensor where Name='%q'", trigger_id);
+  QueryResult sensor = req.db().query("select SensorID from Sensor where Name=?", trigger_id);
   if (!sensor.has_rows() || sensor.integer(0, 0, -1) < 0)
     return Answer::status(kStatusInvalidOperation);
   return answer_element([&](text_buffer& doc) { append_trigger(req, doc, trigger_id); });

@@ -37,7 +37,7 @@ Answer put_audio_channel(Request& req, const RouteArgs&) {
   for (XmlNode child : body.root().children())
     if (child.is("enabled")) enable = child.text_is("true") ? 1 : 0;
   body.release();
-  if (!req.db().exec("update AudioStream set Enable=%d where AudioStreamID=0", enable))
+  if (!req.db().exec("update AudioStream set Enable=? where AudioStreamID=0", enable))
     return Answer::status(kStatusDeviceError);
   return Answer::status(req.control().send_command(kCommandAudio));
 }

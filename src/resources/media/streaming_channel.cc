@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "resources/media/media.h"
+#include "store/schema.h"
 #include "util/bounded_copy.h"
 
 namespace psia {
@@ -222,7 +223,7 @@ struct shared_settings {
 bool read_video_stream(Request& req, int index, video_stream* out) {
   QueryResult row = req.db().query(
       "select Enable, Codec, Resolution, QualityType, Bitrate, Quality, Framerate, GOPSize "
-      "from VideoStream where VideoStreamID=%d",
+      "from VideoStream where VideoStreamID=?",
       index);
   *out = video_stream();
   if (row.has_rows()) {
@@ -247,8 +248,8 @@ shared_settings read_shared_settings(Request& req, int video_standard) {
   shared_settings s;
   s.video_standard = video_standard;
   QueryResult audio = req.db().query("select * from AudioStream where AudioStreamID=0");
-  s.audio_enabled = audio.has_rows() && audio.integer(0, 1, 0) == 1;
-  s.audio_codec = audio.has_rows() ? audio.integer(0, 4, 0) : 0;
+  s.audio_enabled = audio.has_rows() && audio.integer(0, AudioStreamColumn::kEnable, 0) == 1;
+  s.audio_codec = audio.has_rows() ? audio.integer(0, AudioStreamColumn::kCodec, 0) : 0;
   s.rtsp_port = req.db().query_int(554, "select RTSPPort from Services");
   return s;
 }

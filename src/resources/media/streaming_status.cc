@@ -1,14 +1,14 @@
 // The streaming clients that the camera's streaming server records in
-// table ClientList (the client's address is the row's third cell).
+// table ClientList.
 #include <cstring>
 
 #include "resources/media/media.h"
+#include "store/schema.h"
 
 namespace psia {
 
 namespace {
 
-const int kClientAddressColumn = 2;
 // The length of "Slave-0/status", the channel path's rest: clients of the
 // second stream ask with exactly this path; every other one means the
 // master stream.
@@ -18,7 +18,7 @@ const size_t kSlaveStatusRestLength = 14;
 void append_sessions(text_buffer& doc, const QueryResult& clients, const char* element,
                      int indent) {
   for (int r = 0; r < clients.rows(); ++r) {
-    const char* address = clients.text(r, kClientAddressColumn);
+    const char* address = clients.text(r, ClientListColumn::kClientAddress);
     doc.appendf("%*s<%s>", indent, "", element);
     doc.appendf("%*s<clientAddress>", indent + 4, "");
     doc.appendf("%*s<ipAddress>%s</ipAddress>", indent + 8, "", address != nullptr ? address : "");

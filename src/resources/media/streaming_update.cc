@@ -129,8 +129,8 @@ bool read_channel_update(Request& req, bool list, channel_update* u) {
 
 bool store_stream(Request& req, const stream_update& s, int index) {
   return req.db().exec(
-      "update VideoStream set Enable=%d, Codec=%d, Resolution=%d, QualityType=%d, Bitrate=%d, "
-      "Quality=%d, Framerate=%d where VideoStreamID=%d",
+      "update VideoStream set Enable=?, Codec=?, Resolution=?, QualityType=?, Bitrate=?, "
+      "Quality=?, Framerate=? where VideoStreamID=?",
       s.enabled, s.codec, s.resolution, s.quality_type, s.bit_rate, s.quality, s.frame_rate, index);
 }
 
@@ -143,11 +143,11 @@ void announce_video_stream(Request& req, bool master) {
 
 // The audio and RTSP steps every writer ends with; returns the answer.
 Answer store_shared_settings(Request& req, const channel_update& u) {
-  if (!req.db().exec("update AudioStream set Enable=%d, Codec=%d where AudioStreamID=0",
+  if (!req.db().exec("update AudioStream set Enable=?, Codec=? where AudioStreamID=0",
                      u.audio_enabled, u.audio_codec))
     return Answer::status(kStatusDeviceError);
   req.control().send_command(kCommandAudio);
-  if (!req.db().exec("update Services set RTSPPort=%d", u.rtsp_port))
+  if (!req.db().exec("update Services set RTSPPort=?", u.rtsp_port))
     return Answer::status(kStatusDeviceError);
   req.control().send_command(kCommandRtspPort);
   return Answer::status(kStatusOk);

@@ -3,6 +3,7 @@
 // different depths, and the update of its picture levels.
 #include "io/xml_input.h"
 #include "resources/media/media.h"
+#include "store/schema.h"
 
 namespace psia {
 
@@ -21,8 +22,9 @@ struct video_input_levels {
 Answer answer_video_document(Request& req, const char* const opens[], const char* const closes[],
                              int depth) {
   QueryResult row = req.db().query("select * from VideoChannel where VideoChannelID=0");
-  video_input_levels v{row.integer(0, 2, 1), row.integer(0, 3, 50), row.integer(0, 4, 50),
-                       row.integer(0, 5, 50)};
+  namespace C = VideoChannelColumn;
+  video_input_levels v{row.integer(0, C::kVideoStandard, 1), row.integer(0, C::kBrightness, 50),
+                       row.integer(0, C::kContrast, 50), row.integer(0, C::kHue, 50)};
   const int indent = 4 * depth;
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
@@ -84,7 +86,7 @@ Answer put_video_input_channel(Request& req, const RouteArgs&) {
   }
   body.release();
   if (!req.db().exec(
-          "update VideoChannel set Brightness=%d, Contrast=%d, Hue=%d where VideoChannelID=%d",
+          "update VideoChannel set Brightness=?, Contrast=?, Hue=? where VideoChannelID=?",
           brightness, contrast, hue, id))
     return Answer::status(kStatusDeviceError);
   control_message msg(kCommandVideoInput);

@@ -169,14 +169,14 @@ Answer apply_network_settings(Request& req, const network_settings& settings) {
   bool stored;
   if (settings.secondary_dns[0] != '\0') {
     stored = req.db().exec(
-        "update Network set ConnectionType=0, IpAddress='%q', SubnetMask='%q', "
-        "Gateway='%q', PrimaryDNS='%q', SecondaryDNS='%q'",
+        "update Network set ConnectionType=0, IpAddress=?, SubnetMask=?, "
+        "Gateway=?, PrimaryDNS=?, SecondaryDNS=?",
         settings.ip_address, settings.subnet_mask, settings.gateway, settings.primary_dns,
         settings.secondary_dns);
   } else {
     stored = req.db().exec(
-        "update Network set ConnectionType=0, IpAddress='%q', SubnetMask='%q', "
-        "Gateway='%q', PrimaryDNS='%q'",
+        "update Network set ConnectionType=0, IpAddress=?, SubnetMask=?, "
+        "Gateway=?, PrimaryDNS=?",
         settings.ip_address, settings.subnet_mask, settings.gateway, settings.primary_dns);
   }
   if (!stored) return Answer::status(kStatusDeviceError);

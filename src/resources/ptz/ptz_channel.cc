@@ -3,6 +3,7 @@
 // announced to the control daemon with command 61.
 #include "io/xml_input.h"
 #include "resources/ptz/ptz.h"
+#include "store/schema.h"
 #include "util/bounded_copy.h"
 
 namespace psia {
@@ -11,7 +12,7 @@ namespace {
 
 Answer answer_channel(Request& req, bool list, int id) {
   QueryResult row = req.db().query("select * from PTZControl where VideoChannelID=0");
-  bool enabled = row.integer(0, 2, 0) == 1;
+  bool enabled = row.integer(0, PtzControlColumn::kEnable, 0) == 1;
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   if (list) doc.append("<PTZChannelList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
@@ -48,8 +49,8 @@ void read_channel(XmlNode channel, channel_update* u) {
 // Stores the setting and tells the daemon; answers its status.
 Answer apply(Request& req, bool all_rows, int enable) {
   bool stored =
-      all_rows ? req.db().exec("update PTZControl set Enable=%d", enable)
-               : req.db().exec("update PTZControl set Enable=%d where VideoChannelID=0", enable);
+      all_rows ? req.db().exec("update PTZControl set Enable=?", enable)
+               : req.db().exec("update PTZControl set Enable=? where VideoChannelID=0", enable);
   if (!stored) return Answer::status(kStatusDeviceError);
   return Answer::status(req.control().send_command(kCommandPtzControl));
 }

@@ -3,18 +3,16 @@
 // the control daemon's work (commands 52, 53, 54); the names live here.
 #include "io/xml_input.h"
 #include "resources/ptz/ptz.h"
+#include "store/schema.h"
 
 namespace psia {
 
 namespace {
 
-const int kAliasColumn = 2;
-const int kSequenceColumn = 3;
-
 void append_preset(text_buffer& doc, const QueryResult& presets, int row) {
-  const char* alias = presets.text(row, kAliasColumn);
+  const char* alias = presets.text(row, PresetColumn::kAlias);
   doc.append("<PTZPreset version=\"1.0\" xmlns=\"urn:psialliance-org\">");
-  doc.appendf("<id>%d</id>", presets.integer(row, kSequenceColumn, 0));
+  doc.appendf("<id>%d</id>", presets.integer(row, PresetColumn::kSequence, 0));
   doc.appendf("<presetName>%s</presetName>", alias != nullptr ? alias : "");
   doc.append("</PTZPreset>");
 }
@@ -56,7 +54,7 @@ Answer get_ptz_preset_list(Request& req, const RouteArgs&) {
 
 Answer get_ptz_preset(Request& req, const RouteArgs& route) {
   int n = route.number;
-  QueryResult preset = req.db().query("select * from Preset where Sequence=%d", n);
+  QueryResult preset = req.db().query("select * from Preset where Sequence=?", n);
   if (!preset.has_rows()) return Answer::status(kStatusDeviceError);
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
@@ -73,7 +71,7 @@ Answer put_ptz_preset(Request& req, const RouteArgs& route) {
   char name[128] = "";
   read_preset(body.root(), &id, name);
   if (id != n) return Answer::status(kStatusDeviceError);
-  req.db().exec("update Preset set PresetAlias='%q' where Sequence=%d", name, n);
+  req.db().exec("update Preset set PresetAlias=? where Sequence=?", name, n);
   return Answer::status(kStatusOk);
 }
 
@@ -85,7 +83,7 @@ Answer put_ptz_preset_list(Request& req, const RouteArgs&) {
   for (XmlNode preset : body.root().children()) {
     if (!preset.is("PTZPreset")) continue;
     read_preset(preset, &id, name);
-    req.db().exec("update Preset set PresetAlias='%q' where Sequence=%d", name, id);
+    req.db().exec("update Preset set PresetAlias=? where Sequence=?", name, id);
   }
   return Answer::status(kStatusOk);
 }
@@ -97,16 +95,16 @@ Answer post_ptz_preset(Request& req, const RouteArgs&) {
   int id = -1;
   char name[128] = "";
   read_preset(body.root(), &id, name);
-  QueryResult same = req.db().query("select COUNT(*) from Preset where Sequence=%d", id);
+  QueryResult same = req.db().query("select COUNT(*) from Preset where Sequence=?", id);
   if (!same.has_rows() || same.integer(0, 0, 0) >= 1 ||
-      !req.db().exec("insert into Preset values (NULL, 0, '%q', %d, 1, 1)", name, id))
+      !req.db().exec("insert into Preset values (NULL, 0, ?, ?, 1, 1)", name, id))
     return Answer::status(kStatusDeviceError);
   return send_preset_command(req, kCommandPtzPresetStore, id);
 }
 
 Answer delete_ptz_preset(Request& req, const RouteArgs& route) {
   int n = route.number;
-  req.db().exec("delete from Preset where Sequence=%d", n);
+  req.db().exec("delete from Preset where Sequence=?", n);
   return send_preset_command(req, kCommandPtzPresetDelete, n);
 }
 

@@ -11,6 +11,7 @@
 #include "io/credentials.h"
 #include "io/xml_input.h"
 #include "resources/security/users.h"
+#include "store/schema.h"
 #include "util/bounded_copy.h"
 
 namespace psia {
@@ -30,7 +31,7 @@ bool read_credential(XmlNode node, credentials* c) {
 }
 
 bool set_password(Request& req, const char* user, const char* password) {
-  return req.db().exec("update UserAccount set Password='%q' where UserID='%q'", password, user);
+  return req.db().exec("update UserAccount set Password=? where UserID=?", password, user);
 }
 
 // The change is stored: tell the daemon; the answer is 1 whatever it says.
@@ -56,7 +57,7 @@ Answer get_users(Request& req, const RouteArgs&) {
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   doc.append("<UserList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   for (int r = 0; r < users.rows(); ++r) {
-    const char* name = users.text(r, 0);
+    const char* name = users.text(r, UserAccountColumn::kUserId);
     doc.append("<User version=\"1.0\">");
     append_user_elements(doc, name != nullptr ? name : "");
     doc.append("</User>");
@@ -72,11 +73,11 @@ Answer get_user(Request& req, const RouteArgs& route) {
   QueryResult user =
       std::strlen(id) < 4
           ? req.db().query(
-                "select * from UserAccount where UserID!='admin' and UserID!='anonymous' limit %d",
+                "select * from UserAccount where UserID!='admin' and UserID!='anonymous' limit ?",
                 parse_int(id))
-          : req.db().query("select * from UserAccount where UserID='%q'", id);
+          : req.db().query("select * from UserAccount where UserID=?", id);
   if (!user.has_rows()) return Answer::status(kStatusDeviceError);
-  const char* name = user.text(0, 0);
+  const char* name = user.text(0, UserAccountColumn::kUserId);
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   doc.append("<User version=\"1.0\" xmlns=\"urn:psialliance-org\">");
@@ -93,9 +94,9 @@ Answer post_user(Request& req, const RouteArgs&) {
   bool added = false;
   for (XmlNode child : body.root().children()) {
     if (!read_credential(child, &c) || !c.complete()) continue;
-    QueryResult same = req.db().query("select count(*) from UserAccount where UserID='%q'", c.user);
+    QueryResult same = req.db().query("select count(*) from UserAccount where UserID=?", c.user);
     if (!same.has_rows() || same.integer(0, 0, 0) > 0 ||
-        !req.db().exec("insert into UserAccount values('%q', '%q', 2)", c.user, c.password))
+        !req.db().exec("insert into UserAccount values(?, ?, 2)", c.user, c.password))
       return Answer::status(kStatusDeviceError);
     c.clear();
     added = true;
@@ -149,7 +150,7 @@ Answer delete_user(Request& req, const RouteArgs& route) {
   copy_bounded(user, route.rest);
   // The built-in accounts stay; the request ends without an answer.
   if (is_built_in(user, true)) return Answer::nothing();
-  if (!req.db().exec("delete from UserAccount where UserID='%q'", route.rest))
+  if (!req.db().exec("delete from UserAccount where UserID=?", route.rest))
     return Answer::status(kStatusDeviceError);
   return Answer::status(announce_accounts_changed(req));
 }

@@ -78,11 +78,11 @@ void read_device_id(Request& req, char id[40]) {
     copy_bounded(id, 40, kNoDeviceId);
   if (std::strncmp(id, kNoDeviceId, 16) != 0) return;
   make_device_id(id);
-  req.db().exec("update system set uuid='%q'", id);
+  req.db().exec("update system set uuid=?", id);
   Store& factory = req.ctx.factory_store;
   if (!factory.is_open() && !factory.open(req.host_path(kFactoryDatabasePath), &req.ctx.clock))
     return;
-  factory.exec("update system set uuid='%q'", id);
+  factory.exec("update system set uuid=?", id);
   req.db().close();
 }
 
@@ -134,7 +134,7 @@ Answer put_device_info(Request& req, const RouteArgs&) {
   char name[32] = "";
   for (XmlNode child : body.root().children())
     if (child.is("deviceName")) child.copy_text(name);
-  bool stored = req.db().exec("update Network set DDNSHostname='%q'", name);
+  bool stored = req.db().exec("update Network set DDNSHostname=?", name);
   return Answer::status(stored ? kStatusOk : kStatusDeviceError);
 }
 

@@ -76,7 +76,7 @@ Answer store_ntp_server(Request& req, bool list) {
   } else {
     read_server_element(body.root(), &u);
   }
-  bool stored = req.db().exec("update DateTime set NTPServerName='%q'",
+  bool stored = req.db().exec("update DateTime set NTPServerName=?",
                               u.use_host_name ? u.host_name : u.address);
   return Answer::status(stored ? kStatusOk : kStatusDeviceError);
 }

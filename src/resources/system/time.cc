@@ -167,7 +167,7 @@ Answer put_time_zone(Request& req, const RouteArgs&) {
   const char* found = find_time_zone(req.body());
   char zoneinfo[128];
   copy_bounded(zoneinfo, found);
-  if (found == nullptr || !req.db().exec("update DateTime set TimeZone='%q'", zoneinfo))
+  if (found == nullptr || !req.db().exec("update DateTime set TimeZone=?", zoneinfo))
     return Answer::status(kStatusDeviceError);
   control_message msg(kCommandSetTimeZone);
   msg.put_text(SetTimeZonePayload::kZone, SetTimeZonePayload::kZoneWidth, zoneinfo);
