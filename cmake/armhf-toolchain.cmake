@@ -1,6 +1,8 @@
 # Cross-building for the camera: 32-bit ARM, hard-float (Debian's armhf),
-# with Debian's cross compiler and the armhf libraries installed multiarch
-# (/usr/lib/arm-linux-gnueabihf). scripts/cross-armhf.sh installs both.
+# with Debian's cross compiler and a sysroot of Debian's armhf libraries
+# (their packages unpacked, never installed on the build machine).
+# scripts/cross-armhf.sh installs the one and makes the other,
+# build-armhf-sysroot/ in the checkout; PSIA_ARMHF_SYSROOT names another.
 #
 #   cmake -S . -B build-armhf -DCMAKE_TOOLCHAIN_FILE=cmake/armhf-toolchain.cmake
 #
@@ -14,34 +16,39 @@ set(CMAKE_C_COMPILER ${PSIA_TARGET_TRIPLET}-gcc)
 set(CMAKE_CXX_COMPILER ${PSIA_TARGET_TRIPLET}-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE ${PSIA_TARGET_TRIPLET})
 
-# Libraries, headers and CMake packages (GTest) come from the armhf
-# multiarch directories, which the cross compiler searches by itself; build
-# tools are the host's.
-set(CMAKE_FIND_ROOT_PATH /usr/${PSIA_TARGET_TRIPLET})
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY BOTH)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE BOTH)
-set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
+if(NOT PSIA_ARMHF_SYSROOT)
+  set(PSIA_ARMHF_SYSROOT ${CMAKE_CURRENT_LIST_DIR}/../build-armhf-sysroot)
+endif()
+get_filename_component(PSIA_ARMHF_SYSROOT ${PSIA_ARMHF_SYSROOT} ABSOLUTE)
+# The same sysroot in CMake's compiler checks.
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES PSIA_ARMHF_SYSROOT)
+if(NOT EXISTS ${PSIA_ARMHF_SYSROOT}/usr/include/sqlite3.h)
+  message(FATAL_ERROR "No armhf sysroot in ${PSIA_ARMHF_SYSROOT}: "
+                      "scripts/cross-armhf.sh --install-only makes it")
+endif()
 
-# pkg-config must see only the armhf .pc files, never the host's.
+# Libraries, headers and CMake packages (GTest) from the sysroot only; the
+# C++ headers and runtime come with the cross compiler; build tools are the
+# host's.
+set(CMAKE_SYSROOT ${PSIA_ARMHF_SYSROOT})
+set(CMAKE_FIND_ROOT_PATH ${PSIA_ARMHF_SYSROOT})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+
+# pkg-config sees only the sysroot's .pc files, and puts the sysroot in
+# front of the paths they name.
 set(ENV{PKG_CONFIG_LIBDIR}
-    "/usr/lib/${PSIA_TARGET_TRIPLET}/pkgconfig:/usr/share/pkgconfig")
+    "${PSIA_ARMHF_SYSROOT}/usr/lib/${PSIA_TARGET_TRIPLET}/pkgconfig:${PSIA_ARMHF_SYSROOT}/usr/share/pkgconfig")
 set(ENV{PKG_CONFIG_PATH} "")
+set(ENV{PKG_CONFIG_SYSROOT_DIR} ${PSIA_ARMHF_SYSROOT})
 
 # Tests run the ARM programs through qemu's user-mode emulator (the
-# absolute path: the test harness execs it directly). The loader and the C
-# library must come from one build of glibc: the cross toolchain's copy in
-# /usr/arm-linux-gnueabihf can lag behind the multiarch libc6:armhf that the
-# armhf libraries pull in (2.36-8cross1 against 2.36-9+deb12u14 on
-# bookworm), and that mix crashes every child after fork(). So the
-# multiarch loader (prefix /) is used whenever it is installed.
+# absolute path: the test harness execs it directly), with the sysroot's
+# loader and libraries: one build of glibc for both.
 find_program(PSIA_QEMU_ARM qemu-arm)
 if(NOT PSIA_QEMU_ARM)
   set(PSIA_QEMU_ARM qemu-arm)
 endif()
-if(EXISTS /lib/ld-linux-armhf.so.3)
-  set(PSIA_QEMU_LD_PREFIX /)
-else()
-  set(PSIA_QEMU_LD_PREFIX /usr/${PSIA_TARGET_TRIPLET})
-endif()
-set(CMAKE_CROSSCOMPILING_EMULATOR ${PSIA_QEMU_ARM} -L ${PSIA_QEMU_LD_PREFIX})
+set(CMAKE_CROSSCOMPILING_EMULATOR ${PSIA_QEMU_ARM} -L ${PSIA_ARMHF_SYSROOT})

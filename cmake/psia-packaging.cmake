@@ -3,6 +3,7 @@
 #   /usr/bin/psia-responder
 #   /usr/share/man/man8/psia-responder.8
 #   /usr/lib/systemd/system/psia-responder.service, psia-responder.socket
+#   /usr/lib/tmpfiles.d/psia-responder.conf
 #   /etc/lighttpd/conf-available/90-psia-responder.conf
 #   /etc/init.d/S49psia-responder
 #   /etc/default/psia-responder
@@ -15,7 +16,12 @@
 #   DESTDIR=$STAGE cmake --install build      # $STAGE/usr/bin/..., paths /usr/bin/...
 include(GNUInstallDirs)
 
-set(PSIA_FASTCGI_SOCKET /var/run/lighttpd/psia-responder.socket CACHE STRING
+# The responder's own run-time directory, made for its user at boot (init
+# script, systemd-tmpfiles, RuntimeDirectory=): the socket goes there, so
+# nothing has to be made or changed in a directory that belongs to lighttpd.
+set(PSIA_RUN_DIR /run/psia-responder CACHE STRING
+    "Run-time directory of the responder, owned by its user (below /run)")
+set(PSIA_FASTCGI_SOCKET ${PSIA_RUN_DIR}/psia-responder.socket CACHE STRING
     "Unix socket between lighttpd and the responder")
 set(PSIA_USER www-data CACHE STRING
     "User the responder runs as (the web server's)")
@@ -40,6 +46,7 @@ set(PSIA_MANDIR \"${CMAKE_INSTALL_MANDIR}\")
 set(PSIA_SYSTEMD_UNITDIR \"${PSIA_SYSTEMD_UNITDIR}\")
 set(PSIA_INIT_NAME \"${PSIA_INIT_NAME}\")
 set(PSIA_FASTCGI_SOCKET \"${PSIA_FASTCGI_SOCKET}\")
+set(PSIA_RUN_DIR \"${PSIA_RUN_DIR}\")
 set(PSIA_USER \"${PSIA_USER}\")
 ")
 install(SCRIPT ${PROJECT_SOURCE_DIR}/cmake/psia-install-files.cmake)

@@ -57,6 +57,7 @@ if [ "${1:-}" = --buildroot ]; then
 ./usr/bin/psia-responder
 ./usr/lib/systemd/system/psia-responder.service
 ./usr/lib/systemd/system/psia-responder.socket
+./usr/lib/tmpfiles.d/psia-responder.conf
 ./usr/share/man/man8/psia-responder.8
 FILES
   check "stages exactly the expected files" diff "$tmp/expected" "$tmp/files"
@@ -72,11 +73,18 @@ check "staged with DESTDIR: the files name run-time paths" paths_match "$tmp/sta
 cmake --install "$build" --prefix "$tmp/prefix" >/dev/null
 check "installed with --prefix: the files name that prefix" paths_match "$tmp/prefix" ""
 init=$(find "$tmp/prefix" -path '*/init.d/*' -type f)
-conf=$(find "$tmp/prefix" -name '*psia-responder.conf')
+conf=$(find "$tmp/prefix" -path '*/lighttpd/*' -name '*psia-responder.conf')
 check "init script parses (sh)" sh -n "$init"
 if command -v busybox >/dev/null; then
   check "init script parses (busybox sh)" busybox sh -n "$init"
 fi
+
+# The init script, systemd-tmpfiles and the snippet agree on the
+# responder's own directory, and the socket is in it.
+rundir=$(sed -n 's/^d \([^ ]*\) .*/\1/p' "$(find "$tmp/prefix" -path '*/tmpfiles.d/*' -type f)")
+check "the socket is in the responder's own directory ($rundir)" test -n "$rundir" -a \
+  "$(sed -n 's/^RUN_DIR=//p' "$init")" = "$rundir" -a \
+  "$(sed -n 's|.*"socket" => "\(.*\)/[^/]*".*|\1|p' "$conf")" = "$rundir"
 
 if command -v lighttpd >/dev/null; then
   cat > "$tmp/lighttpd.conf" <<CONF

@@ -1,8 +1,15 @@
 #!/usr/bin/env bash
 # Cross-builds the responder for the camera (32-bit ARM, Debian's armhf) into
 # build-armhf/ and runs the whole test suite through qemu-arm. Installs the
-# cross toolchain, qemu and the armhf libraries first (Debian packages,
-# multiarch). Safe to run again: what is installed is left alone.
+# cross toolchain and qemu first (Debian packages for this machine), and
+# makes a sysroot of the armhf libraries, build-armhf-sysroot/: Debian's
+# armhf packages downloaded by an apt of its own (its own package lists,
+# cache and empty status, in build-armhf-apt/) and unpacked, never installed
+# on this machine. So nothing of the machine's own packages is downgraded
+# or held back: the script compares every installed package's version
+# before and after, and fails if anything changed other than the packages
+# it installed new (it refuses before installing when apt would change
+# one). Safe to run again: what is there is left alone.
 #
 # Usage: scripts/cross-armhf.sh [--install-only] [--no-test] [--record]
 #                               [--build-dir DIR] [--build-type TYPE]
@@ -38,12 +45,18 @@ apt_get() {
     -o DPkg::Lock::Timeout=600 "$@"
 }
 
-# Build-host tools (amd64) and the target's libraries (armhf). The armhf
-# GoogleTest is Debian's own build of the same release as the host's.
+# Build-host tools, installed on this machine: Debian's cross compiler
+# (its own copy of the armhf C library and C++ runtime, in packages of
+# their own names: nothing armhf is installed) and qemu's user-mode
+# emulator.
 host_tools=(g++-arm-linux-gnueabihf binutils-arm-linux-gnueabihf qemu-user
-            cmake pkg-config sqlite3 libgtest-dev)
-target_libs=(libfcgi-dev:armhf libsqlite3-dev:armhf libxml2-dev:armhf
-             uuid-dev:armhf libgtest-dev:armhf)
+            cmake pkg-config sqlite3)
+# The target's libraries, unpacked into the sysroot with everything they
+# depend on. GoogleTest is Debian's armhf build.
+target_libs=(libc6-dev libstdc++6 libfcgi-dev libsqlite3-dev libxml2-dev
+             uuid-dev libgtest-dev)
+sysroot=$(pwd)/build-armhf-sysroot
+apt_dir=$(pwd)/build-armhf-apt
 
 is_installed() {
   dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q 'install ok installed'
@@ -54,91 +67,108 @@ missing_of() {  # prints the packages of "$@" that are not installed
   for pkg in "$@"; do is_installed "$pkg" || echo "$pkg"; done
 }
 
-# The highest version of a package that the archive offers for both amd64
-# and armhf ("" when there is none).
-common_version() {
-  local pkg=$1 best= version
-  local armhf_versions
-  armhf_versions=$(apt-cache madison "$pkg:armhf" | awk -F'|' '{gsub(/ /, "", $2); print $2}')
-  for version in $(apt-cache madison "$pkg:amd64" | awk -F'|' '{gsub(/ /, "", $2); print $2}'); do
-    grep -qxF -- "$version" <<<"$armhf_versions" || continue
-    if [ -z "$best" ] || dpkg --compare-versions "$version" gt "$best"; then
-      best=$version
-    fi
-  done
-  echo "$best"
+installed_packages() {  # every package of this machine: name, version, state
+  dpkg-query -W -f='${binary:Package} ${Version} ${db:Status-Abbrev}\n' | sort
 }
 
-# A Multi-Arch: same library must have the same version on amd64 and armhf.
-# When an armhf index could not be fetched (a mirror in the middle of a sync
-# serves a security index of the wrong size), the host's amd64 copies of
-# such libraries (liblzma5, libssl3, linux-libc-dev, ...) can be at versions
-# the armhf side cannot match, and apt refuses the whole install. For each
-# such library in the armhf dependency closure this prints pkg:amd64=V and
-# pkg:armhf=V for the highest version both architectures offer, so one
-# install moves both to it (an upgrade, or for kernel headers a step back).
-# Nothing is pinned for good: later host upgrades go on as before.
-lockstep_versions() {
-  local closure pkg host_version armhf_version version
-  closure=$(apt-cache depends --recurse --no-recommends --no-suggests \
-              --no-conflicts --no-breaks --no-replaces --no-enhances \
-              "${target_libs[@]}" 2>/dev/null |
-            sed -n 's/^\([^ <][^ ]*\):armhf$/\1/p' | sort -u)
-  for pkg in $closure; do
-    host_version=$(dpkg-query -W -f='${Status} ${Version}' "$pkg:amd64" 2>/dev/null |
-                   awk '$3 == "installed" {print $4}')
-    [ -n "$host_version" ] || continue
-    apt-cache show "$pkg:armhf" 2>/dev/null | grep -qx 'Multi-Arch: same' || continue
-    armhf_version=$(apt-cache policy "$pkg:armhf" | awk '/Candidate:/ {print $2; exit}')
-    [ "$armhf_version" = "$host_version" ] && continue
-    version=$(common_version "$pkg")
-    if [ -z "$version" ]; then
-      echo "cross-armhf: no version of $pkg is offered for both amd64 and armhf" >&2
-      return 1
-    fi
-    echo "$pkg:amd64=$version"
-    echo "$pkg:armhf=$version"
+install_host_tools() {
+  local missing changes
+  missing=$(missing_of "${host_tools[@]}")
+  [ -n "$missing" ] || return 0
+  echo "cross-armhf: installing" $missing
+  apt_get update -qq ||
+    echo "cross-armhf: some package indexes failed to download; going on with the rest" >&2
+  # Only new packages: apt's plan must upgrade, downgrade and remove nothing.
+  # shellcheck disable=SC2086
+  changes=$(apt_get -s install --no-install-recommends $missing |
+            grep -E '^(Inst [^ ]+ \[|Remv )' || true)
+  if [ -n "$changes" ]; then
+    echo "cross-armhf: installing the tools would change this machine's packages:" >&2
+    echo "$changes" >&2
+    exit 1
+  fi
+  # shellcheck disable=SC2086
+  apt_get install -y -qq --no-install-recommends $missing >/dev/null
+}
+
+# The armhf sysroot. The private apt sees the machine's sources and keys;
+# everything it writes stays in $apt_dir. Its status is empty, so it
+# downloads the whole dependency closure (Essential packages excepted),
+# which is unpacked as is. A dpkg database of its own (status, file lists
+# naming the sysroot's paths, shlibs and symbols files) lets
+# dpkg-shlibdeps and the packaging script read the libraries' package
+# versions.
+make_sysroot() {
+  local opts debs deb pkg name tmp link target admin=$sysroot/var/lib/dpkg
+  opts=(-o Dir::State="$apt_dir/state" -o Dir::State::status="$apt_dir/state/status"
+        -o Dir::Cache="$apt_dir/cache" -o APT::Architecture=armhf -o APT::Architectures=armhf
+        -o pkgCacheGen::Essential=none -o Debug::NoLocking=true -o APT::Sandbox::User=root
+        -o Acquire::Languages=none -o DPkg::Lock::Timeout=600)
+  mkdir -p "$apt_dir/state/lists/partial" "$apt_dir/cache/archives/partial"
+  touch "$apt_dir/state/status"
+  local try
+  for try in 1 2 3; do
+    apt-get "${opts[@]}" update -qq 2>"$apt_dir/update.log" && break
+    echo "cross-armhf: armhf package lists incomplete (try $try of 3):" \
+         "$(grep -m1 '^E: ' "$apt_dir/update.log" || true)" >&2
+    sleep 5
   done
+  apt-get "${opts[@]}" install -y -qq --download-only --no-install-recommends \
+    "${target_libs[@]}" >/dev/null
+  debs=$(find "$apt_dir/cache/archives" -maxdepth 1 -name '*.deb' | LC_ALL=C sort)
+  # Remade only when the set of packages changed.
+  if [ -f "$sysroot/.debs" ] && [ "$(cat "$sysroot/.debs")" = "$(xargs -n1 basename <<<"$debs")" ]; then
+    return 0
+  fi
+  echo "cross-armhf: unpacking $(wc -l <<<"$debs") armhf packages into $sysroot"
+  rm -rf "$sysroot"
+  mkdir -p "$admin/info" "$admin/updates"
+  echo armhf > "$admin/arch"
+  echo 1 > "$admin/info/format"  # file lists named PACKAGE:armhf for Multi-Arch: same only
+  : > "$admin/available"
+  tmp=$(mktemp -d)
+  for deb in $debs; do
+    dpkg-deb -x "$deb" "$sysroot"
+    pkg=$(dpkg-deb -f "$deb" Package)
+    name=$pkg
+    [ "$(dpkg-deb -f "$deb" Multi-Arch)" != same ] || name=$pkg:armhf
+    { dpkg-deb -f "$deb"; echo "Status: install ok installed"; echo; } >> "$admin/status"
+    dpkg-deb --fsys-tarfile "$deb" | tar -t | sed "s|^\./|$sysroot/|; s|/\$||" > "$admin/info/$name.list"
+    rm -rf "$tmp/control"
+    dpkg-deb -e "$deb" "$tmp/control"
+    for f in shlibs symbols; do
+      [ ! -f "$tmp/control/$f" ] || cp "$tmp/control/$f" "$admin/info/$name.$f"
+    done
+  done
+  rm -rf "$tmp"
+  # Links to absolute paths (libc6-dev's, for one) point inside the sysroot.
+  find "$sysroot" -type l -lname '/*' | while read -r link; do
+    target=$(readlink "$link")
+    ln -sfn "$(realpath -m --relative-to="$(dirname "$link")" "$sysroot$target")" "$link"
+  done
+  xargs -n1 basename <<<"$debs" > "$sysroot/.debs"
 }
 
 install_cross_deps() {
-  local missing
-  if ! dpkg --print-foreign-architectures | grep -qx armhf; then
-    echo "cross-armhf: adding the armhf architecture"
-    "${sudo_cmd[@]}" dpkg --add-architecture armhf
-  fi
-  missing=$(missing_of "${host_tools[@]}" "${target_libs[@]}")
-  if [ -n "$missing" ]; then
-    echo "cross-armhf: installing" $missing
-    # A partial index (see lockstep_versions) is not fatal: retry a little,
-    # then go on with what was fetched.
-    local try
-    for try in 1 2 3; do
-      apt_get update -qq 2>/tmp/cross-armhf-update.$$ && break
-      echo "cross-armhf: apt-get update incomplete (try $try of 3):" \
-           "$(grep -m1 '^E: ' /tmp/cross-armhf-update.$$ || true)" >&2
-      sleep 5
-    done
-    rm -f /tmp/cross-armhf-update.$$
-    # shellcheck disable=SC2046
-    apt_get install -y -qq --no-install-recommends \
-      $(missing_of "${host_tools[@]}") >/dev/null
-    local lockstep
-    lockstep=$(lockstep_versions)
-    if [ -n "$lockstep" ]; then
-      echo "cross-armhf: keeping amd64 and armhf in step:" $lockstep
-    fi
-    # shellcheck disable=SC2046
-    apt_get install -y -qq --no-install-recommends --allow-downgrades \
-      $lockstep $(missing_of "${target_libs[@]}") >/dev/null
+  local before after changed
+  before=$(installed_packages)
+  install_host_tools
+  make_sysroot
+  after=$(installed_packages)
+  # Lines of before missing from after: a package changed or went.
+  changed=$(comm -23 <(echo "$before") <(echo "$after"))
+  if [ -n "$changed" ]; then
+    echo "cross-armhf: this machine's packages changed (before, as they were):" >&2
+    echo "$changed" >&2
+    exit 1
   fi
 
   # Debian's 2.4.2-2+deb12u1 carries the fix for CVE-2025-23016, a heap
   # overflow in parameter parsing that bites 32-bit targets like this one.
   local fcgi_version
-  fcgi_version=$(dpkg-query -W -f='${Version}' libfcgi-dev:armhf)
+  fcgi_version=$(dpkg-query --admindir="$sysroot/var/lib/dpkg" -W -f='${Version}' libfcgi-dev)
   if ! dpkg --compare-versions "$fcgi_version" ge 2.4.2-2+deb12u1; then
-    echo "cross-armhf: libfcgi-dev:armhf $fcgi_version lacks the fix for" \
+    echo "cross-armhf: libfcgi-dev (armhf) $fcgi_version lacks the fix for" \
          "CVE-2025-23016; 2.4.2-2+deb12u1 or later is needed" >&2
     exit 1
   fi
@@ -149,14 +179,14 @@ install_cross_deps
 
 echo "== configure and build $build_dir ($build_type, armhf)"
 cmake -S . -B "$build_dir" -DCMAKE_TOOLCHAIN_FILE="$(pwd)/cmake/armhf-toolchain.cmake" \
+      -DPSIA_ARMHF_SYSROOT="$sysroot" \
       -DCMAKE_BUILD_TYPE="$build_type" >/dev/null
 cmake --build "$build_dir" -j2
 
 # The figures that matter on the camera, printed and kept in
 # $build_dir/armhf-report.md (docs/armhf.md with --record).
 report=$build_dir/armhf-report.md
-libc=$(arm-linux-gnueabihf-gcc -print-file-name=libc.so.6)
-[ -e /lib/arm-linux-gnueabihf/libc.so.6 ] && libc=/lib/arm-linux-gnueabihf/libc.so.6
+libc=$sysroot/lib/arm-linux-gnueabihf/libc.so.6
 stripped=$build_dir/psia-responder.stripped
 arm-linux-gnueabihf-strip -o "$stripped" "$build_dir/psia-responder"
 size=$(stat -c %s "$stripped")
@@ -200,10 +230,9 @@ int main() {
 }
 PROBE
 # shellcheck disable=SC2086
-arm-linux-gnueabihf-g++ -std=c++17 $defines -Isrc -o "$build_dir/abi-probe" "$build_dir/abi-probe.cc"
-qemu_prefix=/usr/arm-linux-gnueabihf  # as the toolchain file chooses
-[ -e /lib/ld-linux-armhf.so.3 ] && qemu_prefix=/
-read -r time_size off_size long_size frame_size < <(qemu-arm -L "$qemu_prefix" "$build_dir/abi-probe")
+arm-linux-gnueabihf-g++ --sysroot="$sysroot" -std=c++17 $defines -Isrc -o "$build_dir/abi-probe" \
+  "$build_dir/abi-probe.cc"
+read -r time_size off_size long_size frame_size < <(qemu-arm -L "$sysroot" "$build_dir/abi-probe")
 
 tests="not run (--no-test)"
 test_status=0
@@ -240,7 +269,14 @@ fi
 } > "$report"
 echo
 cat "$report"
-if [ "$record" = yes ]; then cp "$report" docs/armhf.md; echo "(recorded in docs/armhf.md)"; fi
+# Figures of record come only from a build whose whole test run finished.
+if [ "$record" = yes ]; then
+  if [ "$run_tests" = yes ] && [ "$tests" != "ctest did not finish" ]; then
+    cp "$report" docs/armhf.md; echo "(recorded in docs/armhf.md)"
+  else
+    echo "cross-armhf: not recorded: the test run did not finish" >&2; test_status=1
+  fi
+fi
 
 # The camera needs what the report says: 64-bit time everywhere, the frame
 # the daemon reads, and a binary that fits.

@@ -17,7 +17,7 @@ for role in "$@"; do
     test) want+=(libgtest-dev clang libclang-rt-14-dev llvm lighttpd curl tzdata
                  busybox spawn-fcgi libfcgi-bin python3 systemd) ;;
     demo) want+=(lighttpd curl tzdata) ;;
-    package) want+=(dpkg-dev binutils lintian) ;;
+    package) want+=(dpkg-dev binutils lintian systemd) ;;  # systemd-analyze: the unit's sandbox
     coverage) want+=(gcovr bc) ;;
     bench) want+=(lighttpd curl tzdata wrk valgrind) ;;
     *) echo "install-deps: unknown role '$role'" >&2; exit 2 ;;

@@ -1,15 +1,16 @@
 #!/usr/bin/env bash
 # Builds the psia-responder .deb packages for this machine's architecture
-# and for armhf (the camera's; the cross toolchain is installed first, see
-# scripts/cross-armhf.sh): psia-responder and psia-responder-dbgsym (the
-# split debug symbols, under /usr/lib/debug/.build-id/), in
-# build-package-ARCH/.
+# and for armhf (the camera's; the cross toolchain is installed and the
+# armhf sysroot made first, see scripts/cross-armhf.sh): psia-responder and
+# psia-responder-dbgsym (the split debug symbols, under
+# /usr/lib/debug/.build-id/), in build-package-ARCH/.
 #
 # Each architecture is built twice from scratch, in two directories, with
 # SOURCE_DATE_EPOCH from the last commit: the two sets of packages must be
 # identical. Depends comes from dpkg-shlibdeps, with the libfcgi floor that
 # carries the CVE-2025-23016 fix and the library the responder opens at run
-# time (libxml2). Ends with a summary and lintian's output for every package.
+# time (libxml2). Ends with a summary: lintian's output for every package
+# and the exposure score systemd-analyze security gives the service unit.
 #
 # Usage: scripts/package.sh [--host-only]
 set -euo pipefail
@@ -60,13 +61,21 @@ highest() {
 # depends BINARY ARCH: dpkg-shlibdeps' list with the libfcgi floor, plus
 # each library the binary dlopen()s (a soname among its strings that is
 # not NEEDED) at the version its symbols file gives the functions it looks
-# up by name.
+# up by name. A foreign architecture's libraries and their packages' files
+# are read from the sysroot scripts/cross-armhf.sh makes (its own dpkg
+# database), never from this machine's.
 depends() {
-  local bin=$1 arch=$2 work clauses needed so symbols pkg floor
+  local bin=$1 arch=$2 work clauses needed so symbols pkg floor admin=/var/lib/dpkg shlibs_args=()
+  if [ "$arch" != "$(dpkg --print-architecture)" ]; then
+    local sysroot=$src/build-$arch-sysroot triplet
+    triplet=$(dpkg-architecture -a"$arch" -qDEB_HOST_MULTIARCH 2>/dev/null)
+    admin=$sysroot/var/lib/dpkg
+    shlibs_args=(--admindir="$admin" -l"$sysroot/lib/$triplet" -l"$sysroot/usr/lib/$triplet")
+  fi
   work=$(mktemp -d)
   mkdir "$work/debian"
   printf 'Source: %s\n\nPackage: %s\nArchitecture: any\n' $name $name > "$work/debian/control"
-  clauses=$(cd "$work" && DEB_HOST_ARCH=$arch dpkg-shlibdeps -O -e"$bin" 2>"$work/err" |
+  clauses=$(cd "$work" && DEB_HOST_ARCH=$arch dpkg-shlibdeps "${shlibs_args[@]}" -O -e"$bin" 2>"$work/err" |
             sed -n 's/^shlibs:Depends=//p' | sed 's/, /\n/g') ||
     { cat "$work/err" >&2; rm -rf "$work"; return 1; }
   rm -rf "$work"
@@ -75,7 +84,7 @@ depends() {
   needed=$(readelf -d "$bin")
   for so in $(strings -a "$bin" | grep -xE 'lib[A-Za-z0-9_+-]+\.so\.[0-9]+' | sort -u); do
     grep -q "NEEDED.*\[$so\]" <<<"$needed" && continue
-    symbols=$(grep -l "^$so " /var/lib/dpkg/info/*:"$arch".symbols | head -1)
+    symbols=$(grep -l "^$so " "$admin"/info/*:"$arch".symbols | head -1)
     pkg=$(sed -n "1s/^[^ ]* \([^ ]*\) .*/\1/p" "$symbols")
     floor=$(strings -a "$bin" | sort -u |
             grep -xF -f <(sed -n 's/^ \([^@ ]*\)@.*/\1/p' "$symbols") |
@@ -173,6 +182,19 @@ hardening() {
   [ "${#found[@]}" -eq 4 ]
 }
 
+# exposure UNIT: systemd-analyze's overall exposure level for the unit file,
+# read offline ("not measured" and why, where it cannot run here).
+exposure() {
+  local out
+  command -v systemd-analyze >/dev/null || { echo "not measured (no systemd-analyze here)"; return; }
+  if out=$(systemd-analyze security --offline=true --no-pager "$1" 2>&1) &&
+     grep -q 'Overall exposure level' <<<"$out"; then
+    grep -m1 'Overall exposure level' <<<"$out" | sed 's/.*: *//; s/ *[^ -~]*$//'
+  else
+    echo "not measured (systemd-analyze security failed: $(tail -1 <<<"$out"))"
+  fi
+}
+
 summary=()
 status=0
 for arch in "${archs[@]}"; do
@@ -193,11 +215,13 @@ for arch in "${archs[@]}"; do
     reproducible="NO: the two builds differ (compare them with diffoscope)"
     status=1
   fi
+  sandbox=$(exposure build-package-$arch/deb/$name/lib/systemd/system/$name.service)
   protection=$(hardening build-package-$arch/deb/$name/usr/bin/psia-responder "$tool") ||
     { protection="MISSING PIECES, has only: $protection"; status=1; }
   for deb in build-package-"$arch"/*.deb; do
     hardened=
-    [[ $deb = *-dbgsym_* ]] || hardened=$'\n'"  hardening: $protection"
+    [[ $deb = *-dbgsym_* ]] ||
+      hardened=$'\n'"  hardening: $protection"$'\n'"  systemd-analyze security, service unit: $sandbox"
     # (lintian's advice not to run it as root goes to its error stream)
     lint=$(lintian --tag-display-limit 0 "$deb" 2>"$deb.lintian-errors") ||
       { status=1; cat "$deb.lintian-errors"; }

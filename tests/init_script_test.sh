@@ -1,23 +1,35 @@
 #!/usr/bin/env bash
 # The installed init script as the camera runs it (`busybox sh`, BusyBox's applets first in PATH) against
 # the built responder, a camera root and a control daemon simulator of its own, in a temporary directory.
-# Both modes: spawn-fcgi (start, status, a crash, restart, stop, stale and empty pid files, a failed
-# start) and lighttpd spawning the responder. Exits 77 (skipped) without busybox or spawn-fcgi.
+# Run as root, as the camera runs it: the responder runs as a system user of its own (made for the test if
+# missing, and removed afterwards), and the test checks who owns the process, its directory and its socket.
+# Both modes: spawn-fcgi (start, status, a crash, restart, stop, stale and empty pid files, failed starts,
+# the access check) and lighttpd spawning the responder. Exits 77 (skipped) without busybox, spawn-fcgi or
+# root.
 #   tests/init_script_test.sh BUILD_DIR
 set -uo pipefail
 build=$(cd "$1" && pwd)
 cd "$(dirname "$0")/.."
-for tool in busybox spawn-fcgi; do command -v "$tool" >/dev/null || { echo "skipped: no $tool"; exit 77; }; done
+for tool in busybox spawn-fcgi useradd; do command -v "$tool" >/dev/null || { echo "skipped: no $tool"; exit 77; }; done
+[ "$(id -u)" = 0 ] || { echo "skipped: needs root (the responder runs as a user of its own)"; exit 77; }
 
+user=psia-init-test made_user=
+if ! id -u "$user" >/dev/null 2>&1; then
+  useradd --system --user-group --no-create-home --home-dir /nonexistent --shell /usr/sbin/nologin "$user" ||
+    exit 1
+  made_user=yes
+fi
 t=$(mktemp -d /tmp/psia-init-XXXXXX)
 sim= unrelated= lighttpd=
 cleanup() {
   run stop >/dev/null 2>&1
   kill $sim $unrelated $lighttpd 2>/dev/null; wait 2>/dev/null
   [ -n "${KEEP:-}" ] || rm -rf "$t"
+  [ -z "$made_user" ] || userdel "$user" >/dev/null 2>&1
 }
 trap cleanup EXIT
 
+chmod 755 "$t"
 mkdir -p "$t/bin" "$t/run" "$t/empty"
 for applet in $(busybox --list); do ln -s "$(command -v busybox)" "$t/bin/$applet"; done
 rm "$t/bin/logger"  # the supervisor's messages go to the test's log
@@ -27,19 +39,21 @@ DESTDIR=$t/stage cmake --install "$build" >/dev/null
 init=$(find "$t/stage" -path '*/init.d/*' -type f)
 daemon=$(find "$t/stage" -path '*/bin/psia-responder')
 sed -i "s|^DEFAULTS=.*|DEFAULTS=$t/default|" "$init"
-grep -v '"bin-path"' "$(find "$t/stage" -name '*psia-responder.conf')" > "$t/spawn-fcgi.conf"
-cp "$(find "$t/stage" -name '*psia-responder.conf')" "$t/lighttpd.conf"
+grep -v '"bin-path"' "$(find "$t/stage" -path '*/lighttpd/*' -name '*psia-responder.conf')" > "$t/spawn-fcgi.conf"
+cp "$(find "$t/stage" -path '*/lighttpd/*' -name '*psia-responder.conf')" "$t/lighttpd.conf"
 
 scripts/make-root.sh "$t/root" >/dev/null
+touch "$t/root/dev/log"  # a stand-in the access check can test
+chown -R "$user" "$t/root"
 request_key=$((50000 + $$ % 10000)) reply_key=$((60000 + $$ % 10000))
 "$build/tools/psia-control-sim" --request-key $request_key --reply-key $reply_key \
   --ready-file "$t/ready" --log "$t/control.log" &
 sim=$!
 
-socket=$t/run/psia.socket pidfile=$t/run/psia.pid
+rundir=$t/run/psia socket=$t/run/psia/psia.socket pidfile=$t/run/psia.pid
 settings() {  # settings MODE [PSIA_ROOT]: the defaults file
-  printf '%s\n' "DAEMON=$daemon" "LIGHTTPD_CONF=$t/$1.conf" "SOCKET=$socket" "PIDFILE=$pidfile" \
-    "SUPERVISOR_PIDFILE=$t/run/supervisor.pid" "PSIA_USER=$(id -un)" RESPAWN_DELAY=1 "PSIA_ROOT=${2:-$t/root}" \
+  printf '%s\n' "DAEMON=$daemon" "LIGHTTPD_CONF=$t/$1.conf" "RUN_DIR=$rundir" "SOCKET=$socket" "PIDFILE=$pidfile" \
+    "SUPERVISOR_PIDFILE=$t/run/supervisor.pid" "PSIA_USER=$user" RESPAWN_DELAY=1 "PSIA_ROOT=${2:-$t/root}" \
     "PSIA_REQUEST_QUEUE_KEY=$request_key" "PSIA_REPLY_QUEUE_KEY=$reply_key" > "$t/default"
 }
 run() { env PATH="$t/bin:$PATH" busybox sh "$init" "$@"; }
@@ -67,6 +81,12 @@ expect status 3 stopped
 expect start 0 OK
 first=$(pid)
 check "the pid file names the responder" is_responder "$first"
+check "the responder runs as $user" test "$(stat -c %U "/proc/$first")" = "$user"
+check "its run-time directory is made for it" test "$(stat -c '%U %a' "$rundir")" = "$user 755"
+check "its socket is its user's, for the user and group only" \
+  test "$(stat -c '%U %A' "$socket")" = "$user srw-rw----"
+check "the directory above is left as it was" test "$(stat -c '%U %a' "$t/run")" = "root 755"
+check "nothing is missing for the user" test -z "$(grep -s warning "$t/log")"
 check "the defaults reach the responder" grep -qz "^PSIA_REPLY_QUEUE_KEY=$reply_key\$" "/proc/$first/environ"
 if command -v cgi-fcgi >/dev/null; then
   answer=$(env -i REQUEST_METHOD=GET REQUEST_URI=/PSIA/index \
@@ -116,18 +136,28 @@ expect status 3 stopped
 expect start 0 OK
 expect stop 0 OK
 
+chmod 000 "$t/root/dev/mtdblock7"  # what the user cannot read is named; the responder starts all the same
+expect start 0 "warning: $user cannot read $t/root/dev/mtdblock7"
+expect stop 0 OK
+chmod 644 "$t/root/dev/mtdblock7"
+
 settings spawn-fcgi "$t/empty"  # no database: the responder cannot start
 expect start 1 FAIL
 expect status 3 stopped
 check "a failed start leaves no supervisor" test ! -e "$t/run/supervisor.pid"
+socket=$t/elsewhere/psia.socket settings spawn-fcgi  # a socket directory that is not the script's own
+expect start 1 "does not exist"
+check "a directory not its own is not made" test ! -e "$t/elsewhere"
 
 echo "== lighttpd mode"
 settings lighttpd
+rmdir "$rundir"
 expect status 3 "not running"
 expect start 0 "started by lighttpd"
+check "start makes the directory lighttpd's socket goes in" test "$(stat -c %U "$rundir")" = "$user"
 # lighttpd starts the responder as spawn-fcgi does, on SOCKET-0.
 env PSIA_ROOT="$t/root" PSIA_REQUEST_QUEUE_KEY=$request_key PSIA_REPLY_QUEUE_KEY=$reply_key \
-  spawn-fcgi -n -s "$socket-0" -- "$daemon" >/dev/null & lighttpd=$!
+  spawn-fcgi -n -s "$socket-0" -u "$user" -U "$user" -- "$daemon" >/dev/null & lighttpd=$!
 check "lighttpd's responder is up" eventually is_responder $lighttpd
 expect status 0 "running (spawned by lighttpd)"
 expect stop 0 "left to lighttpd"

@@ -33,7 +33,7 @@ const char kSystemContact[] = "http://www.aldex.com";
 // Reads the serial number written at the factory. `serial` holds at least
 // 32 bytes; false when it cannot be read.
 bool read_factory_serial_number(Request& req, char* serial) {
-  UniqueFd fd(open(req.host_path(kFactoryDevicePath).c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
+  UniqueFd fd(open(req.host_path(kFactoryDevicePath).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   if (fd.get() < 1) {
     req.log().diagnostic("EEPROM OPEN: %s\n", std::strerror(errno));
     return false;
