@@ -221,7 +221,8 @@ def op_statement(line, tokens, ctx):
         return
     if first in NOT_STATEMENTS or line.lstrip().startswith('(void)'):
         return
-    stops = {'=', '(', '{', ';', '['} | {t for t in ('+=', '-=', '*=', '/=', '|=', '&=')}
+    # A declaration names a type and then a variable before any of these.
+    stops = {'=', '(', '{', ';', '[', '+=', '-=', '*=', '/=', '|=', '&='}
     end = next(k for k, t in enumerate(tokens) if t.text in stops)
     head = line[tokens[0].start:tokens[end - 1].end] if end else ''
     if DECLARATION.match(head) and first not in ('delete', 'throw'):
@@ -266,8 +267,8 @@ def changed_char(c):
 
 def op_text(line, tokens, ctx):
     for i, t in enumerate(tokens):
-        if t.kind not in ('str', 'chr') or (i and tokens[i - 1].text == 'extern'):
-            continue
+        if t.kind not in ('str', 'chr') or (i and tokens[i - 1].text in ('extern', 'sizeof')):
+            continue  # not a literal, a linkage name, or one only its size is read of
         body = t.text[1:-1]
         protected = set()
         for m in PRINTF_SPEC.finditer(body) if t.kind == 'str' else ():
