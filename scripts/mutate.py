@@ -169,7 +169,11 @@ def op_constant(line, tokens, ctx):
         for n in (value + 1, value - 1):
             if n < 0 and 'u' in suffix.lower():
                 continue
-            text = (hex(n) if digits[:2].lower() == '0x' and n >= 0 else str(n)) + suffix
+            if digits[:2].lower() == '0x' and n >= 0:  # hexadecimal kept, in its case
+                upper = digits[2:] != digits[2:].lower()
+                text = digits[:2] + format(n, 'X' if upper else 'x') + suffix
+            else:
+                text = str(n) + suffix
             yield replace(line, t, text)
 
 
@@ -616,6 +620,7 @@ def main():
     parser.add_argument('--timeout', type=int, default=300,
                         help='seconds ctest may take with one fault (300)')
     args = parser.parse_args()
+    signal.signal(signal.SIGPIPE, signal.SIG_DFL)  # --list piped into head
     if args.list:
         list_sample(args)
         return
