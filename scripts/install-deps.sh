@@ -2,7 +2,7 @@
 # Installs what the responder needs to build, test and run its demo, from
 # Debian's own packages, and checks that libfcgi carries the fix for
 # CVE-2025-23016 (a heap overflow in parameter parsing on 32-bit targets).
-# Usage: scripts/install-deps.sh [build|test|demo|bench|package|coverage]...
+# Usage: scripts/install-deps.sh [build|test|demo|bench|package|coverage|mutate]...
 set -euo pipefail
 
 want=(build-essential cmake pkg-config libfcgi-dev libsqlite3-dev libxml2-dev
@@ -19,6 +19,9 @@ for role in "$@"; do
     demo) want+=(lighttpd curl tzdata) ;;
     package) want+=(dpkg-dev binutils lintian systemd) ;;  # systemd-analyze: the unit's sandbox
     coverage) want+=(gcovr bc) ;;
+    # ccache turns the rebuild of each restored file between faults into a
+    # cache hit.
+    mutate) want+=(python3 ccache) ;;
     bench) want+=(lighttpd curl tzdata wrk valgrind) ;;
     *) echo "install-deps: unknown role '$role'" >&2; exit 2 ;;
   esac

@@ -1,71 +1,40 @@
 #!/usr/bin/env bash
-# Replays the faults of tests/mutants.tsv against the test suite and prints
-# the share it catches. Each fault is put into a scratch copy of the tree,
-# which is built with the sanitizers (a byte written past a field, or a
-# leak, is caught only there) and tested with ctest; a fault is caught when
-# ctest fails. The working tree is never touched.
+# The share of one-line faults the test suite catches, over a sample drawn
+# at random from src/ rather than chosen by the people who wrote the tests.
 #
-# Usage: scripts/mutate.sh [SCRATCH_DIR] [LINE_FILTER]
-#   SCRATCH_DIR defaults to /tmp/psia-mutate; LINE_FILTER (a grep pattern)
-#   picks some faults only.
+# How: scripts/mutate.py lists the lines of code of every .cc and .h file of
+# src/ (not blank, comment or preprocessor lines) and the faults each
+# operator makes of a line: boundary (< <= > >= moved to the neighbouring
+# one), condition (== and != swapped, && and || swapped, an if or while
+# negated), constant (an integer literal one more or one less), arguments
+# (two neighbouring arguments of a call swapped), statement (a statement
+# line deleted; a returned value replaced by {} or true/false flipped), check
+# (an `if (...) return/continue/break;` line deleted), status (a kStatus*
+# name, or a bare 1..7 returned or passed to Answer::status, replaced by
+# another) and text (a character of a string or character literal changed).
+# A seeded draw picks lines (so each file weighs its lines of code), then an
+# operator that applies to the line, then one of its faults: the same seed
+# on the same tree draws the same sample. Each fault is written into a
+# scratch copy of the tree (never the working tree), built incrementally
+# with the sanitizers (Debug, -DPSIA_SANITIZE=ON: a byte written past a
+# field or a leak is caught only there) and tested with ctest -j2, less the
+# end-to-end tests through lighttpd. A fault is caught when a test fails or
+# ctest runs out of time; one that does not compile is skipped and counted.
+# Faults no input can reveal are listed, with the reason, in
+# tests/equivalent-mutants.tsv and left out of the score.
+#
+# Usage: scripts/mutate.sh [--seed S] [--sample N] [--list] [--timeout SECONDS]
+#                          [--scratch DIR]
+#        scripts/mutate.sh --tsv [--filter PATTERN]
+#   --seed (default 1) and --sample (default 100) choose the sample; --list
+#   prints it, with its spread over operators and directories, and runs
+#   nothing. --timeout is what ctest may take with one fault (default 300 s).
+#   --tsv replays the hand-written faults of tests/mutants.tsv instead (those
+#   a one-line draw cannot make: several lines, a type, a table's order);
+#   --filter picks some of them by "file: what". The scratch tree, build and
+#   compiler cache live in --scratch (default /tmp/psia-mutate) and are kept
+#   between runs.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scratch=${1:-/tmp/psia-mutate}
-filter=${2:-.}
-
-scripts/install-deps.sh build test
-rm -rf "$scratch"
-mkdir -p "$scratch/tree"
-git ls-files -co --exclude-standard | tar -cf - -T - | tar -xf - -C "$scratch/tree"
-build=$scratch/build
-export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=halt_on_error=1
-cmake -S "$scratch/tree" -B "$build" -DCMAKE_BUILD_TYPE=Debug -DPSIA_SANITIZE=ON >/dev/null
-
-suite() {  # builds and tests; 0 when everything passes
-  cmake --build "$build" -j"$(nproc)" >"$scratch/build.log" 2>&1 || return 2
-  (cd "$build" && timeout 600 ctest -j"$(nproc)" -E '^EndToEnd' >"$scratch/ctest.log" 2>&1)
-}
-
-suite || { echo "mutate: the suite fails without any fault (see $scratch)" >&2; exit 1; }
-
-total=0 caught=0 stale=0 escaped=()
-while IFS= read -r row; do
-  # Split at the tabs without merging them: an empty replacement is a field.
-  IFS=$'\x1f' read -r file original replacement what <<<"${row//$'\t'/$'\x1f'}"
-  case "$file" in ''|'#'*) continue ;; esac
-  line="$file: $what"
-  grep -q -- "$filter" <<<"$line" || continue
-  total=$((total + 1))
-  cp "$scratch/tree/$file" "$scratch/pristine"
-  if ! python3 - "$scratch/tree/$file" "$original" "$replacement" <<'PY'
-import re, sys
-path, original, replacement = sys.argv[1:]
-# \n, \t and \\ stand for a line break, a tab and a backslash.
-unescape = lambda t: re.sub(r'\\(.)', lambda m: {'n': '\n', 't': '\t'}.get(m.group(1), m.group(1)), t)
-text = open(path).read()
-original, replacement = unescape(original), unescape(replacement)
-if text.count(original) != 1:
-    sys.exit(f"mutate: the text to replace is not found exactly once in {path}")
-open(path, 'w').write(text.replace(original, replacement))
-PY
-  then
-    echo "STALE   $line (its text is no longer in the tree)"
-    stale=$((stale + 1))
-    continue
-  fi
-  if suite; then
-    escaped+=("$line")
-    echo "ESCAPED $line"
-  else
-    caught=$((caught + 1))
-    echo "caught  $line"
-  fi
-  cp "$scratch/pristine" "$scratch/tree/$file"
-done < tests/mutants.tsv
-
-suite >/dev/null || true  # leave the scratch build clean
-echo
-total=$((total - stale))
-echo "$(date -u +%Y-%m-%d) scripts/mutate.sh: $caught of $total faults caught ($((100 * caught / total))%)"
-[ "$stale" -eq 0 ] || echo "  $stale faults name text the tree no longer has: update tests/mutants.tsv"
-for line in "${escaped[@]}"; do echo "  escaped: $line"; done
+scripts/install-deps.sh build test mutate >/dev/null
+exec python3 scripts/mutate.py "$@"
