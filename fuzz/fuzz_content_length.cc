@@ -51,12 +51,12 @@ void fail(const char* what, const std::string& detail) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 2) return 0;
-  const FuzzRoute& route = kBodyRoutes[data[0] % kBodyRouteCount];
+  const fuzz_route& route = kBodyRoutes[data[0] % kBodyRouteCount];
   std::string text(reinterpret_cast<const char*>(data + 2), size - 2);
   size_t at = 0;
   std::string length_text = next_line(text, &at);
   std::string body_length = next_line(text, &at);
-  FuzzRequest r;
+  fuzz_request r;
   r.method = route.method;
   r.uri = route.uri;
   r.authorization = kAdminAuthorization;
@@ -75,7 +75,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (upload != nullptr) std::remove(stored.c_str());
 
   fuzz_new_input();
-  FuzzResult result = fuzz_serve(r);
+  fuzz_result result = fuzz_serve(r);
 
   errno = 0;
   long long promised = r.content_length ? std::strtoll(length_text.c_str(), nullptr, 10) : 0;

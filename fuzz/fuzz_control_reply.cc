@@ -20,14 +20,14 @@
 
 namespace {
 
-struct ControlRoute {
+struct control_route {
   const char* method;
   const char* uri;
   const char* query;
   const char* body;
 };
 
-const ControlRoute kControlRoutes[] = {
+const control_route kControlRoutes[] = {
     {"PUT", "/PSIA/System/reboot", "", ""},
     {"PUT", "/PSIA/System/factoryReset?MODE=FULL", "MODE=FULL", ""},
     {"GET", "/PSIA/System/configurationData", "", ""},
@@ -82,8 +82,8 @@ constexpr size_t kMaxReplies = 4;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 2) return 0;
-  const ControlRoute& route = kControlRoutes[data[0] % std::size(kControlRoutes)];
-  FuzzRequest r;
+  const control_route& route = kControlRoutes[data[0] % std::size(kControlRoutes)];
+  fuzz_request r;
   r.method = route.method;
   r.uri = route.uri;
   r.query = route.query;
@@ -97,10 +97,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   r.daemon.restarted_while_waiting = (data[1] & 8) != 0;
   for (size_t at = 2; at + 9 <= size && r.replies.size() < kMaxReplies;) {
     const uint8_t* head = data + at;
-    FuzzReply reply;
-    static const FuzzReply::To kAddressees[] = {
-        FuzzReply::To::this_process, FuzzReply::To::another_process, FuzzReply::To::type_one,
-        FuzzReply::To::this_process};
+    fuzz_reply reply;
+    static const fuzz_reply::reply_to kAddressees[] = {
+        fuzz_reply::reply_to::this_process, fuzz_reply::reply_to::another_process, fuzz_reply::reply_to::type_one,
+        fuzz_reply::reply_to::this_process};
     reply.to = kAddressees[head[0] % 4];
     std::memcpy(&reply.status, head + 1, 4);
     reply.size = static_cast<size_t>(head[5] | head[6] << 8) % 4097;

@@ -97,14 +97,14 @@ const char* const kGetPaths[] = {
     "/PSIA/PTZ/channels/0/presets/1",
 };
 
-struct Cell {
+struct db_cell {
   std::string table, column;
 };
 
 // Every column of every table, as the database has them.
-const std::vector<Cell>& cells() {
-  static const std::vector<Cell> all = [] {
-    std::vector<Cell> found;
+const std::vector<db_cell>& cells() {
+  static const std::vector<db_cell> all = [] {
+    std::vector<db_cell> found;
     sqlite3_stmt* stmt = nullptr;
     sqlite3_prepare_v2(fuzz_database(),
                        "select m.name, p.name from sqlite_master m, pragma_table_info(m.name) p "
@@ -137,10 +137,10 @@ void run(sqlite3* db, const std::string& sql, uint8_t row, Bind bind) {
 // Applies the changes; true when the database is to stay locked.
 bool apply_changes(sqlite3* db, const uint8_t* data, size_t size) {
   bool locked = false;
-  const std::vector<Cell>& all = cells();
+  const std::vector<db_cell>& all = cells();
   for (size_t at = 0; at + 3 <= size;) {
     uint8_t what = data[at] % 6, row = data[at + 2];
-    const Cell& cell = all[data[at + 1] % all.size()];
+    const db_cell& cell = all[data[at + 1] % all.size()];
     at += 3;
     const std::string table = "\"" + cell.table + "\"";
     const std::string rows =
@@ -184,7 +184,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   bool locked = apply_changes(db, data, size);
   sqlite3_exec(db, "commit", nullptr, nullptr, nullptr);
   fuzz_reread_start_up();
-  FuzzRequest r;
+  fuzz_request r;
   r.database_locked = locked;
   r.method = "GET";
   r.authorization = kAdminAuthorization;

@@ -28,7 +28,7 @@ namespace fs = std::filesystem;
 
 const char kAdminAuthorization[] = "Basic YWRtaW46YWRtaW4=";
 
-const FuzzRoute kBodyRoutes[] = {
+const fuzz_route kBodyRoutes[] = {
     {"PUT", "/PSIA/System/time"},
     {"PUT", "/PSIA/System/time/localTime"},
     {"PUT", "/PSIA/System/time/timeZone"},
@@ -80,7 +80,7 @@ namespace {
 
 // The camera's clock reads 2011-05-12T10:20:30 UTC when an input starts;
 // sleeps only move it on.
-class FuzzClock final : public psia::Clock {
+class fuzz_clock final : public psia::clock_source {
  public:
   static constexpr time_t kStart = 1305195630;
   timeval wall_time() override {
@@ -160,11 +160,11 @@ void check_syslog_line(const char* line) {
     }
 }
 
-struct FuzzCamera {
+struct fuzz_camera {
   std::string root;
-  FuzzClock clock;
+  fuzz_clock clock;
   std::unique_ptr<psia::request_context> ctx;
-  std::unique_ptr<psia::SyslogSocket> syslog;
+  std::unique_ptr<psia::syslog_socket> syslog;
   int logger = -1;  // the socket the syslog client sends to
   key_t request_key = 0, reply_key = 0;
   int request_queue = -1, reply_queue = -1;
@@ -175,10 +175,10 @@ struct FuzzCamera {
   sqlite3_stmt* version = nullptr;
   int seen_version = 0;
   bool changed_here = false;
-  psia::DeviceFacts device;  // as start-up read them
+  psia::device_facts device;  // as start-up read them
   // The request in hand: what the daemon does and what it got.
   bool answering = true;
-  FuzzDaemon daemon;
+  fuzz_daemon daemon;
   std::vector<int32_t> commands;
   int64_t allowed_wait_us = 0;
 
@@ -195,9 +195,9 @@ struct FuzzCamera {
   void answer(const psia::control_message& command);
 };
 
-FuzzCamera* the_camera = nullptr;
+fuzz_camera* the_camera = nullptr;
 
-void FuzzClock::sleep_us(int64_t us) {
+void fuzz_clock::sleep_us(int64_t us) {
   if (us > 0) now_us += us;
   // The daemon runs while the responder waits for it.
   if (the_camera != nullptr) the_camera->daemon_runs();
@@ -206,7 +206,7 @@ void FuzzClock::sleep_us(int64_t us) {
 // Takes every command waiting in the request queue, recording it and, when
 // the daemon answers, replying; a daemon restarting while the responder
 // waits does so now.
-void FuzzCamera::daemon_runs() {
+void fuzz_camera::daemon_runs() {
   psia::control_message command;
   while (!daemon.hung && msgrcv(request_queue, &command, psia::kControlMessageSize, 0,
                                 IPC_NOWAIT | MSG_NOERROR) >= 0) {
@@ -221,22 +221,22 @@ void FuzzCamera::daemon_runs() {
   }
 }
 
-void FuzzCamera::answer(const psia::control_message& command) {
-  using Position = psia::PtzPositionPayload;
+void fuzz_camera::answer(const psia::control_message& command) {
+  using position_fields = psia::ptz_position_payload;
   psia::control_message reply(command.command);
   reply.mtype = command.mtype;
   reply.status = 1;
   if (command.command == psia::kCommandConfigurationFile)
-    reply.put_text(psia::ConfigurationFilePayload::kFileName, 64, kDownloadName);
+    reply.put_text(psia::configuration_file_payload::kFileName, 64, kDownloadName);
   if (command.command == psia::kCommandPtzPosition) {
-    const unsigned char frame[] = {Position::kPositionFrame, 0, 0x4b, 0x00, 0x27, 0x74, 0x03, 0x70};
-    std::memcpy(reply.payload + Position::kFrameType, frame, sizeof frame);
+    const unsigned char frame[] = {position_fields::kPositionFrame, 0, 0x4b, 0x00, 0x27, 0x74, 0x03, 0x70};
+    std::memcpy(reply.payload + position_fields::kFrameType, frame, sizeof frame);
   }
   msgsnd(reply_queue, &reply, psia::kControlMessageSize, IPC_NOWAIT);
 }
 
 void remove_camera() {
-  FuzzCamera& c = *the_camera;
+  fuzz_camera& c = *the_camera;
   c.remove_queues();
   std::error_code ignored;
   fs::remove_all(c.root, ignored);
@@ -244,10 +244,10 @@ void remove_camera() {
 
 // The responder started as its main() starts it, on a camera root of this
 // process's own whose settings are in the environment.
-FuzzCamera& camera() {
+fuzz_camera& camera() {
   if (the_camera != nullptr) return *the_camera;
   remove_leftovers_of_dead_runs();
-  auto* c = new FuzzCamera;
+  auto* c = new fuzz_camera;
   c->root = "/tmp/" + std::string(kRootPrefix) + std::to_string(getpid());
   std::error_code ignored;
   fs::remove_all(c->root, ignored);
@@ -273,7 +273,7 @@ FuzzCamera& camera() {
   setenv("PSIA_REPLY_QUEUE_KEY", std::to_string(c->reply_key).c_str(), 1);
   setenv("HOSTNAME", "fuzz-camera", 1);
   setenv("TZ", "UTC0", 1);
-  psia::Settings settings;
+  psia::runtime_settings settings;
   std::vector<std::string> problems;
   if (!psia::load_settings(&settings, &problems)) abort();
 
@@ -300,7 +300,7 @@ FuzzCamera& camera() {
   c->logger = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (c->logger < 0 || bind(c->logger, reinterpret_cast<sockaddr*>(&logger), sizeof logger) != 0)
     abort();
-  c->syslog = std::make_unique<psia::SyslogSocket>(logger_path, "psia-responder");
+  c->syslog = std::make_unique<psia::syslog_socket>(logger_path, "psia-responder");
 
   c->ctx = std::make_unique<psia::request_context>(settings, c->clock);
   // Complaints are formatted and dropped.
@@ -347,9 +347,9 @@ void check_answers(const std::string& out) {
 
 // A body handed over in pieces, as the web server's stream may give it,
 // counting what the responder took.
-class PieceInput final : public psia::Input {
+class piece_input final : public psia::input_stream {
  public:
-  PieceInput(const std::string& text, size_t piece) : whole_(text), piece_(piece) {}
+  piece_input(const std::string& text, size_t piece) : whole_(text), piece_(piece) {}
   size_t read(void* data, size_t size) override {
     size_t n = whole_.read(data, piece_ > 0 && piece_ < size ? piece_ : size);
     taken_ += n;
@@ -358,20 +358,20 @@ class PieceInput final : public psia::Input {
   size_t taken() const { return taken_; }
 
  private:
-  psia::StringInput whole_;
+  psia::string_input whole_;
   size_t piece_;
   size_t taken_ = 0;
 };
 
-void post_reply(const FuzzCamera& c, const FuzzReply& r) {
+void post_reply(const fuzz_camera& c, const fuzz_reply& r) {
   struct {
     long mtype;
     unsigned char text[8192];
   } raw = {};
   switch (r.to) {
-    case FuzzReply::To::this_process: raw.mtype = getpid(); break;
-    case FuzzReply::To::another_process: raw.mtype = getpid() + 1; break;
-    case FuzzReply::To::type_one: raw.mtype = 1; break;
+    case fuzz_reply::reply_to::this_process: raw.mtype = getpid(); break;
+    case fuzz_reply::reply_to::another_process: raw.mtype = getpid() + 1; break;
+    case fuzz_reply::reply_to::type_one: raw.mtype = 1; break;
   }
   std::memcpy(raw.text, &r.command, 4);
   std::memcpy(raw.text + 4, &r.status, 4);
@@ -380,9 +380,9 @@ void post_reply(const FuzzCamera& c, const FuzzReply& r) {
 }
 
 // The daemon as the request finds it; undone by after_request.
-void before_request(FuzzCamera& c, const FuzzRequest& r) {
+void before_request(fuzz_camera& c, const fuzz_request& r) {
   c.answering = !r.scripted_daemon;
-  c.daemon = r.scripted_daemon ? r.daemon : FuzzDaemon();
+  c.daemon = r.scripted_daemon ? r.daemon : fuzz_daemon();
   c.commands.clear();
   c.allowed_wait_us = 0;
   if (c.daemon.gone || c.daemon.restarted_before) c.remove_queues();
@@ -397,14 +397,14 @@ void before_request(FuzzCamera& c, const FuzzRequest& r) {
     c.allowed_wait_us = kLongestRequestWaitUs;
   }
   if (r.scripted_daemon)
-    for (const FuzzReply& reply : r.replies) post_reply(c, reply);
+    for (const fuzz_reply& reply : r.replies) post_reply(c, reply);
   if (r.database_locked) {
     if (sqlite3_exec(c.db, "begin exclusive", nullptr, nullptr, nullptr) != SQLITE_OK) abort();
     c.allowed_wait_us += kLockedDatabaseWaitUs;
   }
 }
 
-void after_request(FuzzCamera& c, const FuzzRequest& r) {
+void after_request(fuzz_camera& c, const fuzz_request& r) {
   if (r.database_locked) sqlite3_exec(c.db, "rollback", nullptr, nullptr, nullptr);
   c.daemon.restarted_while_waiting = false;
   if (c.daemon.gone || c.daemon.hung) {
@@ -414,7 +414,7 @@ void after_request(FuzzCamera& c, const FuzzRequest& r) {
   } else {
     c.daemon_runs();
   }
-  psia::ControlChannel::drain_control_queue(c.reply_queue);
+  psia::control_channel::drain_control_queue(c.reply_queue);
   char datagram[2048];
   while (recv(c.logger, datagram, sizeof datagram, MSG_DONTWAIT) >= 0) {
   }
@@ -423,7 +423,7 @@ void after_request(FuzzCamera& c, const FuzzRequest& r) {
 }  // namespace
 
 void fuzz_new_input() {
-  FuzzCamera& c = camera();
+  fuzz_camera& c = camera();
   if (c.changed_here || data_version(c.version) != c.seen_version) {
     sqlite3_backup* copy = sqlite3_backup_init(c.db, "main", c.pristine, "main");
     if (copy == nullptr || sqlite3_backup_step(copy, -1) != SQLITE_DONE ||
@@ -435,7 +435,7 @@ void fuzz_new_input() {
     c.seen_version = data_version(c.version);
   }
   psia::request_context& ctx = *c.ctx;
-  ctx.camera = psia::CameraState(ctx.settings.login_attempts, ctx.settings.login_lockout,
+  ctx.camera = psia::camera_state(ctx.settings.login_attempts, ctx.settings.login_lockout,
                                 ctx.settings.login_budget);
   ctx.camera.device = c.device;
   // The queues a restarted daemon made are found again.
@@ -451,29 +451,29 @@ sqlite3* fuzz_database() {
 }
 
 void fuzz_reread_start_up() {
-  FuzzCamera& c = camera();
+  fuzz_camera& c = camera();
   if (!psia::start_up(*c.ctx)) abort();
 }
 
 std::string fuzz_transfer_directory() { return transfer_directory(camera().root); }
 
-FuzzResult fuzz_serve(const FuzzRequest& r) {
-  FuzzCamera& c = camera();
+fuzz_result fuzz_serve(const fuzz_request& r) {
+  fuzz_camera& c = camera();
   // Making the device identifier closes the connection; a real responder
   // is started again, here it is reopened.
   if (!c.ctx->store.is_open())
     c.ctx->store.open(c.ctx->settings.host_path("/usr/local/korvia/kkorvia.db"), &c.clock);
   std::string content_length =
       r.content_length_text != nullptr ? r.content_length_text : std::to_string(r.body.size());
-  psia::RequestParams params;
+  psia::request_params params;
   params.method = r.method.c_str();
   params.uri = r.uri.c_str();
   params.query = r.query.empty() ? nullptr : r.query.c_str();
   params.authorization = r.authorization.empty() ? nullptr : r.authorization.c_str();
   params.content_length = r.content_length ? content_length.c_str() : nullptr;
   params.remote_addr = "192.0.2.10";
-  PieceInput in(r.body, r.read_chunk);
-  psia::StringOutput out;
+  piece_input in(r.body, r.read_chunk);
+  psia::string_output out;
 
   before_request(c, r);
   int64_t started = c.clock.now_us;
@@ -492,7 +492,7 @@ FuzzResult fuzz_serve(const FuzzRequest& r) {
   return {std::move(out.text), in.taken(), c.commands};
 }
 
-FuzzRequest fuzz_request_from_bytes(const uint8_t* data, size_t size) {
+fuzz_request fuzz_request_from_bytes(const uint8_t* data, size_t size) {
   std::string text(reinterpret_cast<const char*>(data), size);
   std::string fields[4];
   size_t at = 0;
@@ -502,7 +502,7 @@ FuzzRequest fuzz_request_from_bytes(const uint8_t* data, size_t size) {
     field = text.substr(at, end - at);
     at = end < text.size() ? end + 1 : text.size();
   }
-  FuzzRequest r;
+  fuzz_request r;
   r.method = fields[0];
   r.uri = fields[1];
   r.query = fields[2];

@@ -28,9 +28,9 @@
 struct sqlite3;
 
 // A reply put in the reply queue before the request is served.
-struct FuzzReply {
-  enum class To { this_process, another_process, type_one };
-  To to = To::this_process;
+struct fuzz_reply {
+  enum class reply_to { this_process, another_process, type_one };
+  reply_to to = reply_to::this_process;
   int32_t command = 0;
   int32_t status = 1;
   std::string payload;  // from payload byte 0; zeros behind it
@@ -38,14 +38,14 @@ struct FuzzReply {
 };
 
 // What the scripted daemon does besides replying.
-struct FuzzDaemon {
+struct fuzz_daemon {
   bool hung = false;                     // takes no command: its queue stays full
   bool gone = false;                     // its queues are removed for the request
   bool restarted_before = false;         // its queues are made anew before the request
   bool restarted_while_waiting = false;  // ... at the responder's first wait
 };
 
-struct FuzzRequest {
+struct fuzz_request {
   std::string method;
   std::string uri;
   std::string query;          // QUERY_STRING, absent when empty
@@ -56,14 +56,14 @@ struct FuzzRequest {
   const char* content_length_text = nullptr;
   size_t read_chunk = 0;  // largest piece one read of the body returns; 0: any
   bool scripted_daemon = false;
-  std::vector<FuzzReply> replies;
-  FuzzDaemon daemon;
+  std::vector<fuzz_reply> replies;
+  fuzz_daemon daemon;
   // Another process holds the database locked while the request is served.
   bool database_locked = false;
 };
 
 // What serving a request left.
-struct FuzzResult {
+struct fuzz_result {
   std::string out;
   size_t body_bytes_read = 0;
   std::vector<int32_t> commands;  // codes the daemon received, in order
@@ -78,7 +78,7 @@ void fuzz_new_input();
 // differs from the bytes behind the header block, anything else than
 // answers back to back), on a request that waited longer than the commands
 // it sent may wait, and on a syslog line that is not printable text.
-FuzzResult fuzz_serve(const FuzzRequest& request);
+fuzz_result fuzz_serve(const fuzz_request& request);
 
 // A connection of the driver's own to the camera's database: what is
 // changed through it is undone by the next fuzz_new_input().
@@ -90,15 +90,15 @@ std::string fuzz_transfer_directory();
 
 // Splits fuzzer bytes into the fields of a request at newlines:
 // method, uri, query, authorization, then the rest as the body.
-FuzzRequest fuzz_request_from_bytes(const uint8_t* data, size_t size);
+fuzz_request fuzz_request_from_bytes(const uint8_t* data, size_t size);
 
 // The requests with a body (every PUT and POST route, the two uploads
 // last), shared by the body targets; an input names one by its index.
-struct FuzzRoute {
+struct fuzz_route {
   const char* method;
   const char* uri;
 };
-extern const FuzzRoute kBodyRoutes[];
+extern const fuzz_route kBodyRoutes[];
 extern const size_t kBodyRouteCount;
 
 #endif  // PSIA_FUZZ_FUZZ_DRIVER_H

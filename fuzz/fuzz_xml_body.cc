@@ -4,8 +4,8 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
-  const FuzzRoute& route = kBodyRoutes[data[0] % kBodyRouteCount];
-  FuzzRequest r;
+  const fuzz_route& route = kBodyRoutes[data[0] % kBodyRouteCount];
+  fuzz_request r;
   r.method = route.method;
   r.uri = route.uri;
   r.authorization = kAdminAuthorization;

@@ -253,7 +253,7 @@ def op_status(line, tokens, ctx):
                     yield replace(line, t, other)
         elif t.kind == 'num' and t.text in list('1234567') and i >= 1 and (
                 (tokens[i - 1].text == 'return' and after == ';') or
-                (i >= 4 and [u.text for u in tokens[i - 4:i]] == ['Answer', '::', 'status', '('] and
+                (i >= 4 and [u.text for u in tokens[i - 4:i]] == ['answer', '::', 'status', '('] and
                  after == ')')):
             for other in '1234567':
                 if other != t.text:

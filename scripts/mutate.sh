@@ -10,7 +10,7 @@
 # (two neighbouring arguments of a call swapped), statement (a statement
 # line deleted; a returned value replaced by {} or true/false flipped), check
 # (an `if (...) return/continue/break;` line deleted), status (a kStatus*
-# name, or a bare 1..7 returned or passed to Answer::status, replaced by
+# name, or a bare 1..7 returned or passed to answer::status, replaced by
 # another) and text (a character of a string or character literal changed).
 # A seeded draw picks lines (so each file weighs its lines of code), then an
 # operator that applies to the line, then one of its faults: the same seed

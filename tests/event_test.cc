@@ -54,7 +54,7 @@ TEST(Event, TriggerScheduleDestinationsAndTheWholeEvent) {
                     open = "<EventNotification version=\"1.0\" xmlns=\"urn:psialliance-org\">";
   const std::string methods = all.substr(all.find("<EventNotificationMethods"));
   EXPECT_EQ(all.find(kDeclaration + open + psia_element("EventTriggerList", kSeededTrigger) + "<EventSchedule"), 0u);
-  EXPECT_NE(Camera("update Spec set max_sensor=0").get(event).find(open + "<EventSchedule"), std::string::npos);
+  EXPECT_NE(test_camera("update Spec set max_sensor=0").get(event).find(open + "<EventSchedule"), std::string::npos);
   const char* mails = "select ServerName, ServerAddress, UserID, Password, Port from SMTPServer";
   const char* ftps = "select ServerName, ServerAddress, UserID, Password, Port, Path from FTPServer";
   const char* seeded_mail = "mail-security|mail.example.com|camera|secret|25";

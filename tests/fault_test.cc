@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using Lock = DatabaseLock;
+using db_lock = database_lock;
 
 constexpr char kReboot[] = "/PSIA/System/reboot";
 constexpr char kDeviceInfo[] = "/PSIA/System/deviceInfo";
@@ -28,25 +28,25 @@ constexpr char kTransfer[] = "/usr/local/httpd/htdocs/Web/updownload/";
 constexpr char kDatabase[] = "/usr/local/korvia/kkorvia.db";
 
 // Restores a resource limit when the fault ends.
-struct Limit {
-  Limit(int limited, rlim_t soft) : resource(limited) {
+struct size_limit {
+  size_limit(int limited, rlim_t soft) : resource(limited) {
     getrlimit(resource, &saved);
     rlimit lowered{soft, saved.rlim_max};
     setrlimit(resource, &lowered);
   }
-  ~Limit() { setrlimit(resource, &saved); }
+  ~size_limit() { setrlimit(resource, &saved); }
   int resource;
   rlimit saved;
 };
 
 // The daemon names `name` as the configuration file it wrote.
-void daemon_names(Camera& camera, const char* name) {
-  camera.daemon().reply_texts.emplace(11, std::make_pair(static_cast<int>(psia::ConfigurationFilePayload::kFileName),
+void daemon_names(test_camera& camera, const char* name) {
+  camera.daemon().reply_texts.emplace(11, std::make_pair(static_cast<int>(psia::configuration_file_payload::kFileName),
                                                          std::string(name)));
 }
 
 // A zoneinfo directory of the camera's own, holding `entry` as the zone the database names.
-void plant_zone(Camera& camera, const std::function<void(const std::string&)>& entry) {
+void plant_zone(test_camera& camera, const std::function<void(const std::string&)>& entry) {
   std::string zoneinfo = camera.path("/usr/share/zoneinfo");
   fs::remove(zoneinfo);
   fs::create_directory(zoneinfo);
@@ -56,14 +56,14 @@ void plant_zone(Camera& camera, const std::function<void(const std::string&)>& e
 
 // One fault of the camera's environment, the request made under it, and what that request must cost: its answer and
 // the camera time it took. After it, the next ordinary request is served as usual.
-struct EnvironmentFault {
+struct environment_fault {
   const char* what;
-  std::function<std::shared_ptr<void>(Camera&)> make;  // what it returns lasts until the next request
+  std::function<std::shared_ptr<void>(test_camera&)> make;  // what it returns lasts until the next request
   std::string method, uri, body;
   std::string answer;  // "1".."7": that ResponseStatus; otherwise a text the answer holds
   int64_t waited_us;
-  std::function<void(Camera&)> leaves = nullptr;  // what must (not) be left behind
-  Req next = {"GET", kDeviceInfo};
+  std::function<void(test_camera&)> leaves = nullptr;  // what must (not) be left behind
+  test_request next = {"GET", kDeviceInfo};
   std::string next_answer = "<DeviceInfo";
 };
 
@@ -74,7 +74,7 @@ std::shared_ptr<void> stop_undone() {
 }
 
 // An empty file renamed over the database, the database kept aside as ".good".
-std::shared_ptr<void> empty_database(Camera& camera) {
+std::shared_ptr<void> empty_database(test_camera& camera) {
   std::string db = camera.path(kDatabase);
   fs::copy_file(db, db + ".good");
   std::ofstream(db + ".new").close();
@@ -83,8 +83,8 @@ std::shared_ptr<void> empty_database(Camera& camera) {
 }
 
 // The database refused stays refused (and is reported once) until `repair` puts a good one in its place.
-std::function<void(Camera&)> refused_until(void (*repair)(const std::string& db)) {
-  return [repair](Camera& c) {
+std::function<void(test_camera&)> refused_until(void (*repair)(const std::string& db)) {
+  return [repair](test_camera& c) {
     EXPECT_EQ(c.send("GET", kDeviceInfo).rfind("Status: 401", 0), 0u);
     EXPECT_EQ(c.errors(), "PSIA: database replaced by a file without the camera's tables\n");
     repair(c.path(kDatabase));
@@ -95,91 +95,91 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
   const std::string body = "<DeviceInfo><deviceName>hall</deviceName></DeviceInfo>";
   const std::string upload(5000, 'f');
   // clang-format off
-  const EnvironmentFault faults[] = {
+  const environment_fault faults[] = {
       {"a lock released while it is waited for",
-       [](Camera& c) {
-         auto lock = std::make_shared<Lock>(c, "begin exclusive");
+       [](test_camera& c) {
+         auto lock = std::make_shared<db_lock>(c, "begin exclusive");
          c.clock().on_sleep = [&c, lock] { if (c.clock().now_us >= 300000) lock->release(); };
          return lock;
        },
        "PUT", kDeviceInfo, body, "1", 300000},  // 50 + 100 + 150 ms
       {"a write lock held past the back-off",
-       [](Camera& c) { return std::make_shared<Lock>(c, "begin immediate; update Audio set Enable=Enable"); },
+       [](test_camera& c) { return std::make_shared<db_lock>(c, "begin immediate; update Audio set Enable=Enable"); },
        "PUT", kDeviceInfo, body, "3", 1050000},
-      {"a slow daemon", [](Camera& c) { c.daemon().delay_ms[8] = 2000; return nothing(); },
+      {"a slow daemon", [](test_camera& c) { c.daemon().delay_ms[8] = 2000; return nothing(); },
        "PUT", kReboot, "", "1", 2002350},
-      {"a silent daemon", [](Camera& c) { c.daemon().silent.insert(8); return nothing(); },
+      {"a silent daemon", [](test_camera& c) { c.daemon().silent.insert(8); return nothing(); },
        "PUT", kReboot, "", "2", 5100000},
-      {"a silent daemon, configuration file", [](Camera& c) { c.daemon().silent.insert(11); return nothing(); },
+      {"a silent daemon, configuration file", [](test_camera& c) { c.daemon().silent.insert(11); return nothing(); },
        "GET", kConfiguration, "", "3", 180100000},
-      {"a silent daemon, factory reset", [](Camera& c) { c.daemon().silent.insert(10); return nothing(); },
+      {"a silent daemon, factory reset", [](test_camera& c) { c.daemon().silent.insert(10); return nothing(); },
        "PUT", "/PSIA/System/factoryReset?mode=basic", "", "2", 180100000},
-      {"a silent daemon, a command whose status is not told", [](Camera& c) { c.daemon().silent.insert(94); return nothing(); },
+      {"a silent daemon, a command whose status is not told", [](test_camera& c) { c.daemon().silent.insert(94); return nothing(); },
        "DELETE", "/PSIA/Security/AAA/users", "", "1", 5100000},
       {"a hung daemon whose request queue is full",
-       [](Camera& c) { c.daemon().hung = true; c.fill_request_queue(); return nothing(); },
+       [](test_camera& c) { c.daemon().hung = true; c.fill_request_queue(); return nothing(); },
        "PUT", kReboot, "", "2", 5100000},
-      {"a reply longer than the frame", [](Camera& c) { c.daemon().oversized.insert(8); return nothing(); },
+      {"a reply longer than the frame", [](test_camera& c) { c.daemon().oversized.insert(8); return nothing(); },
        "PUT", kReboot, "", "1", 50, nullptr, {"PUT", kReboot}, "<statusCode>1<"},
-      {"queues made again by a restarted daemon", [](Camera& c) { c.simulator().recreate_queues(); return nothing(); },
+      {"queues made again by a restarted daemon", [](test_camera& c) { c.simulator().recreate_queues(); return nothing(); },
        "PUT", kReboot, "", "1", 100, nullptr, {"PUT", kReboot}, "<statusCode>1<"},  // a pause before the new queue
       {"queues made again while a reply is awaited",
-       [](Camera& c) {
+       [](test_camera& c) {
          c.clock().on_sleep = [&c, serve = c.clock().on_sleep] { c.simulator().recreate_queues(); c.clock().on_sleep = serve; };
          return nothing();
        },
        "PUT", kReboot, "", "2", 50},
-      {"no queues: the daemon is gone", [](Camera& c) { c.simulator().remove_queues(); return nothing(); },
+      {"no queues: the daemon is gone", [](test_camera& c) { c.simulator().remove_queues(); return nothing(); },
        "PUT", kReboot, "", "2", 0},
       {"a stop (SIGTERM) while a silent daemon is awaited",
-       [](Camera& c) { c.daemon().silent.insert(8); c.clock().on_sleep = psia::request_stop; return stop_undone(); },
+       [](test_camera& c) { c.daemon().silent.insert(8); c.clock().on_sleep = psia::request_stop; return stop_undone(); },
        "PUT", kReboot, "", "2", 50},
       {"a stop while a write lock is waited for",
-       [](Camera& c) {
+       [](test_camera& c) {
          c.clock().on_sleep = psia::request_stop;
-         auto lock = std::make_shared<Lock>(c, "begin immediate; update Audio set Enable=Enable");
+         auto lock = std::make_shared<db_lock>(c, "begin immediate; update Audio set Enable=Enable");
          return std::shared_ptr<void>(nullptr, [lock](void*) { psia::cancel_stop(); });
        },
        "PUT", kDeviceInfo, body, "3", 50000},
       {"a FIFO named as the configuration file",
-       [](Camera& c) { mkfifo(c.path(std::string(kTransfer) + "fifo").c_str(), 0600); daemon_names(c, "fifo"); return nothing(); },
+       [](test_camera& c) { mkfifo(c.path(std::string(kTransfer) + "fifo").c_str(), 0600); daemon_names(c, "fifo"); return nothing(); },
        "GET", kConfiguration, "", "3", 50},
       {"a link named as the configuration file",
-       [](Camera& c) { fs::create_symlink("/etc/passwd", c.path(std::string(kTransfer) + "link")); daemon_names(c, "link"); return nothing(); },
+       [](test_camera& c) { fs::create_symlink("/etc/passwd", c.path(std::string(kTransfer) + "link")); daemon_names(c, "link"); return nothing(); },
        "GET", kConfiguration, "", "3", 50},
       {"a path named as the configuration file",
-       [](Camera& c) { daemon_names(c, "../../../../../../etc/passwd"); return nothing(); },
+       [](test_camera& c) { daemon_names(c, "../../../../../../etc/passwd"); return nothing(); },
        "GET", kConfiguration, "", "3", 50},
       {"a FIFO as the zone file",
-       [](Camera& c) { plant_zone(c, [](const std::string& p) { mkfifo(p.c_str(), 0600); }); return nothing(); },
+       [](test_camera& c) { plant_zone(c, [](const std::string& p) { mkfifo(p.c_str(), 0600); }); return nothing(); },
        "GET", "/PSIA/System/time", "", "<timeZone>GMT0</timeZone>", 0},
       {"a zone link leading out of the zoneinfo directory",
-       [](Camera& c) {
+       [](test_camera& c) {
          std::ofstream(c.path("/outside")) << "TZif\nEST5\n";
          plant_zone(c, [&c](const std::string& p) { fs::create_symlink(c.path("/outside"), p); });
          return nothing();
        },
        "GET", "/PSIA/System/time", "", "<timeZone>GMT0</timeZone>", 0},
       {"a link planted as the upload's partial file",
-       [](Camera& c) {
+       [](test_camera& c) {
          std::ofstream(c.path("/victim")) << "kept";
          fs::create_symlink(c.path("/victim"), c.path(std::string(kTransfer) + "psia_firmware.dat.part"));
          return nothing();
        },
        "PUT", kFirmware, upload, "1", 0,
-       [&upload](Camera& c) {
+       [&upload](test_camera& c) {
          EXPECT_EQ(file_text(c.path("/victim")), "kept");
          EXPECT_EQ(file_text(c.path(std::string(kTransfer) + "psia_firmware.dat")), upload);
        }},
       {"a file-size limit (or a full disk) during an upload",
-       [](Camera&) { return std::make_shared<Limit>(RLIMIT_FSIZE, 4096); },
+       [](test_camera&) { return std::make_shared<size_limit>(RLIMIT_FSIZE, 4096); },
        "PUT", kFirmware, upload, "3", 0,
-       [](Camera& c) {
+       [](test_camera& c) {
          EXPECT_FALSE(fs::exists(c.path(std::string(kTransfer) + "psia_firmware.dat")));
          EXPECT_FALSE(fs::exists(c.path(std::string(kTransfer) + "psia_firmware.dat.part")));
        }},
       {"the database replaced by a rename",
-       [](Camera& c) {
+       [](test_camera& c) {
          std::string db = c.path(kDatabase);
          fs::copy_file(db, db + ".new");
          sqlite3* copy = nullptr;
@@ -197,9 +197,9 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
        "Status: 401", 0, refused_until([](const std::string& db) { std::ofstream(db) << file_text(db + ".good"); })},
   };
   // clang-format on
-  for (const EnvironmentFault& f : faults) {
+  for (const environment_fault& f : faults) {
     SCOPED_TRACE(f.what);
-    Camera camera;
+    test_camera camera;
     const std::function<void()> serve_daemon = camera.clock().on_sleep;
     std::string out = [&] {  // the fault lasts for this request only
       std::shared_ptr<void> fault = f.make(camera);
@@ -220,8 +220,8 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
 // The kernel failing a queue call of the control exchange: what the command is answered, the camera time it took
 // (never more than the command's wait) and what the log holds. A call that did nothing (EINTR) or a removed queue
 // (EIDRM) is tried again after a pause; any other refusal ends the exchange at once.
-struct QueueFault {
-  psia::QueueCall call;
+struct queue_fault {
+  psia::queue_call call;
   int error;
   bool always;  // otherwise the first call only
   int answer;
@@ -231,34 +231,34 @@ struct QueueFault {
 };
 
 TEST(Fault, EachQueueCallFailureIsAnsweredWithinTheCommandsWait) {
-  using psia::QueueCall;
+  using psia::queue_call;
   const std::string send = "Send Message using Message Queue 1 Failed\n: ";
   const std::string receive = "Receive Message using Message Queue 2 Failed\n: ";
   // clang-format off
-  const QueueFault faults[] = {
-      {QueueCall::send, EINVAL, true, 2, 0, send + "Invalid argument\n"},  // a frame above the kernel's msgmax
-      {QueueCall::send, EIDRM, false, 1, 100, ""},
-      {QueueCall::send, EIDRM, true, 2, 5100000, send + "Identifier removed\n"},
-      {QueueCall::send, EACCES, true, 2, 0, send + "Permission denied\n"},
-      {QueueCall::send, ENOMEM, true, 2, 0, send + "Cannot allocate memory\n"},
-      {QueueCall::send, EINTR, false, 1, 100, ""},
-      {QueueCall::send, EINTR, true, 2, 5100000, send + "Interrupted system call\n"},
-      {QueueCall::send, EINTR, true, 2, 0, send + "Interrupted system call\n", true},
-      {QueueCall::receive, EINVAL, true, 2, 0, receive + "Invalid argument\n"},
-      {QueueCall::receive, EIDRM, true, 2, 0, ""},  // the reply went with the queue
-      {QueueCall::receive, EACCES, true, 2, 0, receive + "Permission denied\n"},
-      {QueueCall::receive, ENOMEM, true, 2, 0, receive + "Cannot allocate memory\n"},
-      {QueueCall::receive, EINTR, false, 1, 50, ""},
-      {QueueCall::receive, EINTR, true, 2, 5100000, ""},
-      {QueueCall::receive, EINTR, true, 2, 0, "", true},
+  const queue_fault faults[] = {
+      {queue_call::send, EINVAL, true, 2, 0, send + "Invalid argument\n"},  // a frame above the kernel's msgmax
+      {queue_call::send, EIDRM, false, 1, 100, ""},
+      {queue_call::send, EIDRM, true, 2, 5100000, send + "Identifier removed\n"},
+      {queue_call::send, EACCES, true, 2, 0, send + "Permission denied\n"},
+      {queue_call::send, ENOMEM, true, 2, 0, send + "Cannot allocate memory\n"},
+      {queue_call::send, EINTR, false, 1, 100, ""},
+      {queue_call::send, EINTR, true, 2, 5100000, send + "Interrupted system call\n"},
+      {queue_call::send, EINTR, true, 2, 0, send + "Interrupted system call\n", true},
+      {queue_call::receive, EINVAL, true, 2, 0, receive + "Invalid argument\n"},
+      {queue_call::receive, EIDRM, true, 2, 0, ""},  // the reply went with the queue
+      {queue_call::receive, EACCES, true, 2, 0, receive + "Permission denied\n"},
+      {queue_call::receive, ENOMEM, true, 2, 0, receive + "Cannot allocate memory\n"},
+      {queue_call::receive, EINTR, false, 1, 50, ""},
+      {queue_call::receive, EINTR, true, 2, 5100000, ""},
+      {queue_call::receive, EINTR, true, 2, 0, "", true},
   };
   // clang-format on
-  for (const QueueFault& f : faults) {
-    SCOPED_TRACE((f.call == QueueCall::send ? "msgsnd " : "msgrcv ") + std::string(strerror(f.error)) +
+  for (const queue_fault& f : faults) {
+    SCOPED_TRACE((f.call == queue_call::send ? "msgsnd " : "msgrcv ") + std::string(strerror(f.error)) +
                  (f.always ? ", always" : ", once") + (f.stop ? ", with a stop" : ""));
-    Camera camera;
+    test_camera camera;
     bool failed = false;
-    camera.ctx().control.set_fault_hook([&](QueueCall call) {
+    camera.ctx().control.set_fault_hook([&](queue_call call) {
       if (call != f.call || (failed && !f.always)) return 0;
       failed = true;
       if (f.stop) psia::request_stop();
@@ -276,7 +276,7 @@ TEST(Fault, EachQueueCallFailureIsAnsweredWithinTheCommandsWait) {
 // Replies are matched by process alone: a late reply waits in the queue and is taken by the next exchange, whose own
 // reply answers the one after.
 TEST(Fault, ALateReplyAnswersTheNextExchange) {
-  Camera late;
+  test_camera late;
   late.daemon().delay_ms[8] = 5600;
   late.daemon().status[8] = 7;
   late.daemon().status[41] = 2;
@@ -292,12 +292,12 @@ TEST(Fault, ALateReplyAnswersTheNextExchange) {
 // A transient failure to load the XML library (no descriptor left) is not remembered: the next document loads it.
 TEST(Fault, TheXmlLibraryIsLoadedAgainAfterAFailure) {
   if (dlopen("libxml2.so.2", RTLD_NOW | RTLD_NOLOAD) != nullptr) GTEST_SKIP() << "already loaded in this process";
-  Camera camera;
+  test_camera camera;
   {
     // Only the load runs short of descriptors: the sanitizers' own checks need some.
     int lowest_free = dup(0);
     close(lowest_free);
-    Limit no_descriptor(RLIMIT_NOFILE, static_cast<rlim_t>(lowest_free));
+    size_limit no_descriptor(RLIMIT_NOFILE, static_cast<rlim_t>(lowest_free));
     EXPECT_FALSE(camera.ctx().xml.load(camera.ctx().log));
   }
   EXPECT_NE(camera.errors().find("PSIA: libxml2 cannot be loaded"), std::string::npos);
@@ -341,7 +341,7 @@ TEST(Injection, TextsAreStoredAsSentAndNothingHostileIsAdmitted) {
   for (const auto& f : fields) {
     for (const std::string& hostile : kHostile) {
       SCOPED_TRACE(f.uri + (": " + hostile));
-      Camera camera;
+      test_camera camera;
       std::string schema = camera.rows("select sql from sqlite_master");
       std::string body = f.body;
       body.replace(body.find("%V"), 2, xml_escaped(hostile));
@@ -356,8 +356,8 @@ TEST(Injection, TextsAreStoredAsSentAndNothingHostileIsAdmitted) {
     }
   }
   // Paths, headers and XML tricks admit nothing.
-  Camera camera;
-  camera.ctx().camera.guard = psia::LoginGuard(0, 0);  // a dozen refused logins in a row follow
+  test_camera camera;
+  camera.ctx().camera.guard = psia::login_guard(0, 0);  // a dozen refused logins in a row follow
   for (const std::string& hostile : kHostile)
     for (const std::string& authorization :
          {basic_authorization(hostile, hostile), basic_authorization("admin", hostile)})

@@ -27,7 +27,7 @@ const char kUnauthorized[] =
     "Content-Type: text/plain\n\nUnauthorized\n";
 
 TEST(Frame, OnlyLevelZeroAccountsAreAdmitted) {
-  Camera camera("insert into UserAccount values('viewer', 'pw2', 2);");
+  test_camera camera("insert into UserAccount values('viewer', 'pw2', 2);");
   // The Authorization header, and whether it is admitted.
   const std::pair<std::string, bool> cases[] = {
       {basic_authorization("admin", "admin"), true},
@@ -49,7 +49,7 @@ TEST(Frame, OnlyLevelZeroAccountsAreAdmitted) {
 }
 
 TEST(Frame, UnmatchedRequestsAndSubPaths) {
-  Camera camera;
+  test_camera camera;
   // The request URL is echoed as it stands, query and all.
   for (const char* uri : {"/PSIA/foo", "/PSIA/Security/AAA/users/", "/PSIA/index", "/PSIA/System/status?x=<b>&y=%s",
                           "/PSIA/System/Network/interfaces/eth0/", "/PSIA/System/reboot"})
@@ -62,7 +62,7 @@ TEST(Frame, UnmatchedRequestsAndSubPaths) {
   EXPECT_EQ(camera.send("get", "/psia/security/index"), document_answer(golden("security_index.xml")));
   EXPECT_EQ(camera.send("GET", ""), "");  // no path: no answer at all
   // Sub-paths give their handlers their arguments.
-  Camera sub;
+  test_camera sub;
   // The trigger id and notification id are cut at the slashes.
   sub.exec("update Event set RelayID=0, FTPServerID=-1, SMTPServerID=-1");
   EXPECT_NE(sub.get("/PSIA/Custom/Event/triggers/Sensor-0/notifications/Relay-0")
@@ -76,7 +76,7 @@ TEST(Frame, UnmatchedRequestsAndSubPaths) {
 
 TEST(Frame, RulesAreTriedInOrderByPathMethodAndLevel) {
   // clang-format off
-  const struct { const char *path, *method; int level, ptz; psia::Handler expected; } cases[] = {  // empty: no rule
+  const struct { const char *path, *method; int level, ptz; psia::handler_fn expected; } cases[] = {  // empty: no rule
       {"/PSIA/System/time/ntpServers/3", "GET", 3, 2, psia::get_ntp_server},
       // A level-2 DELETE falls through every shorter prefix to no rule.
       {"/PSIA/System/time/ntpServers/3", "DELETE", 2, 2, {}},
@@ -139,7 +139,7 @@ TEST(Frame, RulesAreTriedInOrderByPathMethodAndLevel) {
 }
 
 TEST(Frame, CatalogueDocumentsAndUnreadableBodies) {
-  Camera camera;
+  test_camera camera;
   // clang-format off
   const struct { const char *uri, *golden, *type = kXml; } cases[] = {
       {"/PSIA/index", "index.xml"}, {"/PSIA/index.xml", "index.xml"} /* a prefix match */, {"/PSIA/indexr", "indexr.xml"},
@@ -156,7 +156,7 @@ TEST(Frame, CatalogueDocumentsAndUnreadableBodies) {
   // The same documents every time: they are built once.
   EXPECT_EQ(camera.get("/PSIA/indexr"), document_answer(golden("indexr.xml")));
   // Bodies that cannot be read answer Device Error.
-  Camera schedule;
+  test_camera schedule;
   const char* path = "/PSIA/Custom/Event/schedule";
   // A body and its CONTENT_LENGTH (null: none): none at all, one over 1 MiB, one shorter than announced.
   // clang-format off
@@ -166,7 +166,7 @@ TEST(Frame, CatalogueDocumentsAndUnreadableBodies) {
       {"<?xml version=\"1.0\"?><!DOCTYPE EventSchedule><EventSchedule/>", nullptr}};
   // clang-format on
   for (const auto& [body, length] : bodies) {
-    Req r{"PUT", path, body};
+    test_request r{"PUT", path, body};
     r.content_length = length;
     r.no_content_length = length == nullptr && body.empty();
     EXPECT_EQ(schedule.request(r), status_answer(path, 3)) << (length ? length : body);
@@ -188,13 +188,13 @@ TEST(Startup, ADatabaseThatCannotBeOpenedOrStaysLockedStopsTheResponder) {
   // clang-format on
   for (const auto& c : cases) {
     SCOPED_TRACE(c.database);
-    Camera camera;
+    test_camera camera;
     std::string db = camera.path("/usr/local/korvia/kkorvia.db"), kind = c.database;
-    std::unique_ptr<DatabaseLock> lock;
+    std::unique_ptr<database_lock> lock;
     if (kind == "drop") {
       camera.exec("drop table Relay");
     } else if (kind.rfind("locked", 0) == 0) {
-      lock = std::make_unique<DatabaseLock>(camera, "begin exclusive");
+      lock = std::make_unique<database_lock>(camera, "begin exclusive");
       if (kind != "locked")
         camera.clock().on_sleep = [&] {
           if (camera.clock().now_us >= 3000000) lock->release();
@@ -203,7 +203,7 @@ TEST(Startup, ADatabaseThatCannotBeOpenedOrStaysLockedStopsTheResponder) {
       ASSERT_EQ(unlink(db.c_str()), 0);
       if (kind != "missing") std::ofstream(db) << kind;
     }
-    psia::Settings settings = camera.ctx().settings;
+    psia::runtime_settings settings = camera.ctx().settings;
     psia::request_context ctx(settings, camera.clock());
     std::string errors;
     std::vector<std::string> syslog;
@@ -220,10 +220,10 @@ TEST(Startup, ADatabaseThatCannotBeOpenedOrStaysLockedStopsTheResponder) {
 
 // The executable itself, as the web server runs it: as a CGI program, and refusing to start without its database.
 TEST(Executable, ServesOneRequestAsACgiProgram) {
-  Camera camera;
+  test_camera camera;
   std::vector<std::string> env = {"REQUEST_METHOD=GET", "REQUEST_URI=/PSIA/index",
                                   "HTTP_AUTHORIZATION=" + basic_authorization("admin", "admin")};
-  ProcessResult answer = camera.run_cgi(env);
+  process_result answer = camera.run_cgi(env);
   EXPECT_EQ(answer.exit_status, 0) << answer.err;
   EXPECT_EQ(answer.out, document_answer(golden("index.xml")));
 
@@ -252,8 +252,8 @@ TEST(LoginGuard, LocksOutDoublingUpToFifteenMinutes) {
   // Each step: failures from an address at a time (-1: a successful login), whether it is then locked, and the
   // lock-out the last failure started.
   // clang-format off
-  struct Step { const char* address; int failures; int64_t at; bool locked; int64_t lockout = 0; };
-  const std::vector<Step> steps = {
+  struct guard_step { const char* address; int failures; int64_t at; bool locked; int64_t lockout = 0; };
+  const std::vector<guard_step> steps = {
       {"A", 9, 0, false}, {"A", -1, 0, false},  // a success clears the count
       {"A", 9, 1, false}, {"A", 1, 2, true, 60 * kSecond},
       {"B", 0, 3, false},  // another address is not touched
@@ -265,20 +265,20 @@ TEST(LoginGuard, LocksOutDoublingUpToFifteenMinutes) {
       {"A", 10, 2002 * kSecond, true, 60 * kSecond},
   };
   // clang-format on
-  psia::LoginGuard guard(10, 60, 0);
-  using Verdict = psia::LoginGuard::Verdict;
-  for (const Step& s : steps) {
+  psia::login_guard guard(10, 60, 0);
+  using guard_verdict = psia::login_guard::guard_verdict;
+  for (const guard_step& s : steps) {
     int64_t lockout = 0;
-    psia::GuardKey key = psia::guard_key(s.address);
+    psia::address_key key = psia::guard_key(s.address);
     if (s.failures < 0) guard.succeeded(key, s.at);
     for (int i = 0; i < s.failures; ++i) lockout = guard.failed(key, s.at).lockout_us;
-    EXPECT_EQ(guard.admit(key, s.at + (s.failures > 0 ? 1 : 0)) == Verdict::locked_out, s.locked) << s.at;
+    EXPECT_EQ(guard.admit(key, s.at + (s.failures > 0 ? 1 : 0)) == guard_verdict::locked_out, s.locked) << s.at;
     EXPECT_EQ(lockout, s.lockout) << s.address << " at " << s.at;
   }
   for (const auto& [attempts, lockout] : std::vector<std::pair<int, int>>{{0, 60}, {10, 0}}) {
-    psia::LoginGuard off(attempts, lockout);
+    psia::login_guard off(attempts, lockout);
     for (int i = 0; i < 500; ++i) off.failed(psia::guard_key("A"), i);
-    EXPECT_EQ(off.admit(psia::guard_key("A"), 501), Verdict::check);
+    EXPECT_EQ(off.admit(psia::guard_key("A"), 501), guard_verdict::check);
   }
   // Addresses as they are counted: IPv4 alone, IPv6 by the /64, IPv4-mapped as IPv4, anything else by its text.
   // clang-format off
@@ -302,15 +302,15 @@ TEST(LoginGuard, LocksOutDoublingUpToFifteenMinutes) {
 // SECURITY.md states. The attacker sends 50 logins a second, each from an address never seen before (IPv4 and
 // IPv6 in turn), none of them known.
 TEST(LoginGuard, NoNumberOfAddressesBuysMoreThanTheBudget) {
-  psia::LoginGuard guard(10, 60, psia::LoginGuard::kDefaultBudget);
+  psia::login_guard guard(10, 60, psia::login_guard::kDefaultBudget);
   const int64_t kWindow = 600 * kSecond, kStep = 20000;
   int checked = 0, first_minute = 0;
   for (int64_t now = 0, i = 0; now < kWindow; now += kStep, ++i) {
     std::string address = i % 2 == 0 ? "10." + std::to_string(i / 65536 % 256) + "." + std::to_string(i / 256 % 256) +
                                            "." + std::to_string(i % 256)
                                      : "2001:db8:" + std::to_string(i % 9999) + ":" + std::to_string(i / 9999) + "::1";
-    psia::GuardKey key = psia::guard_key(address.c_str());
-    if (guard.admit(key, now) != psia::LoginGuard::Verdict::check) continue;
+    psia::address_key key = psia::guard_key(address.c_str());
+    if (guard.admit(key, now) != psia::login_guard::guard_verdict::check) continue;
     ++checked;
     if (now < 60 * kSecond) ++first_minute;
     guard.failed(key, now);
@@ -327,12 +327,12 @@ TEST(LoginGuard, NoNumberOfAddressesBuysMoreThanTheBudget) {
 // requests have come, and the next requests (right password, from an address at a time), which are served.
 TEST(LoginGuard, CannotBeOutrunAndABusyDatabaseIsNoFailedLogin) {
   const std::string kIndex = document_answer(golden("index.xml"));
-  auto login = [](Camera& camera, const std::string& address, const char* password = "admin") {
-    Req r = get_as("/PSIA/index", basic_authorization("admin", password));
+  auto login = [](test_camera& camera, const std::string& address, const char* password = "admin") {
+    test_request r = get_as("/PSIA/index", basic_authorization("admin", password));
     r.remote_addr = address;
     return camera.request(r);
   };
-  auto fail = [&login](Camera& camera, const std::string& address, int times = 1) {
+  auto fail = [&login](test_camera& camera, const std::string& address, int times = 1) {
     for (int i = 0; i < times; ++i) login(camera, address, "guess");
   };
   auto many = [](const std::string& prefix, int count) {
@@ -357,10 +357,10 @@ TEST(LoginGuard, CannotBeOutrunAndABusyDatabaseIsNoFailedLogin) {
     if (full_table.size() < 2 * 64) full_table.push_back(refused + a + " as \"admin\": wrong password");
   }
   const std::string budget_spent = " failed logins a minute from all addresses; addresses without a login wait";
-  struct GuardCase {
+  struct guard_case {
     const char* name;
     int attempts, lockout, budget;
-    std::function<void(Camera&)> before;
+    std::function<void(test_camera&)> before;
     bool database_locked;
     std::string address;
     bool admitted;
@@ -369,52 +369,52 @@ TEST(LoginGuard, CannotBeOutrunAndABusyDatabaseIsNoFailedLogin) {
     std::vector<std::pair<std::string, int64_t>> next;
   };
   // clang-format off
-  const GuardCase cases[] = {
+  const guard_case cases[] = {
       {"rotating addresses do not free a locked one", 10, 60, 100,
-       [&](Camera& c) { fail(c, "198.51.100.1", 10); for (const std::string& a : many("10.0.", 300)) fail(c, a); },
+       [&](test_camera& c) { fail(c, "198.51.100.1", 10); for (const std::string& a : many("10.0.", 300)) fail(c, a); },
        false, "198.51.100.1", false, 0,
        lines({refusals({"198.51.100.1"}, "wrong password"), {"36 locked out 198.51.100.1 for 60 s after 10 failed logins"},
               refusals(many("10.0.", 63), "wrong password"), {"36 login budget spent: 100" + budget_spent,
               "36 10 more refused from 198.51.100.1", "36 237 more refused from other addresses"}}),
        {{"198.51.100.1", 61 * kSecond}}},
       {"an IPv6 client is counted by its /64", 10, 60, 0,
-       [&](Camera& c) { for (int i = 1; i <= 10; ++i) fail(c, "2001:db8:1:2::" + std::to_string(i)); },
+       [&](test_camera& c) { for (int i = 1; i <= 10; ++i) fail(c, "2001:db8:1:2::" + std::to_string(i)); },
        false, "2001:db8:1:2:ffff::1", false, 0,
        lines({refusals({"2001:db8:1:2::1"}, "wrong password"), {"36 locked out 2001:db8:1:2::/64 for 60 s after 10 failed "
               "logins", "36 10 more refused from 2001:db8:1:2::/64"}}),
        {{"2001:db8:1:3::1", 0}, {"2001:db8:1:2::1", 60 * kSecond}}},
-      {"an IPv4-mapped address is the IPv4 address", 10, 60, 0, [&](Camera& c) { fail(c, "::ffff:192.0.2.77", 10); },
+      {"an IPv4-mapped address is the IPv4 address", 10, 60, 0, [&](test_camera& c) { fail(c, "::ffff:192.0.2.77", 10); },
        false, "192.0.2.77", false, 0,
        lines({refusals({"::ffff:192.0.2.77"}, "wrong password"), {"36 locked out 192.0.2.77 for 60 s after 10 failed logins"}}),
        {{"192.0.2.78", 0}}},
       {"the shared budget holds back unknown addresses, not known ones", 10, 60, 20,
-       [&](Camera& c) { login(c, "192.0.2.10"); for (const std::string& a : many("10.0.", 20)) fail(c, a); },
+       [&](test_camera& c) { login(c, "192.0.2.10"); for (const std::string& a : many("10.0.", 20)) fail(c, a); },
        false, "198.51.100.200", false, 0,
        lines({refusals(many("10.0.", 19), "wrong password"), {"36 login budget spent: 20" + budget_spent},
               refusals({"10.0.0.19"}, "wrong password"), refusals({"198.51.100.200"}, "login budget spent")}),
        {{"192.0.2.10", 0}, {"198.51.100.200", 3 * kSecond}}},  // one failure's share of the minute later
       {"a table full of locked addresses forgets none of them", 1, 60, 0,
-       [&](Camera& c) { for (const std::string& a : many("10.1.", 300)) fail(c, a); },
+       [&](test_camera& c) { for (const std::string& a : many("10.1.", 300)) fail(c, a); },
        false, "10.1.0.0", false, 0,
        lines({full_table, {"36 1 more refused from 10.1.0.0", "36 236 more refused from other addresses"}}),
        {{"10.2.0.1", 60 * kSecond}}},
-      {"a busy database is no failed login", 10, 60, 100, [&](Camera& c) { for (int i = 0; i < 12; ++i) login(c, "192.0.2.10"); },
+      {"a busy database is no failed login", 10, 60, 100, [&](test_camera& c) { for (int i = 0; i < 12; ++i) login(c, "192.0.2.10"); },
        true, "192.0.2.10", false, 13 * 1050000,  // each login waits out the busy handler
        refusals({"192.0.2.10"}, "database busy or unreadable"),
        {{"192.0.2.10", 0}}},
       {"refusals are written once a minute an address", 0, 0, 0,
-       [&](Camera& c) { fail(c, "192.0.2.10", 1000); c.clock().now_us = 30 * kSecond; fail(c, "192.0.2.10"); },
+       [&](test_camera& c) { fail(c, "192.0.2.10", 1000); c.clock().now_us = 30 * kSecond; fail(c, "192.0.2.10"); },
        false, "192.0.2.10", true, 30 * kSecond,
        lines({refusals({"192.0.2.10"}, "wrong password"), {"36 1000 more refused from 192.0.2.10"}}),
        {{"192.0.2.10", 60 * kSecond}}},
   };
   // clang-format on
-  for (const GuardCase& c : cases) {
+  for (const guard_case& c : cases) {
     SCOPED_TRACE(c.name);
-    Camera camera;
-    camera.ctx().camera.guard = psia::LoginGuard(c.attempts, c.lockout, c.budget);
-    std::unique_ptr<DatabaseLock> lock;
-    if (c.database_locked) lock = std::make_unique<DatabaseLock>(camera, "begin exclusive");
+    test_camera camera;
+    camera.ctx().camera.guard = psia::login_guard(c.attempts, c.lockout, c.budget);
+    std::unique_ptr<database_lock> lock;
+    if (c.database_locked) lock = std::make_unique<database_lock>(camera, "begin exclusive");
     c.before(camera);
     EXPECT_EQ(login(camera, c.address), c.admitted ? kIndex : kUnauthorized);
     EXPECT_EQ(camera.clock().now_us, c.at);
@@ -440,8 +440,8 @@ TEST(Audit, RequestTextsNeverSplitOrForgeALineAndTheFixedFieldsComeFirst) {
     psia::append_printable(line, text.c_str(), 16);
     EXPECT_EQ(std::string(line.data(), line.length()), shown);
   }
-  Camera camera;
-  Req r = get_as("/PSIA/Custom/Event/notification/ftp/x\n29 forged line", basic_authorization("admin\nfake", "x"));
+  test_camera camera;
+  test_request r = get_as("/PSIA/Custom/Event/notification/ftp/x\n29 forged line", basic_authorization("admin\nfake", "x"));
   r.method = "DELETE";
   camera.request(r);
   r.authorization = basic_authorization("admin", "admin");
@@ -455,12 +455,12 @@ TEST(Audit, RequestTextsNeverSplitOrForgeALineAndTheFixedFieldsComeFirst) {
   std::string quoted_utf8 = "/PSIA/" + std::string(200, 'p');
   for (int k = 0; k < 300; ++k) quoted_utf8 += "%22" + utf8 + "\"";
   const std::string paths[] = {"/PSIA/x?%22%3C", "/PSIA/" + utf8, "/PSIA/" + std::string(600, 'p'), quoted_utf8};
-  psia::Log log;
+  psia::event_log log;
   std::vector<std::string> written;
   log.set_syslog([&](int, const char* line) { written.push_back(line); });
   for (const std::string& path : paths)
     psia::audit_change(log, "2001:db8::1", std::string(31, '\x01').c_str(), "PUT", path.c_str(),
-                       psia::Answer::statuses({1, 2}));
+                       psia::answer::statuses({1, 2}));
   ASSERT_EQ(written.size(), 4u);
   std::string escaped_user;
   for (int k = 0; k < 31; ++k) escaped_user += "\\x01";
@@ -469,15 +469,15 @@ TEST(Audit, RequestTextsNeverSplitOrForgeALineAndTheFixedFieldsComeFirst) {
   EXPECT_EQ(written[1], fixed + "/PSIA/\\xe6\\x97\\xa5\"");
   for (int i = 2; i < 4; ++i) {
     // Full, but for the escape that did not fit.
-    EXPECT_LE(written[i].size(), psia::Log::kLineLimit) << written[i];
-    EXPECT_GT(written[i].size() + 4, psia::Log::kLineLimit) << written[i];
+    EXPECT_LE(written[i].size(), psia::event_log::kLineLimit) << written[i];
+    EXPECT_GT(written[i].size() + 4, psia::event_log::kLineLimit) << written[i];
     EXPECT_EQ(written[i].rfind(fixed, 0), 0u) << written[i];
     EXPECT_EQ(written[i].substr(written[i].size() - 4), "...\"") << written[i];
   }
 }
 
 TEST(Audit, TheExecutableWritesToTheSystemLogger) {
-  Camera camera;
+  test_camera camera;
   int logger = socket(AF_UNIX, SOCK_DGRAM, 0);
   sockaddr_un address{AF_UNIX, {}};
   std::snprintf(address.sun_path, sizeof address.sun_path, "%s", camera.path("/dev/log").c_str());

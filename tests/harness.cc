@@ -28,8 +28,8 @@ namespace {
 
 // One camera root per test binary, made by the project's own script, with the host files it links replaced by fixed
 // ones; removed at exit.
-struct TemplateRoot {
-  TemplateRoot() {
+struct template_root_dir {
+  template_root_dir() {
     char name[] = "/tmp/psia-template-XXXXXX";
     path = mkdtemp(name) != nullptr ? name : throw std::runtime_error("mkdtemp failed");
     if (run_process({"/bin/bash", PSIA_SOURCE_DIR "/scripts/make-root.sh", path}, {"PATH=/usr/bin:/bin"}).exit_status)
@@ -46,12 +46,12 @@ struct TemplateRoot {
       std::ofstream(path + file) << text;
     }
   }
-  ~TemplateRoot() { fs::remove_all(path); }
+  ~template_root_dir() { fs::remove_all(path); }
   std::string path;
 };
 
 const std::string& template_root() {
-  static const TemplateRoot root;
+  static const template_root_dir root;
   return root.path;
 }
 
@@ -67,11 +67,11 @@ const char kXml[] = "Content-Type: application/xml\r\n\r\n";
 const char kXmlUtf8[] = "Content-Type: application/xml; charset=\"UTF-8\"\r\n\r\n";
 const std::string kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n";
 
-timeval TestClock::wall_time() {
+timeval test_clock::wall_time() {
   return {static_cast<time_t>(wall_start + now_us / 1000000), static_cast<suseconds_t>(now_us % 1000000)};
 }
 
-void TestClock::sleep_us(int64_t us) {
+void test_clock::sleep_us(int64_t us) {
   now_us += us;
   if (on_sleep) on_sleep();
 }
@@ -87,7 +87,7 @@ std::string basic_authorization(const std::string& user, const std::string& pass
   return "Basic " + out;
 }
 
-Camera::Camera(const std::string& sql) {
+test_camera::test_camera(const std::string& sql) {
   char name[] = "/tmp/psia-camera-XXXXXX";
   if (mkdtemp(name) == nullptr) throw std::runtime_error("mkdtemp failed");
   root_ = name;
@@ -97,11 +97,11 @@ Camera::Camera(const std::string& sql) {
   // Local time is UTC unless a test's PUT time says otherwise.
   setenv("TZ", "UTC0", 1);
 
-  psia::SimOptions options;
+  psia::sim_options options;
   options.request_key = next_key_pair();
   options.reply_key = options.request_key + 1;
   options.transfer_dir = path("/usr/local/httpd/htdocs/Web/updownload");
-  sim_ = std::make_unique<psia::ControlSimulator>(options);
+  sim_ = std::make_unique<psia::control_simulator>(options);
   if (!sim_->create_queues()) throw std::runtime_error("cannot create the daemon's queues");
   clock_.on_sleep = [this] {
     int64_t now_ms = clock_.now_us / 1000;
@@ -110,7 +110,7 @@ Camera::Camera(const std::string& sql) {
     sim_->release_due(now_ms);
   };
 
-  psia::Settings settings;
+  psia::runtime_settings settings;
   settings.root = root_;
   settings.request_queue_key = options.request_key;
   settings.reply_queue_key = options.reply_key;
@@ -122,16 +122,16 @@ Camera::Camera(const std::string& sql) {
   if (!psia::start_up(*ctx_)) throw std::runtime_error("the camera did not start: " + errors_);
 }
 
-Camera::~Camera() {
+test_camera::~test_camera() {
   ctx_.reset();
   sim_.reset();
   std::error_code ignored;
   fs::remove_all(root_, ignored);
 }
 
-std::string Camera::request(const Req& r) {
+std::string test_camera::request(const test_request& r) {
   std::string length = r.content_length != nullptr ? r.content_length : std::to_string(r.body.size());
-  psia::RequestParams params;
+  psia::request_params params;
   params.method = r.method.c_str();
   params.uri = r.uri.empty() ? nullptr : r.uri.c_str();
   params.query = r.query.empty() ? nullptr : r.query.c_str();
@@ -139,18 +139,18 @@ std::string Camera::request(const Req& r) {
   bool has_length = !r.no_content_length && (r.content_length != nullptr || !r.body.empty() || r.method != "GET");
   params.content_length = has_length ? length.c_str() : nullptr;
   params.remote_addr = r.remote_addr.c_str();
-  psia::StringInput in(r.body);
-  psia::StringOutput out;
+  psia::string_input in(r.body);
+  psia::string_output out;
   psia::serve_request(*ctx_, params, in, out);
   return out.text;
 }
 
-std::string Camera::send(const std::string& method, const std::string& uri, const std::string& body,
+std::string test_camera::send(const std::string& method, const std::string& uri, const std::string& body,
                          const std::string& query) {
   return request({method, uri, body, query});
 }
 
-ProcessResult Camera::run_cgi(const std::vector<std::string>& cgi, const std::string& input) const {
+process_result test_camera::run_cgi(const std::vector<std::string>& cgi, const std::string& input) const {
   std::vector<std::string> env = {"PSIA_ROOT=" + root_,
                                   "PSIA_REQUEST_QUEUE_KEY=" + std::to_string(sim_->options().request_key),
                                   "PSIA_REPLY_QUEUE_KEY=" + std::to_string(sim_->options().reply_key),
@@ -159,7 +159,7 @@ ProcessResult Camera::run_cgi(const std::vector<std::string>& cgi, const std::st
   return run_process({PSIA_RESPONDER_PATH}, env, input);
 }
 
-std::string Camera::rows(const std::string& sql) const {
+std::string test_camera::rows(const std::string& sql) const {
   sqlite3* db = nullptr;
   std::string out;
   if (sqlite3_open_v2(path("/usr/local/korvia/kkorvia.db").c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
@@ -179,12 +179,12 @@ std::string Camera::rows(const std::string& sql) const {
   return out;
 }
 
-std::string Camera::query(const std::string& sql) const {
+std::string test_camera::query(const std::string& sql) const {
   std::string all = rows(sql);
   return all.substr(0, all.find_first_of("|\n"));
 }
 
-void Camera::exec(const std::string& sql) const {
+void test_camera::exec(const std::string& sql) const {
   sqlite3* db = nullptr;
   if (sqlite3_open(path("/usr/local/korvia/kkorvia.db").c_str(), &db) != SQLITE_OK ||
       sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) {
@@ -195,36 +195,36 @@ void Camera::exec(const std::string& sql) const {
   sqlite3_close(db);
 }
 
-DatabaseLock::DatabaseLock(const Camera& camera, const char* begin) {
+database_lock::database_lock(const test_camera& camera, const char* begin) {
   sqlite3_open(camera.path("/usr/local/korvia/kkorvia.db").c_str(), &db);
   EXPECT_EQ(sqlite3_exec(db, begin, nullptr, nullptr, nullptr), SQLITE_OK);
 }
-DatabaseLock::~DatabaseLock() { sqlite3_close(db); }
-void DatabaseLock::release() { sqlite3_exec(db, "commit", nullptr, nullptr, nullptr); }
+database_lock::~database_lock() { sqlite3_close(db); }
+void database_lock::release() { sqlite3_exec(db, "commit", nullptr, nullptr, nullptr); }
 
-Req get_as(const std::string& uri, const std::string& authorization) { return {"GET", uri, "", "", authorization}; }
+test_request get_as(const std::string& uri, const std::string& authorization) { return {"GET", uri, "", "", authorization}; }
 
-std::vector<std::string> Camera::commands() const {
+std::vector<std::string> test_camera::commands() const {
   std::vector<std::string> out;
-  for (const psia::SimCommand& c : sim_->commands()) {
+  for (const psia::sim_command& c : sim_->commands()) {
     psia::control_message m(c.code);
     std::copy(c.payload.begin(), c.payload.end(), m.payload);
-    std::string fields = psia::ControlSimulator::decode_fields(m);
+    std::string fields = psia::control_simulator::decode_fields(m);
     out.push_back(std::to_string(c.code) + (fields.empty() ? "" : " " + fields));
   }
   return out;
 }
 
-void Camera::fill_request_queue() {
+void test_camera::fill_request_queue() {
   psia::control_message m(0);
   while (msgsnd(sim_->request_queue(), &m, psia::kControlMessageSize, IPC_NOWAIT) == 0) {
   }
 }
 
-void run_cases(const std::vector<Case>& cases) {
-  for (const Case& c : cases) {
+void run_cases(const std::vector<request_case>& cases) {
+  for (const request_case& c : cases) {
     SCOPED_TRACE(c.method + " " + c.uri + " " + c.query_string + " " + c.body.substr(0, 160) + " after " + c.setup);
-    Camera camera(c.setup);
+    test_camera camera(c.setup);
     for (const auto& [command, status] : c.daemon_status) camera.daemon().status[command] = status;
     if (c.prepare) c.prepare(camera);
     std::string out = camera.send(c.method, c.uri, c.body, c.query_string);
@@ -271,7 +271,7 @@ std::string golden(const std::string& name) {
   std::string text(std::istreambuf_iterator<char>(in), {});
   // Host-specific values stand as ${NAME} in the documents: eth0 of the machine the tests run on, as the responder
   // reads it.
-  psia::Log log;
+  psia::event_log log;
   log.set_stream(nullptr);
   char ip[psia::kIpv4TextSize], mask[psia::kIpv4TextSize], mac[18];
   unsigned char m[6] = {0, 0, 0, 0, 0, 0};
@@ -291,7 +291,7 @@ std::string file_text(const std::string& path) {
   return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
-ProcessResult run_process(const std::vector<std::string>& argv, std::vector<std::string> env,
+process_result run_process(const std::vector<std::string>& argv, std::vector<std::string> env,
                           const std::string& input) {
   for (const char* pass : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"})
     if (const char* v = getenv(pass)) env.push_back(std::string(pass) + "=" + v);
@@ -321,7 +321,7 @@ ProcessResult run_process(const std::vector<std::string>& argv, std::vector<std:
   }
   int status = 0;
   waitpid(pid, &status, 0);
-  ProcessResult result{file_text(files[1]), file_text(files[2]), WIFEXITED(status) ? WEXITSTATUS(status) : -1};
+  process_result result{file_text(files[1]), file_text(files[2]), WIFEXITED(status) ? WEXITSTATUS(status) : -1};
   fs::remove_all(dir);
   return result;
 }

@@ -18,7 +18,7 @@ struct sqlite3;
 
 namespace psia_test {
 
-class TestClock final : public psia::Clock {
+class test_clock final : public psia::clock_source {
  public:
   timeval wall_time() override;
   int64_t monotonic_us() override { return now_us; }
@@ -32,7 +32,7 @@ class TestClock final : public psia::Clock {
 std::string basic_authorization(const std::string& user, const std::string& password);
 
 // A request; an empty path, query (QUERY_STRING) or authorization is sent as none.
-struct Req {
+struct test_request {
   std::string method = "GET", uri, body, query;
   std::string authorization = basic_authorization("admin", "admin");
   // CONTENT_LENGTH: the body's size unless given; none for a bodiless GET.
@@ -41,34 +41,34 @@ struct Req {
   std::string remote_addr = "192.0.2.10";  // REMOTE_ADDR
 };
 // A GET with the Authorization header `authorization`.
-Req get_as(const std::string& uri, const std::string& authorization);
+test_request get_as(const std::string& uri, const std::string& authorization);
 
 // A file's bytes ("" when it cannot be read).
 std::string file_text(const std::string& path);
 
 // What one process run produced.
-struct ProcessResult {
+struct process_result {
   std::string out, err;
   int exit_status = -1;  // -1 when it died of a signal
 };
 // Runs argv with exactly `env` (and the sanitizer settings of this process), feeding `input` on its standard input.
-ProcessResult run_process(const std::vector<std::string>& argv, std::vector<std::string> env,
+process_result run_process(const std::vector<std::string>& argv, std::vector<std::string> env,
                           const std::string& input = "");
 
-class Camera {
+class test_camera {
  public:
   // `sql` runs on the fresh camera's database before start-up.
-  explicit Camera(const std::string& sql = "");
-  ~Camera();
+  explicit test_camera(const std::string& sql = "");
+  ~test_camera();
 
   // Serves one request; everything it wrote.
-  std::string request(const Req& r);
+  std::string request(const test_request& r);
   std::string get(const std::string& uri) { return send("GET", uri); }
   std::string put(const std::string& uri, const std::string& body) { return send("PUT", uri, body); }
   std::string send(const std::string& method, const std::string& uri, const std::string& body = "",
                    const std::string& query = "");
   // Runs the executable as a CGI program on this camera, with `cgi` added to its environment.
-  ProcessResult run_cgi(const std::vector<std::string>& cgi, const std::string& input = "") const;
+  process_result run_cgi(const std::vector<std::string>& cgi, const std::string& input = "") const;
 
   // The first cell of a query on the database ("" when none), or every row joined by "|" columns and "\n" rows.
   std::string query(const std::string& sql) const;
@@ -77,57 +77,57 @@ class Camera {
   std::string path(const std::string& absolute) const { return root_ + absolute; }
 
   // The control daemon: what it is told to do, and the commands it got as "code fields" lines.
-  psia::SimOptions& daemon() { return sim_->options(); }
+  psia::sim_options& daemon() { return sim_->options(); }
   std::vector<std::string> commands() const;
-  psia::ControlSimulator& simulator() { return *sim_; }
+  psia::control_simulator& simulator() { return *sim_; }
   // Fills the daemon's request queue to the brim, as commands pile up before a daemon that stopped reading.
   void fill_request_queue();
 
   psia::request_context& ctx() { return *ctx_; }
-  TestClock& clock() { return clock_; }
+  test_clock& clock() { return clock_; }
   const std::string& errors() const { return errors_; }
   const std::vector<std::string>& syslog() const { return syslog_; }
 
  private:
   std::string root_, errors_;
-  TestClock clock_;
-  std::unique_ptr<psia::ControlSimulator> sim_;
+  test_clock clock_;
+  std::unique_ptr<psia::control_simulator> sim_;
   std::unique_ptr<psia::request_context> ctx_;
   std::vector<std::string> syslog_;
 };
 
 // Another process's connection to the camera's database, holding the lock `begin` takes until released or destroyed.
-struct DatabaseLock {
-  DatabaseLock(const Camera& camera, const char* begin);
-  ~DatabaseLock();
+struct database_lock {
+  database_lock(const test_camera& camera, const char* begin);
+  ~database_lock();
   void release();
   sqlite3* db = nullptr;
 };
 
 // One row of a request table: a request to a fresh camera, and everything it must leave behind:
 //   put(uri, body).after(sql).daemon(3, 2).answers(1).sends({"94"}).leaves(query, rows)
-struct Case {
-  Case(std::string m, std::string u, std::string b = "")
+struct request_case {
+  request_case(std::string m, std::string u, std::string b = "")
       : method(std::move(m)), uri(std::move(u)), body(std::move(b)) {}
 
   // The camera before the request: SQL on its database, anything else done to it, and the status the daemon answers a
   // command with.
-  Case&& after(std::string sql) && { return setup = std::move(sql), std::move(*this); }
-  Case&& with(std::function<void(Camera&)> f) && { return prepare = std::move(f), std::move(*this); }
-  Case&& daemon(int command, int code) && { return daemon_status.emplace_back(command, code), std::move(*this); }
-  Case&& query(std::string text) && { return query_string = std::move(text), std::move(*this); }
+  request_case&& after(std::string sql) && { return setup = std::move(sql), std::move(*this); }
+  request_case&& with(std::function<void(test_camera&)> f) && { return prepare = std::move(f), std::move(*this); }
+  request_case&& daemon(int command, int code) && { return daemon_status.emplace_back(command, code), std::move(*this); }
+  request_case&& query(std::string text) && { return query_string = std::move(text), std::move(*this); }
   // The answer: a ResponseStatus code, the exact bytes, or none at all.
-  Case&& answers(int code) && { return status = code, std::move(*this); }
-  Case&& answers(std::string bytes) && { return answer = std::move(bytes), std::move(*this); }
-  Case&& answers_nothing() && { return status = -1, std::move(*this); }
+  request_case&& answers(int code) && { return status = code, std::move(*this); }
+  request_case&& answers(std::string bytes) && { return answer = std::move(bytes), std::move(*this); }
+  request_case&& answers_nothing() && { return status = -1, std::move(*this); }
   // Or an answer holding each of `parts`, and none of `absent`.
-  Case&& holds(std::vector<std::string> parts, std::vector<std::string> absent = {}) && {
+  request_case&& holds(std::vector<std::string> parts, std::vector<std::string> absent = {}) && {
     return present = std::move(parts), missing = std::move(absent), std::move(*this);
   }
-  // The commands the daemon got, as Camera::commands() shows them; none unless given.
-  Case&& sends(std::vector<std::string> expected) && { return commands = std::move(expected), std::move(*this); }
-  // A query afterwards and the rows it must give, as Camera::rows() shows them.
-  Case&& leaves(std::string sql, std::string expected) && { return rows.emplace_back(sql, expected), std::move(*this); }
+  // The commands the daemon got, as test_camera::commands() shows them; none unless given.
+  request_case&& sends(std::vector<std::string> expected) && { return commands = std::move(expected), std::move(*this); }
+  // A query afterwards and the rows it must give, as test_camera::rows() shows them.
+  request_case&& leaves(std::string sql, std::string expected) && { return rows.emplace_back(sql, expected), std::move(*this); }
 
   std::string method, uri, body;
   std::string setup, query_string, answer;
@@ -135,15 +135,15 @@ struct Case {
   std::vector<std::string> commands, present, missing;
   std::vector<std::pair<std::string, std::string>> rows;
   std::vector<std::pair<int, int>> daemon_status;
-  std::function<void(Camera&)> prepare;
+  std::function<void(test_camera&)> prepare;
 };
-inline Case get(std::string uri) { return Case("GET", std::move(uri)); }
-inline Case put(std::string uri, std::string body = "") { return Case("PUT", std::move(uri), std::move(body)); }
-inline Case post(std::string uri, std::string body = "") { return Case("POST", std::move(uri), std::move(body)); }
-inline Case del(std::string uri) { return Case("DELETE", std::move(uri)); }
-inline Case request(std::string method, std::string uri, std::string body) { return Case(method, uri, body); }
+inline request_case get(std::string uri) { return request_case("GET", std::move(uri)); }
+inline request_case put(std::string uri, std::string body = "") { return request_case("PUT", std::move(uri), std::move(body)); }
+inline request_case post(std::string uri, std::string body = "") { return request_case("POST", std::move(uri), std::move(body)); }
+inline request_case del(std::string uri) { return request_case("DELETE", std::move(uri)); }
+inline request_case request(std::string method, std::string uri, std::string body) { return request_case(method, uri, body); }
 // Runs each case on a camera of its own.
-void run_cases(const std::vector<Case>& cases);
+void run_cases(const std::vector<request_case>& cases);
 
 // The exact bytes of a document answer and of a ResponseStatus answer.
 extern const char kXml[];               // "Content-Type: application/xml\r\n\r\n"

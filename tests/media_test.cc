@@ -63,7 +63,7 @@ TEST(Media, DocumentsAndUpdates) {
         .leaves(kStream, row + "\n1|1|2|1|1024|3|15|15");
   };
   // clang-format off
-  std::vector<Case> cases = {
+  std::vector<request_case> cases = {
       get("/PSIA/System/Video/inputs").answers(document_answer(golden("video_inputs.xml"))),
       get("/PSIA/System/Video/inputs/channels").answers(xml_answer(psia_element("VideoInputChannelList", "    <VideoInputChannel version=\"1.0\">" + video(8, "50hz", 50, 50, 50) + "    </VideoInputChannel>"))),
       get(one).after("update VideoChannel set VideoStandard=2, Brightness=60, Contrast=40, Hue=30").answers(channel("60hz", 60, 40, 30)),

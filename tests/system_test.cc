@@ -75,7 +75,7 @@ TEST(System, TimeServerDeviceAndMaintenance) {
     const std::string at = "<currentDeviceTime>2011-05-12T10:20:30</currentDeviceTime>";
     return xml_answer(psia_element("DeviceStatus", at + "<deviceUpTime>" + seconds + "</deviceUpTime>"));
   };
-  auto uptime = [](std::string text) { return [text](Camera& c) { write_file(c.path("/proc/uptime"), text); }; };
+  auto uptime = [](std::string text) { return [text](test_camera& c) { write_file(c.path("/proc/uptime"), text); }; };
   const std::string reboot = "/PSIA/System/reboot", reset = "/PSIA/System/factoryReset";
   // clang-format off
   run_cases({
@@ -158,7 +158,7 @@ TEST(System, TimeServerDeviceAndMaintenance) {
 // Past January 2038 (a 32-bit time_t ends there): the camera's clock is read, shown and sent, and a manual time
 // normalised, as before it.
 TEST(Time, DatesPast2038AndAZoneForTheProcess) {
-  Camera camera;
+  test_camera camera;
   camera.clock().wall_start = 2214129600;  // 2040-02-29T12:00:00Z
   EXPECT_EQ(camera.get(kLocal), document_answer("2040-02-29T12:00:00", kXmlUtf8));
   EXPECT_EQ(camera.put(kTime, "<Time><timeMode>NTP</timeMode></Time>"), status_answer(kTime, 1));
@@ -167,7 +167,7 @@ TEST(Time, DatesPast2038AndAZoneForTheProcess) {
   EXPECT_EQ(camera.commands(),
             (std::vector<std::string>{kSentNtp + "2040-02-29 12:00:00", kSent + "2040-03-02 01:00:00"}));
   // A zone given with the time is kept for the process: its local time follows it, the stored zone does not change.
-  Camera zoned;
+  test_camera zoned;
   zoned.daemon().status[6] = 2;
   EXPECT_EQ(zoned.put(kTime, "<Time><timeZone>JST-9</timeZone></Time>"), status_answer(kTime, 2));
   EXPECT_EQ(zoned.get(kTime), time_doc("NTP", "2011-05-12T19:20:30", "JST-9"));
@@ -179,7 +179,7 @@ TEST(Time, DatesPast2038AndAZoneForTheProcess) {
 
 TEST(Device, InformationFromItsSourcesAndTheIdentifierMadeOnce) {
   const char* uri = kDevice;
-  Camera camera;
+  test_camera camera;
   EXPECT_EQ(camera.get(uri), document_answer(golden("device_info.xml")));
   // Without its sources each element shows its fallback.
   camera.exec("delete from Network; delete from Spec; update System set SWVersion='7'");
@@ -201,7 +201,7 @@ TEST(Device, InformationFromItsSourcesAndTheIdentifierMadeOnce) {
             std::string::npos);
   // The identifier is made once, and closes the connection.
   for (const char* stored : {"aaaaaaaaaaaaaaaa", "aaaaaaaaaaaaaaaaXYZ", ""}) {
-    Camera fresh(std::string("update System set uuid='") + stored + "'");
+    test_camera fresh(std::string("update System set uuid='") + stored + "'");
     std::string first = fresh.get(kDevice);
     const std::string id = made_device_id(first);
     ASSERT_NE(id, "") << first;
@@ -214,7 +214,7 @@ TEST(Device, InformationFromItsSourcesAndTheIdentifierMadeOnce) {
     EXPECT_EQ(fresh.get("/PSIA/index").rfind("Status: 401", 0), 0u);
   }
   // Without a factory database the connection stays and none is created.
-  Camera kept("update System set uuid='aaaaaaaaaaaaaaaa'");
+  test_camera kept("update System set uuid='aaaaaaaaaaaaaaaa'");
   std::string factory = kept.path("/usr/local/korvia/conf/default.db");
   ASSERT_EQ(unlink(factory.c_str()), 0);
   EXPECT_NE(kept.get(kDevice).find("<model>KTA3050</model>"), std::string::npos);
@@ -224,7 +224,7 @@ TEST(Device, InformationFromItsSourcesAndTheIdentifierMadeOnce) {
 
 TEST(Maintenance, UploadsAndTheConfigurationDownload) {
   for (const char* name : {"psia_firmware.dat", "psia_config.dat"}) {
-    Camera camera;
+    test_camera camera;
     const std::string uri = name[5] == 'f' ? "/PSIA/System/updateFirmware" : "/PSIA/System/configurationData";
     const std::string file = camera.path(kTransfer + name);
     std::string image(5000, 'i');
@@ -232,7 +232,7 @@ TEST(Maintenance, UploadsAndTheConfigurationDownload) {
     EXPECT_EQ(camera.put(uri, image), status_answer(uri, 1));
     EXPECT_EQ(file_text(file), image);
     // Cut short, or empty: refused, and the earlier upload stays.
-    Req cut{"PUT", uri, "short"};
+    test_request cut{"PUT", uri, "short"};
     cut.content_length = "6000";
     EXPECT_EQ(camera.request(cut), status_answer(uri, 3));
     EXPECT_EQ(camera.put(uri, ""), status_answer(uri, 3));
@@ -243,7 +243,7 @@ TEST(Maintenance, UploadsAndTheConfigurationDownload) {
   static const char* uri = "/PSIA/System/configurationData";
   // The daemon names `name` and answers `status`; `content` (null: none) was written there.
   auto names = [](std::string name, int status, const char* content) {
-    return get(uri).daemon(11, status).sends({"11"}).with([=](Camera& c) {
+    return get(uri).daemon(11, status).sends({"11"}).with([=](test_camera& c) {
       if (name == "fifo") mkfifo(c.path(kTransfer + name).c_str(), 0600);
       if (content != nullptr) write_file(c.path(kTransfer + name), content);
       c.daemon().reply_texts.emplace(11, std::make_pair(0, name));
@@ -260,7 +260,7 @@ TEST(Maintenance, UploadsAndTheConfigurationDownload) {
              names("a..b", 1, "x").answers(3),        // no name with ".." goes out, whatever it would lead to
              names("fifo", 1, nullptr).answers(3)});  // not a regular file: never opened to block
 
-  Camera camera;  // the simulator's own file
+  test_camera camera;  // the simulator's own file
   EXPECT_EQ(camera.get(uri).rfind("Content-Type: application/octet-stream\nContent-length: 103\n\n# camera", 0), 0u);
 }
 
@@ -288,7 +288,7 @@ TEST(Network, DocumentsShowTheLiveInterfaceAndUpdatesAreAppliedInTheirSteps) {
   for (const auto& [sql, type] : {std::pair<const char*, const char*>{"update Network set ConnectionType=0", "static"},
                                   {"update Network set ConnectionType=1", "dynamic"},
                                   {"delete from Network", "dynamic"}}) {
-    Camera camera(sql);
+    test_camera camera(sql);
     unlink(camera.path("/proc/net/route").c_str());
     unlink(camera.path("/etc/resolv.conf").c_str());
     std::string expected = golden("ip_address.xml");
@@ -334,8 +334,8 @@ TEST(Network, DocumentsShowTheLiveInterfaceAndUpdatesAreAppliedInTheirSteps) {
 }
 
 TEST(HostProbes, GatewayAndNameServersFromTheirFilesAndTheInterfaceIoctls) {
-  Camera camera;
-  psia::Log log;
+  test_camera camera;
+  psia::event_log log;
   std::string errors;
   log.set_stream([&](const char* t, size_t n) { errors.append(t, n); });
   const std::string header = "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n";

@@ -71,7 +71,7 @@ TEST(Parsers, Base64CredentialsDottedQuadsContentLengthsAndLines) {
     EXPECT_EQ(parse_content_length(text), length);
   // Lines are handed out as fgets would.
   std::string lines_text = "abcdefgh\nij\n\nk";
-  LineReader lines(lines_text);
+  line_reader lines(lines_text);
   char line[5];
   std::vector<std::string> got;
   while (lines.next(line, sizeof line)) got.push_back(line);
@@ -174,22 +174,22 @@ TEST(Ptz, FramesSpeedsAndTheQueryScan) {
 
 TEST(Answers, StatusCodesOutsideTheTableAndAFileShorterThanAnnounced) {
   for (int code : {0, -1, 8}) {
-    StringOutput a, b;
-    write_answer(a, Answer::status(code), "/x");
+    string_output a, b;
+    write_answer(a, answer::status(code), "/x");
     write_response_status(b, "/x", 3);
     EXPECT_EQ(a.text, b.text) << code;
   }
-  StringOutput nothing;
-  write_answer(nothing, Answer::statuses({}), "/x");
+  string_output nothing;
+  write_answer(nothing, answer::statuses({}), "/x");
   EXPECT_EQ(nothing.text, "");
   // A file shorter than announced ends the copy.
   char name[] = "/tmp/psia-short-XXXXXX";
-  UniqueFd fd(mkstemp(name));
+  unique_fd fd(mkstemp(name));
   unlink(name);
   ASSERT_EQ(write(fd.get(), "0123456789", 10), 10);
   lseek(fd.get(), 0, SEEK_SET);
-  StringOutput out;
-  write_answer(out, Answer::file(std::move(fd), 2000), "/x");
+  string_output out;
+  write_answer(out, answer::file(std::move(fd), 2000), "/x");
   // A piece read short is not sent: the headers stand, the copy ends.
   EXPECT_EQ(out.text, "Content-Type: application/octet-stream\nContent-length: 2000\n\n");
 }
@@ -228,7 +228,7 @@ TEST(Settings, EveryNumberReadsWholeOrTheResponderDoesNotStart) {
   };
   // clang-format on
   for (const auto& c : cases) {
-    Settings settings;
+    runtime_settings settings;
     std::vector<std::string> problems;
     bool usable = read_settings([&](const char* name) { return std::string(name) == c.name ? c.value : nullptr; },
                                 &settings, &problems);
@@ -242,7 +242,7 @@ TEST(Settings, EveryNumberReadsWholeOrTheResponderDoesNotStart) {
     EXPECT_EQ(read.at(c.name), c.read) << c.name << "=" << c.value;
   }
   // Every bad setting is named, not only the first.
-  Settings settings;
+  runtime_settings settings;
   std::vector<std::string> problems;
   EXPECT_FALSE(read_settings([](const char* name) { return std::strncmp(name, "PSIA_LOGIN", 10) == 0 ? "x" : nullptr; },
                              &settings, &problems));
@@ -250,15 +250,15 @@ TEST(Settings, EveryNumberReadsWholeOrTheResponderDoesNotStart) {
 }
 
 TEST(Store, ValuesAreBoundAsTextsAndIntegersToOneStatementPerText) {
-  psia_test::TestClock clock;
+  psia_test::test_clock clock;
   char name[] = "/tmp/psia-store-XXXXXX";
-  UniqueFd fd(mkstemp(name));
-  Store store;
+  unique_fd fd(mkstemp(name));
+  config_store store;
   ASSERT_TRUE(store.open(name, &clock));
   ASSERT_TRUE(store.exec("create table UserAccount (UserID text, Password text, Authority integer)"));
   ASSERT_TRUE(store.exec("insert into UserAccount values(?, ?, 2)", std::string("o'k"), "x"));
   // Each value keeps its type and every byte; a quote is a character like any other.
-  QueryResult kinds = store.query("select typeof(?1), ?1, typeof(?2), ?2, typeof(?3), ?3", 5, int64_t{1} << 40, "o'k");
+  query_result kinds = store.query("select typeof(?1), ?1, typeof(?2), ?2, typeof(?3), ?3", 5, int64_t{1} << 40, "o'k");
   const char* expected[] = {"integer", "5", "integer", "1099511627776", "text", "o'k"};
   for (int c = 0; c < 6; ++c) EXPECT_STREQ(kinds.text(0, c), expected[c]) << c;
   // Any number of user names: one statement.
@@ -287,10 +287,10 @@ TEST(Store, StatementsLeavingTheCacheAreFinalized) {
   // More distinct statements than the cache holds: the connection closes only when each evicted one was finalized.
   sqlite3* db = nullptr;
   ASSERT_EQ(sqlite3_open(":memory:", &db), SQLITE_OK);
-  StatementCache cache;
-  for (size_t i = 0; i < 2 * StatementCache::kCapacity; ++i)
+  statement_cache cache;
+  for (size_t i = 0; i < 2 * statement_cache::kCapacity; ++i)
     ASSERT_NE(cache.statement(db, ("select " + std::to_string(i)).c_str()), nullptr);
-  EXPECT_EQ(cache.size(), StatementCache::kCapacity);
+  EXPECT_EQ(cache.size(), statement_cache::kCapacity);
   cache.clear();
   EXPECT_EQ(sqlite3_close(db), SQLITE_OK);
 }

@@ -17,7 +17,7 @@ TEST(Users, DocumentsAndChanges) {
       "insert into UserAccount values ('carol', 'c', 2), ('dave', 'd', 2)";
   const std::string carol = xml_answer(psia_element("User", "<id>carol</id><userName>carol</userName>"));
   // clang-format off
-  std::vector<Case> cases = {
+  std::vector<request_case> cases = {
       get(kUsers).answers(document_answer(golden("users.xml"))),
       post(kUsers, "<User><userName>carol</userName><password>c1</password><userName>o'brien</userName><password>p%n</password></User>").answers(1).sends({"94"}).leaves(kAccounts, std::string(kSeededAccounts) + "\ncarol|c1|2\no'brien|p%n|2"),
       post(kUsers, "<User><userName>guest</userName><password>x</password></User>").answers(3).leaves(kAccounts, kSeededAccounts),
@@ -46,7 +46,7 @@ TEST(Users, DocumentsAndChanges) {
   for (const char* id : {"0", "dave'", "nobody"}) cases.push_back(get(kUsers + "/" + id).after(setup).answers(3));
   run_cases(cases);
   // A failed update is answered, and a later success answered behind it.
-  Camera camera;
+  test_camera camera;
   // A trigger the camera's firmware does not have makes one update fail.
   camera.exec(
       "create trigger refuse before update on UserAccount when new.UserID='operator' "
@@ -85,7 +85,7 @@ TEST(Ptz, ChannelPresetsStatusAndMotion) {
   const char* presets = "select PresetAlias, Sequence from Preset";
   const char* status = "/PSIA/PTZ/channels/0/status";
   auto frame = [](const std::string& hex) {
-    return [hex](Camera& c) {
+    return [hex](test_camera& c) {
       c.daemon().position_frame.clear();
       for (size_t i = 0; i < hex.size(); i += 2)
         c.daemon().position_frame.push_back(std::stoi(hex.substr(i, 2), 0, 16));
@@ -163,11 +163,11 @@ TEST(Ptz, ChannelPresetsStatusAndMotion) {
       get(status).with(frame("FF0100A10000004EE8")).answers(at("<elevation>90</elevation><azimuth>0</azimuth><absoluteZoom>0</absoluteZoom>")).sends({"65"}),
       get(status).with(frame("FF0100A1000000277408980015")).answers(at("<elevation>0</elevation><azimuth>0</azimuth><absoluteZoom>100</absoluteZoom>")).sends({"65"}),
       get(status).with(frame("FF0100A2")).answers(3).sends({"65"}),  // not a position
-      get(status).with([](Camera& c) { c.daemon().silent.insert(65); }).answers(3).sends({"65"}),
+      get(status).with([](test_camera& c) { c.daemon().silent.insert(65); }).answers(3).sends({"65"}),
   });
   // clang-format on
   // The last absolute position is remembered.
-  Camera camera;
+  test_camera camera;
   const char* position =
       "<PTZData><azimuth>90</azimuth><elevation>10</elevation><absolutezoom>50</absolutezoom></PTZData>";
   camera.put(absolute, position);

@@ -53,38 +53,38 @@ const char* meaning(int code) {
 
 }  // namespace
 
-std::string ControlSimulator::decode_fields(const control_message& m) {
+std::string control_simulator::decode_fields(const control_message& m) {
   char line[1400] = "";
   switch (m.command) {
     case kCommandVideoInput:
-      std::snprintf(line, sizeof line, "channel=%d", m.get_int(VideoInputPayload::kChannel));
+      std::snprintf(line, sizeof line, "channel=%d", m.get_int(video_input_payload::kChannel));
       break;
     case kCommandAudio:
       std::snprintf(line, sizeof line, "value=%d", m.get_int(kLeadingWord));
       break;
     case kCommandVideoStream:
-      std::snprintf(line, sizeof line, "master=%d", m.get_int(VideoStreamPayload::kMaster));
+      std::snprintf(line, sizeof line, "master=%d", m.get_int(video_stream_payload::kMaster));
       break;
     case kCommandSetTime: {
-      using P = SetTimePayload;
+      using fields = set_time_payload;
       std::snprintf(
           line, sizeof line, "mode=%d ntp=\"%s\" interval=%d time=%04d-%02d-%02d %02d:%02d:%02d",
-          m.get_int(P::kMode), text_at(m, P::kNtpServer, P::kNtpServerWidth).c_str(),
-          m.get_int(P::kInterval), m.get_int(P::kYear), m.get_int(P::kMonth), m.get_int(P::kDay),
-          m.get_int(P::kHour), m.get_int(P::kMinute), m.get_int(P::kSecond));
+          m.get_int(fields::kMode), text_at(m, fields::kNtpServer, fields::kNtpServerWidth).c_str(),
+          m.get_int(fields::kInterval), m.get_int(fields::kYear), m.get_int(fields::kMonth), m.get_int(fields::kDay),
+          m.get_int(fields::kHour), m.get_int(fields::kMinute), m.get_int(fields::kSecond));
       break;
     }
     case kCommandSetTimeZone:
       std::snprintf(line, sizeof line, "zone=\"%s\"",
-                    text_at(m, SetTimeZonePayload::kZone, SetTimeZonePayload::kZoneWidth).c_str());
+                    text_at(m, set_time_zone_payload::kZone, set_time_zone_payload::kZoneWidth).c_str());
       break;
     case kCommandPtzKeyValue: {
-      using P = PtzKeyValuePayload;
+      using fields = ptz_key_value_payload;
       // Every pair in its place; "-" for an empty one.
       std::string pairs;
-      for (size_t i = 0; i < P::kPairs; ++i) {
-        std::string key = text_at(m, P::name(i), P::kTextWidth);
-        std::string value = text_at(m, P::value(i), P::kTextWidth);
+      for (size_t i = 0; i < fields::kPairs; ++i) {
+        std::string key = text_at(m, fields::name(i), fields::kTextWidth);
+        std::string value = text_at(m, fields::value(i), fields::kTextWidth);
         if (i > 0) pairs += ' ';
         pairs += key.empty() && value.empty() ? "-" : key + "=" + value;
       }
@@ -94,49 +94,49 @@ std::string ControlSimulator::decode_fields(const control_message& m) {
     case kCommandPtzPresetStore:
     case kCommandPtzPresetGoto:
     case kCommandPtzPresetDelete:
-      std::snprintf(line, sizeof line, "preset=%d", m.get_int(PtzPresetPayload::kPreset));
+      std::snprintf(line, sizeof line, "preset=%d", m.get_int(ptz_preset_payload::kPreset));
       break;
     case kCommandPtzFrame:
       std::snprintf(line, sizeof line, "frame=%s",
-                    text_at(m, PtzFramePayload::kFrame, PtzFramePayload::kFrameWidth).c_str());
+                    text_at(m, ptz_frame_payload::kFrame, ptz_frame_payload::kFrameWidth).c_str());
       break;
     default: break;
   }
   return line;
 }
 
-SimOptions::SimOptions() : position_frame(kHomeFrame, kHomeFrame + sizeof kHomeFrame) {}
+sim_options::sim_options() : position_frame(kHomeFrame, kHomeFrame + sizeof kHomeFrame) {}
 
-int32_t SimCommand::int_at(size_t offset) const {
+int32_t sim_command::int_at(size_t offset) const {
   int32_t v = 0;
   if (offset + sizeof v <= payload.size()) std::memcpy(&v, payload.data() + offset, sizeof v);
   return v;
 }
 
-std::string SimCommand::text_at(size_t offset, size_t width) const {
+std::string sim_command::text_at(size_t offset, size_t width) const {
   return psia::text_at(payload.data(), payload.size(), offset, width);
 }
 
-ControlSimulator::~ControlSimulator() { remove_queues(); }
+control_simulator::~control_simulator() { remove_queues(); }
 
-bool ControlSimulator::create_queues() {
+bool control_simulator::create_queues() {
   request_queue_ = msgget(options_.request_key, IPC_CREAT | 0666);
   reply_queue_ = msgget(options_.reply_key, IPC_CREAT | 0666);
   return request_queue_ >= 0 && reply_queue_ >= 0;
 }
 
-void ControlSimulator::remove_queues() {
+void control_simulator::remove_queues() {
   if (request_queue_ >= 0) msgctl(request_queue_, IPC_RMID, nullptr);
   if (reply_queue_ >= 0) msgctl(reply_queue_, IPC_RMID, nullptr);
   request_queue_ = reply_queue_ = -1;
 }
 
-bool ControlSimulator::recreate_queues() {
+bool control_simulator::recreate_queues() {
   remove_queues();
   return create_queues();
 }
 
-std::string ControlSimulator::describe(const control_message& m, bool answered) {
+std::string control_simulator::describe(const control_message& m, bool answered) {
   char head[160];
   std::snprintf(head, sizeof head, "command %d (%s) from %ld%s", m.command, meaning(m.command),
                 m.mtype, answered ? "" : ", not answered");
@@ -146,7 +146,7 @@ std::string ControlSimulator::describe(const control_message& m, bool answered) 
 
 // Command 11: a configuration file in the transfer directory, its name in
 // the reply.
-void ControlSimulator::make_configuration_file(control_message* reply) {
+void control_simulator::make_configuration_file(control_message* reply) {
   const char kName[] = "psia_backup.cfg";
   std::string path = options_.transfer_dir + "/" + kName;
   FILE* f = std::fopen(path.c_str(), "w");
@@ -161,10 +161,10 @@ void ControlSimulator::make_configuration_file(control_message* reply) {
       "IpAddress=192.168.1.100\n[Video]\nBrightness=50\n",
       f);
   std::fclose(f);
-  reply->put_text(ConfigurationFilePayload::kFileName, 128, kName);
+  reply->put_text(configuration_file_payload::kFileName, 128, kName);
 }
 
-control_message ControlSimulator::reply_to(const control_message& request) {
+control_message control_simulator::reply_to(const control_message& request) {
   control_message reply(request.command);
   reply.mtype = request.mtype;
   auto status = options_.status.find(request.command);
@@ -184,14 +184,14 @@ control_message ControlSimulator::reply_to(const control_message& request) {
   return reply;
 }
 
-bool ControlSimulator::serve_one(bool wait, int64_t now_ms) {
+bool control_simulator::serve_one(bool wait, int64_t now_ms) {
   control_message m;
   if (options_.hung) {
     errno = EAGAIN;
     return false;
   }
   if (msgrcv(request_queue_, &m, kControlMessageSize, 0, wait ? 0 : IPC_NOWAIT) < 0) return false;
-  SimCommand c;
+  sim_command c;
   c.code = m.command;
   c.status_sent = m.status;
   c.sender = m.mtype;
@@ -205,7 +205,7 @@ bool ControlSimulator::serve_one(bool wait, int64_t now_ms) {
   return true;
 }
 
-void ControlSimulator::release_due(int64_t now_ms) {
+void control_simulator::release_due(int64_t now_ms) {
   for (auto it = delayed_.begin(); it != delayed_.end();) {
     if (it->first > now_ms) {
       ++it;
@@ -226,7 +226,7 @@ void ControlSimulator::release_due(int64_t now_ms) {
   }
 }
 
-int64_t ControlSimulator::next_due_ms() const {
+int64_t control_simulator::next_due_ms() const {
   int64_t next = -1;
   for (const auto& d : delayed_)
     if (next < 0 || d.first < next) next = d.first;

@@ -19,7 +19,7 @@
 
 namespace psia {
 
-struct SimOptions {
+struct sim_options {
   int request_key = 1111;
   int reply_key = 2222;
   std::map<int, int> status;                                    // reply status per command
@@ -32,11 +32,11 @@ struct SimOptions {
   bool hung = false;        // alive but reading nothing: its request queue fills up
   std::string transfer_dir = "/usr/local/httpd/htdocs/Web/updownload";
 
-  SimOptions();
+  sim_options();
 };
 
 // One command as the simulator received it.
-struct SimCommand {
+struct sim_command {
   int32_t code = 0;
   int32_t status_sent = 0;             // the responder always sends 0
   long sender = 0;                     // mtype: the responder's process id
@@ -45,12 +45,12 @@ struct SimCommand {
   std::string text_at(size_t offset, size_t width) const;  // up to its zero
 };
 
-class ControlSimulator {
+class control_simulator {
  public:
-  explicit ControlSimulator(SimOptions options) : options_(std::move(options)) {}
-  ~ControlSimulator();
-  ControlSimulator(const ControlSimulator&) = delete;
-  ControlSimulator& operator=(const ControlSimulator&) = delete;
+  explicit control_simulator(sim_options options) : options_(std::move(options)) {}
+  ~control_simulator();
+  control_simulator(const control_simulator&) = delete;
+  control_simulator& operator=(const control_simulator&) = delete;
 
   // Creates both queues (the daemon owns them). False when it cannot.
   bool create_queues();
@@ -68,8 +68,8 @@ class ControlSimulator {
   // When the next delayed reply is due; -1 when none waits.
   int64_t next_due_ms() const;
 
-  SimOptions& options() { return options_; }
-  const std::vector<SimCommand>& commands() const { return commands_; }
+  sim_options& options() { return options_; }
+  const std::vector<sim_command>& commands() const { return commands_; }
   void clear_commands() { commands_.clear(); }
   int request_queue() const { return request_queue_; }
   int reply_queue() const { return reply_queue_; }
@@ -84,10 +84,10 @@ class ControlSimulator {
   control_message reply_to(const control_message& request);
   void make_configuration_file(control_message* reply);
 
-  SimOptions options_;
+  sim_options options_;
   int request_queue_ = -1;
   int reply_queue_ = -1;
-  std::vector<SimCommand> commands_;
+  std::vector<sim_command> commands_;
   std::vector<std::pair<int64_t, control_message>> delayed_;
 };
 

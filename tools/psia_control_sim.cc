@@ -90,13 +90,13 @@ std::vector<unsigned char> parse_hex(const std::string& hex) {
   return bytes;
 }
 
-struct Files {
+struct sim_files {
   std::string log;
   std::string ready;
 };
 
-psia::SimOptions parse_options(int argc, char** argv, Files* files) {
-  psia::SimOptions o;
+psia::sim_options parse_options(int argc, char** argv, sim_files* files) {
+  psia::sim_options o;
   for (int i = 1; i < argc; ++i) {
     std::string name = argv[i];
     if (name == "--help") {
@@ -164,8 +164,8 @@ int64_t now_ms() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  Files files;
-  psia::ControlSimulator sim(parse_options(argc, argv, &files));
+  sim_files files;
+  psia::control_simulator sim(parse_options(argc, argv, &files));
   if (!sim.create_queues()) {
     std::fprintf(stderr, "psia-control-sim: msgget failed: %s\n", std::strerror(errno));
     return 1;
@@ -206,12 +206,12 @@ int main(int argc, char** argv) {
       std::fprintf(stderr, "psia-control-sim: receive failed: %s\n", std::strerror(errno));
       break;
     }
-    const psia::SimCommand& c = sim.commands().back();
+    const psia::sim_command& c = sim.commands().back();
     psia::control_message m(c.code);
     m.mtype = c.sender;
     std::memcpy(m.payload, c.payload.data(), psia::kControlPayloadSize);
     append_line(files.log,
-                psia::ControlSimulator::describe(m, sim.options().silent.count(c.code) == 0));
+                psia::control_simulator::describe(m, sim.options().silent.count(c.code) == 0));
     sim.clear_commands();
   }
   return 0;

@@ -74,7 +74,7 @@ int64_t control_reply_wait_us(int32_t command) {
   }
 }
 
-bool ControlChannel::attach(int request_key, int reply_key) {
+bool control_channel::attach(int request_key, int reply_key) {
   request_key_ = request_key;
   reply_key_ = reply_key;
   for (int* id : {&request_queue_, &reply_queue_}) {
@@ -91,12 +91,12 @@ bool ControlChannel::attach(int request_key, int reply_key) {
   return true;
 }
 
-bool ControlChannel::lookup(int key, int* id) {
+bool control_channel::lookup(int key, int* id) {
   *id = msgget(static_cast<key_t>(key), 0666);
   return *id >= 0;
 }
 
-bool ControlChannel::pause_before(int64_t deadline, int64_t* pause) {
+bool control_channel::pause_before(int64_t deadline, int64_t* pause) {
   int64_t now = clock_.monotonic_us();
   if (now >= deadline || stop_requested()) return false;
   clock_.sleep_us(std::min(*pause, deadline - now));
@@ -110,29 +110,29 @@ bool ControlChannel::pause_before(int64_t deadline, int64_t* pause) {
 // removed one will not come. EINVAL for a queue that is still there is the
 // kernel refusing the frame (its message size limit is below it), which no
 // retry mends; nor does any other error.
-ControlChannel::Recovery ControlChannel::recover(QueueCall call, int error, int64_t deadline,
+control_channel::recovery_step control_channel::recover(queue_call call, int error, int64_t deadline,
                                                  int64_t* pause) {
   if (try_again(error))
-    return pause_before(deadline, pause) ? Recovery::retry : Recovery::wait_over;
-  if (error != EIDRM && error != EINVAL) return Recovery::refused;
-  int& queue = call == QueueCall::send ? request_queue_ : reply_queue_;
+    return pause_before(deadline, pause) ? recovery_step::retry : recovery_step::wait_over;
+  if (error != EIDRM && error != EINVAL) return recovery_step::refused;
+  int& queue = call == queue_call::send ? request_queue_ : reply_queue_;
   const int before = queue;
   bool found = lookup(request_key_, &request_queue_) && lookup(reply_key_, &reply_queue_);
-  if (error == EINVAL && found && queue == before) return Recovery::refused;
-  if (call == QueueCall::receive || !found) return Recovery::wait_over;
-  return pause_before(deadline, pause) ? Recovery::retry : Recovery::wait_over;
+  if (error == EINVAL && found && queue == before) return recovery_step::refused;
+  if (call == queue_call::receive || !found) return recovery_step::wait_over;
+  return pause_before(deadline, pause) ? recovery_step::retry : recovery_step::wait_over;
 }
 
 // A full queue (a daemon that stopped reading) is tried again until the
 // command's wait is over, never waited on in the kernel.
-bool ControlChannel::send_within(control_message& msg, int64_t deadline) {
+bool control_channel::send_within(control_message& msg, int64_t deadline) {
   for (int64_t pause = kFirstPollUs;;) {
-    int error = fault_ ? fault_(QueueCall::send) : 0;
+    int error = fault_ ? fault_(queue_call::send) : 0;
     if (error == 0) {
       if (msgsnd(request_queue_, &msg, kControlMessageSize, IPC_NOWAIT) == 0) return true;
       error = errno;
     }
-    if (recover(QueueCall::send, error, deadline, &pause) != Recovery::retry) {
+    if (recover(queue_call::send, error, deadline, &pause) != recovery_step::retry) {
       log_.error("Send Message using Message Queue 1 Failed\n: %s\n", std::strerror(error));
       return false;
     }
@@ -141,10 +141,10 @@ bool ControlChannel::send_within(control_message& msg, int64_t deadline) {
 
 // Silence, a stop, or a restarted daemon's new queues (the next command
 // finds them) end the wait quietly; a refused call is told.
-bool ControlChannel::receive_within(control_message& msg, long mtype, int64_t deadline) {
+bool control_channel::receive_within(control_message& msg, long mtype, int64_t deadline) {
   for (int64_t pause = kFirstPollUs;;) {
     std::memset(static_cast<void*>(&msg), 0, sizeof msg);
-    int error = fault_ ? fault_(QueueCall::receive) : 0;
+    int error = fault_ ? fault_(queue_call::receive) : 0;
     if (error == 0) {
       // A reply larger than the frame is taken cut to it rather than left at
       // the head of the queue, where it would stand before every later reply.
@@ -152,15 +152,15 @@ bool ControlChannel::receive_within(control_message& msg, long mtype, int64_t de
         return true;
       error = errno;
     }
-    Recovery next = recover(QueueCall::receive, error, deadline, &pause);
-    if (next == Recovery::retry) continue;
-    if (next == Recovery::refused)
+    recovery_step next = recover(queue_call::receive, error, deadline, &pause);
+    if (next == recovery_step::retry) continue;
+    if (next == recovery_step::refused)
       log_.error("Receive Message using Message Queue 2 Failed\n: %s\n", std::strerror(error));
     return false;
   }
 }
 
-ControlResult ControlChannel::send_control_message(control_message& msg) {
+control_result control_channel::send_control_message(control_message& msg) {
   long mtype = msg.mtype;
   int64_t deadline = clock_.monotonic_us() + control_reply_wait_us(msg.command);
   if (request_queue_ < 0 || reply_queue_ < 0) {
@@ -169,21 +169,21 @@ ControlResult ControlChannel::send_control_message(control_message& msg) {
   }
   if (!send_within(msg, deadline) || !receive_within(msg, mtype, deadline)) {
     std::memset(static_cast<void*>(&msg), 0, sizeof msg);
-    return ControlResult::no_reply;
+    return control_result::no_reply;
   }
   switch (msg.status) {
-    case 1: return ControlResult::ok;
-    case 2: return ControlResult::busy;
-    default: return ControlResult::failed;
+    case 1: return control_result::ok;
+    case 2: return control_result::busy;
+    default: return control_result::failed;
   }
 }
 
-ControlResult ControlChannel::send_command(int32_t command) {
+control_result control_channel::send_command(int32_t command) {
   control_message msg(command);
   return send_control_message(msg);
 }
 
-void ControlChannel::drain_control_queue(int queue_id) {
+void control_channel::drain_control_queue(int queue_id) {
   struct msqid_ds state;
   if (msgctl(queue_id, IPC_STAT, &state) < 0) return;
   // Only the head of each message is taken; the rest is cut off.

@@ -3,10 +3,10 @@
 // the daemon, waits for its reply, and usually answers with its status.
 //
 //   control_message msg(kCommandSetTimeZone);
-//   msg.put_text(SetTimeZonePayload::kZone, SetTimeZonePayload::kZoneWidth, zone);
-//   return Answer::status(req.control().send_control_message(msg));
+//   msg.put_text(set_time_zone_payload::kZone, set_time_zone_payload::kZoneWidth, zone);
+//   return answer::status(req.control().send_control_message(msg));
 //
-// The exchange's result is a ControlResult; Answer::status maps it to the
+// The exchange's result is a control_result; answer::status maps it to the
 // ResponseStatus code of the answer.
 //
 // The message layouts below are the daemon's wire format; the handlers, the
@@ -21,8 +21,8 @@
 
 namespace psia {
 
-class Clock;
-class Log;
+class clock_source;
+class event_log;
 
 constexpr size_t kControlPayloadSize = 1120;
 // What msgsnd and msgrcv are told: the message without its type word.
@@ -55,37 +55,37 @@ enum control_command : int32_t {
 // Most commands that carry data lead with a word that is always 0.
 constexpr size_t kLeadingWord = 0;
 
-struct VideoInputPayload {  // command 2
+struct video_input_payload {  // command 2
   static constexpr size_t kChannel = 0;
 };
-struct VideoStreamPayload {             // command 4
+struct video_stream_payload {             // command 4
   static constexpr size_t kMaster = 4;  // 1 for the master stream
 };
-struct SetTimePayload {               // command 6
+struct set_time_payload {               // command 6
   static constexpr size_t kMode = 0;  // 2 NTP, 0 manual
   static constexpr size_t kNtpServer = 4, kNtpServerWidth = 128;
   static constexpr size_t kInterval = 132;
   static constexpr size_t kYear = 136, kMonth = 140, kDay = 144;
   static constexpr size_t kHour = 148, kMinute = 152, kSecond = 156;
 };
-struct SetTimeZonePayload {  // command 7
+struct set_time_zone_payload {  // command 7
   static constexpr size_t kZone = 0, kZoneWidth = 48;
 };
-struct ConfigurationFilePayload {  // command 11, the reply
+struct configuration_file_payload {  // command 11, the reply
   static constexpr size_t kFileName = 0;
 };
-struct PtzKeyValuePayload {  // command 50: five name/value pairs
+struct ptz_key_value_payload {  // command 50: five name/value pairs
   static constexpr size_t kPairs = 5, kTextWidth = 48;
   static constexpr size_t name(size_t pair) { return 4 + 2 * kTextWidth * pair; }
   static constexpr size_t value(size_t pair) { return name(pair) + kTextWidth; }
 };
-struct PtzPresetPayload {  // commands 52, 53, 54
+struct ptz_preset_payload {  // commands 52, 53, 54
   static constexpr size_t kPreset = 4;
 };
-struct PtzFramePayload {  // command 63: the frame as upper-case hex text
+struct ptz_frame_payload {  // command 63: the frame as upper-case hex text
   static constexpr size_t kFrame = 4, kFrameWidth = 1024;
 };
-struct PtzPositionPayload {  // command 65, the reply: the camera's frame
+struct ptz_position_payload {  // command 65, the reply: the camera's frame
   static constexpr size_t kFrameType = 7;
   static constexpr unsigned char kPositionFrame = 0xA1;
   // Raw 16-bit values, high byte first.
@@ -114,7 +114,7 @@ static_assert(sizeof(control_message) == sizeof(long) + kControlMessageSize,
               "control_message must have no padding");
 
 // What became of a command sent to the control daemon.
-enum class ControlResult {
+enum class control_result {
   ok,        // the daemon replied with status 1: done
   busy,      // the daemon replied with status 2
   failed,    // the daemon replied with any other status (0, negative, 3 and up)
@@ -122,7 +122,7 @@ enum class ControlResult {
 };
 
 // The queue call a test's fault stands in for.
-enum class QueueCall { send, receive };
+enum class queue_call { send, receive };
 
 // Clears the whole message and sets its type to the process id, which it
 // returns.
@@ -140,9 +140,9 @@ int64_t control_reply_wait_us(int32_t command);
 // signal. A call the kernel refuses outright (a frame above its message
 // size limit, no permission, no memory) ends the exchange at once. A stop
 // (SIGTERM, SIGINT) ends any wait at the next poll.
-class ControlChannel {
+class control_channel {
  public:
-  ControlChannel(Clock& clock, Log& log) : clock_(clock), log_(log) {}
+  control_channel(clock_source& clock, event_log& log) : clock_(clock), log_(log) {}
 
   // Obtains both queues (never creates them), trying once a second until
   // the daemon has made them or a stop is requested, and drains each of
@@ -152,24 +152,24 @@ class ControlChannel {
   // Sends the message and waits for the reply, polling with sleeps that
   // grow from 50 us to 100 ms so that a prompt reply is taken at once.
   // Afterwards the message holds the reply, or zeros when there was none.
-  ControlResult send_control_message(control_message& msg);
+  control_result send_control_message(control_message& msg);
   // The usual exchange of a command without payload.
-  ControlResult send_command(int32_t command);
+  control_result send_command(int32_t command);
 
   // Removes whatever waits on a queue (stale replies of an earlier run).
   static void drain_control_queue(int queue_id);
 
   // Tests' stand-in for a failing kernel: consulted before each queue call
   // of an exchange; a non-zero errno it returns fails that call with it.
-  using FaultHook = std::function<int(QueueCall call)>;
-  void set_fault_hook(FaultHook hook) { fault_ = std::move(hook); }
+  using fault_hook = std::function<int(queue_call call)>;
+  void set_fault_hook(fault_hook hook) { fault_ = std::move(hook); }
 
  private:
   // What to do after a queue call failed with `error`: call again (after
   // the pause it slept), or end the exchange because the wait is over
   // (its deadline, a stop, the daemon gone) or the kernel refused the call.
-  enum class Recovery { retry, wait_over, refused };
-  Recovery recover(QueueCall call, int error, int64_t deadline, int64_t* pause);
+  enum class recovery_step { retry, wait_over, refused };
+  recovery_step recover(queue_call call, int error, int64_t deadline, int64_t* pause);
   // Sets `id` to the queue of `key` as the daemon has it now (-1, and
   // false, when it has none).
   bool lookup(int key, int* id);
@@ -179,9 +179,9 @@ class ControlChannel {
   // come or a stop was requested; false then.
   bool pause_before(int64_t deadline, int64_t* pause);
 
-  Clock& clock_;
-  Log& log_;
-  FaultHook fault_;
+  clock_source& clock_;
+  event_log& log_;
+  fault_hook fault_;
   int request_key_ = -1, reply_key_ = -1;
   int request_queue_ = -1;
   int reply_queue_ = -1;

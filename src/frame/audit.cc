@@ -59,7 +59,7 @@ void append_printable(text_buffer& line, const char* text, size_t limit) {
 
 // The lines are put together without a format where they can be: a flood
 // of refused logins costs each one a few copies, not a formatting pass.
-void audit_refused_login(Log& log, const char* address, const char* user, const char* reason) {
+void audit_refused_login(event_log& log, const char* address, const char* user, const char* reason) {
   text_buffer line;
   line.append("refused login from ");
   append_printable(line, address, kAddressLimit);
@@ -70,7 +70,7 @@ void audit_refused_login(Log& log, const char* address, const char* user, const 
   log.audit(LOG_AUTH | LOG_WARNING, line);
 }
 
-void audit_refusals_not_written(Log& log, const char* address, int more) {
+void audit_refusals_not_written(event_log& log, const char* address, int more) {
   text_buffer line;
   line.appendf("%d more refused from ", more);
   if (address != nullptr)
@@ -80,7 +80,7 @@ void audit_refusals_not_written(Log& log, const char* address, int more) {
   log.audit(LOG_AUTH | LOG_WARNING, line);
 }
 
-void audit_lockout(Log& log, const char* address, int failures, int64_t lockout_us) {
+void audit_lockout(event_log& log, const char* address, int failures, int64_t lockout_us) {
   text_buffer line;
   line.append("locked out ");
   append_printable(line, address, kAddressLimit);
@@ -89,7 +89,7 @@ void audit_lockout(Log& log, const char* address, int failures, int64_t lockout_
   log.audit(LOG_AUTH | LOG_WARNING, line);
 }
 
-void audit_budget_spent(Log& log, int budget) {
+void audit_budget_spent(event_log& log, int budget) {
   text_buffer line;
   line.appendf(
       "login budget spent: %d failed logins a minute from all addresses;"
@@ -98,8 +98,8 @@ void audit_budget_spent(Log& log, int budget) {
   log.audit(LOG_AUTH | LOG_WARNING, line);
 }
 
-void audit_change(Log& log, const char* address, const char* user, const char* method,
-                  const char* path, const Answer& answer) {
+void audit_change(event_log& log, const char* address, const char* user, const char* method,
+                  const char* path, const answer& answer) {
   text_buffer line;
   append_printable(line, method, kMethodLimit);
   line.append(" from ");
@@ -108,7 +108,7 @@ void audit_change(Log& log, const char* address, const char* user, const char* m
   append_printable(line, user, kUserLimit);
   line.append("\": ");
   switch (answer.kind()) {
-    case Answer::Kind::statuses: {
+    case answer::answer_kind::statuses: {
       // Two statuses at most in practice; a few more are shown, never all.
       const size_t kShown = 4;
       size_t count = answer.codes().size();
@@ -118,16 +118,16 @@ void audit_change(Log& log, const char* address, const char* user, const char* m
       if (count == 0) line.append("no answer");
       break;
     }
-    case Answer::Kind::document: line.append("a document"); break;
-    case Answer::Kind::file: line.append("a file"); break;
-    case Answer::Kind::nothing:
-    case Answer::Kind::unauthorized: line.append("no answer"); break;
+    case answer::answer_kind::document: line.append("a document"); break;
+    case answer::answer_kind::file: line.append("a file"); break;
+    case answer::answer_kind::nothing:
+    case answer::answer_kind::unauthorized: line.append("no answer"); break;
   }
   // The path last, in the room the line has left.
   const char kPathLead[] = ", path \"";
   line.append(kPathLead);
   size_t used = line.length() + 1;  // and the closing quote
-  append_printable(line, path, used < Log::kLineLimit ? Log::kLineLimit - used : 0);
+  append_printable(line, path, used < event_log::kLineLimit ? event_log::kLineLimit - used : 0);
   line.append("\"");
   log.audit(LOG_DAEMON | LOG_NOTICE, line);
 }

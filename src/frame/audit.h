@@ -23,14 +23,14 @@ namespace psia {
 // is cut before an escape, never inside one, with "..." behind.
 void append_printable(text_buffer& line, const char* text, size_t limit);
 
-void audit_refused_login(Log& log, const char* address, const char* user, const char* reason);
+void audit_refused_login(event_log& log, const char* address, const char* user, const char* reason);
 // The refusals of one address (`address` null: of addresses too many to
 // follow one by one) that were not written in the minute that ended.
-void audit_refusals_not_written(Log& log, const char* address, int more);
-void audit_lockout(Log& log, const char* address, int failures, int64_t lockout_us);
-void audit_budget_spent(Log& log, int budget);
-void audit_change(Log& log, const char* address, const char* user, const char* method,
-                  const char* path, const Answer& answer);
+void audit_refusals_not_written(event_log& log, const char* address, int more);
+void audit_lockout(event_log& log, const char* address, int failures, int64_t lockout_us);
+void audit_budget_spent(event_log& log, int budget);
+void audit_change(event_log& log, const char* address, const char* user, const char* method,
+                  const char* path, const answer& answer);
 
 }  // namespace psia
 

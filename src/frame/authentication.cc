@@ -27,17 +27,17 @@ void split_credentials(const unsigned char* decoded, int count, credentials* out
   out->password[index < kLast ? index : kLast] = '\0';
 }
 
-const char* refusal_text(Refusal refusal) {
+const char* refusal_text(refusal_reason refusal) {
   switch (refusal) {
-    case Refusal::none: return "admitted";
-    case Refusal::no_credentials: return "no credentials";
-    case Refusal::wrong_password: return "wrong password";
-    case Refusal::not_administrator: return "not an administrator";
-    case Refusal::unknown_user: return "unknown user";
-    case Refusal::store_failed: return "database busy or unreadable";
-    case Refusal::locked_out: return "locked out";
-    case Refusal::budget_spent: return "login budget spent";
-    case Refusal::table_full: return "too many addresses locked out";
+    case refusal_reason::none: return "admitted";
+    case refusal_reason::no_credentials: return "no credentials";
+    case refusal_reason::wrong_password: return "wrong password";
+    case refusal_reason::not_administrator: return "not an administrator";
+    case refusal_reason::unknown_user: return "unknown user";
+    case refusal_reason::store_failed: return "database busy or unreadable";
+    case refusal_reason::locked_out: return "locked out";
+    case refusal_reason::budget_spent: return "login budget spent";
+    case refusal_reason::table_full: return "too many addresses locked out";
   }
   return "";
 }
@@ -54,29 +54,29 @@ bool read_credentials(const char* header, credentials* who) {
   return true;
 }
 
-authentication authenticate_request(Request& req) {
+authentication authenticate_request(request& req) {
   authentication result;
   if (!read_credentials(req.params.authorization, &result.who)) {
-    result.refusal = Refusal::no_credentials;
+    result.refusal = refusal_reason::no_credentials;
     return result;
   }
-  QueryResult account = req.db().query("select * from UserAccount where UserID=?", result.who.user);
+  query_result account = req.db().query("select * from UserAccount where UserID=?", result.who.user);
   // A query that could not run says nothing about the password: it is no
   // failed login, and the guard does not count it.
   if (!account.ok()) {
-    result.refusal = Refusal::store_failed;
+    result.refusal = refusal_reason::store_failed;
     return result;
   }
   if (!account.has_rows()) {
-    result.refusal = Refusal::unknown_user;
+    result.refusal = refusal_reason::unknown_user;
     return result;
   }
   const char* password = account.text(0, UserAccountColumn::kPassword);
   if (password == nullptr || std::strcmp(password, result.who.password) != 0)
-    result.refusal = Refusal::wrong_password;
+    result.refusal = refusal_reason::wrong_password;
   else if (account.text(0, UserAccountColumn::kLevel) == nullptr ||
            account.integer(0, UserAccountColumn::kLevel, -1) != kLevelAdministrator)
-    result.refusal = Refusal::not_administrator;
+    result.refusal = refusal_reason::not_administrator;
   return result;
 }
 

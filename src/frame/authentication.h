@@ -18,7 +18,7 @@ void split_credentials(const unsigned char* decoded, int count, credentials* out
 
 // Why a caller was refused; the reason decides nothing on the wire (every
 // refusal is the same 401) but goes into the audit trail.
-enum class Refusal {
+enum class refusal_reason {
   none,               // admitted
   no_credentials,     // no Authorization header, or one too short to hold any
   wrong_password,     //
@@ -29,10 +29,10 @@ enum class Refusal {
   budget_spent,       // the guard's shared budget is spent and the address is unknown
   table_full,         // the guard holds only locked-out addresses and this one is new
 };
-const char* refusal_text(Refusal refusal);
+const char* refusal_text(refusal_reason refusal);
 
 struct authentication {
-  Refusal refusal = Refusal::none;
+  refusal_reason refusal = refusal_reason::none;
   int level = kLevelAdministrator;  // when admitted
   credentials who = {};             // as the client sent them
 };
@@ -44,7 +44,7 @@ bool read_credentials(const char* header, credentials* who);
 
 // Checks the request's Authorization header. Only level-0 accounts are
 // admitted: accounts of other levels are refused as the camera always has.
-authentication authenticate_request(Request& req);
+authentication authenticate_request(request& req);
 
 }  // namespace psia
 

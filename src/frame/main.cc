@@ -20,7 +20,7 @@
 
 namespace {
 
-class FcgiOutput final : public psia::Output {
+class fcgi_output final : public psia::output_stream {
  public:
   void write(const void* data, size_t size) override {
     // FCGI_fwrite takes a non-const pointer but does not write through it.
@@ -28,7 +28,7 @@ class FcgiOutput final : public psia::Output {
   }
 };
 
-class FcgiInput final : public psia::Input {
+class fcgi_input final : public psia::input_stream {
  public:
   size_t read(void* data, size_t size) override {
     return size > 0 ? FCGI_fread(data, 1, size, FCGI_stdin) : 0;
@@ -50,15 +50,15 @@ void write_error(const char* text, size_t size) {
 }  // namespace
 
 int main() {
-  psia::SystemClock clock;
+  psia::system_clock clock;
   // Settings are read before the first accept: FastCGI replaces the
   // environment with each request's parameters.
-  psia::Settings settings;
+  psia::runtime_settings settings;
   std::vector<std::string> problems;
   bool usable = psia::load_settings(&settings, &problems);
   psia::request_context ctx(settings, clock);
   ctx.log.set_stream(write_error);
-  psia::SyslogSocket syslog(ctx.settings.host_path("/dev/log"), "psia-responder");
+  psia::syslog_socket syslog(ctx.settings.host_path("/dev/log"), "psia-responder");
   ctx.log.set_syslog([&syslog](int priority, const char* line) { syslog.send(priority, line); });
   // SIGTERM and SIGINT end the process after the request in hand; libfcgi
   // is told too, or its accept() would carry on after the signal.
@@ -69,10 +69,10 @@ int main() {
   if (!usable) return -1;
   if (!psia::start_up(ctx)) return psia::stop_requested() ? 0 : -1;
 
-  FcgiOutput out;
-  FcgiInput in;
+  fcgi_output out;
+  fcgi_input in;
   while (!psia::stop_requested() && FCGI_Accept() >= 0) {
-    psia::RequestParams params;
+    psia::request_params params;
     params.uri = getenv("REQUEST_URI");
     params.method = getenv("REQUEST_METHOD");
     params.query = getenv("QUERY_STRING");

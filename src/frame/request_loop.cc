@@ -10,38 +10,38 @@ namespace {
 
 // Authentication behind the login guard: a login the guard holds back is
 // refused before the database is asked anything.
-authentication check_caller(Request& req, const char* address) {
+authentication check_caller(request& req, const char* address) {
   request_context& ctx = req.ctx;
-  LoginGuard& guard = ctx.camera.guard;
+  login_guard& guard = ctx.camera.guard;
   int64_t now = ctx.clock.monotonic_us();
-  GuardKey key = guard_key(address);
-  guard.end_refusal_windows(now, [&ctx](const GuardKey* from, int more) {
+  address_key key = guard_key(address);
+  guard.end_refusal_windows(now, [&ctx](const address_key* from, int more) {
     char shown[64] = "";
     if (from != nullptr) guard_key_text(*from, shown, sizeof shown);
     audit_refusals_not_written(ctx.log, from != nullptr ? shown : nullptr, more);
   });
   authentication who;
-  LoginGuard::Verdict verdict = guard.admit(key, now);
-  if (verdict == LoginGuard::Verdict::locked_out) {
+  login_guard::guard_verdict verdict = guard.admit(key, now);
+  if (verdict == login_guard::guard_verdict::locked_out) {
     read_credentials(req.params.authorization, &who.who);
-    who.refusal = Refusal::locked_out;
-  } else if (verdict != LoginGuard::Verdict::check) {
+    who.refusal = refusal_reason::locked_out;
+  } else if (verdict != login_guard::guard_verdict::check) {
     // Without credentials it is no attempt, and the answer is the same.
     bool sent = read_credentials(req.params.authorization, &who.who);
-    who.refusal = !sent                                          ? Refusal::no_credentials
-                  : verdict == LoginGuard::Verdict::budget_spent ? Refusal::budget_spent
-                                                                 : Refusal::table_full;
+    who.refusal = !sent                                          ? refusal_reason::no_credentials
+                  : verdict == login_guard::guard_verdict::budget_spent ? refusal_reason::budget_spent
+                                                                 : refusal_reason::table_full;
   } else {
     who = authenticate_request(req);
     // The check may have waited on a locked database.
     now = ctx.clock.monotonic_us();
-    if (who.refusal == Refusal::none) {
+    if (who.refusal == refusal_reason::none) {
       guard.succeeded(key, now);
-    } else if (who.refusal != Refusal::no_credentials && who.refusal != Refusal::store_failed) {
+    } else if (who.refusal != refusal_reason::no_credentials && who.refusal != refusal_reason::store_failed) {
       // A request without credentials is no attempt (browsers send one
       // before they ask their user), and a database that could not be read
       // said nothing about the password.
-      LoginGuard::Failure failure = guard.failed(key, now);
+      login_guard::failed_login failure = guard.failed(key, now);
       if (failure.lockout_us > 0) {
         char locked[64];
         guard_key_text(key, locked, sizeof locked);
@@ -50,7 +50,7 @@ authentication check_caller(Request& req, const char* address) {
       if (failure.budget_spent) audit_budget_spent(ctx.log, guard.table().budget);
     }
   }
-  if (who.refusal != Refusal::none && who.refusal != Refusal::no_credentials &&
+  if (who.refusal != refusal_reason::none && who.refusal != refusal_reason::no_credentials &&
       guard.refusal_written(key, now))
     audit_refused_login(ctx.log, address, who.who.user, refusal_text(who.refusal));
   return who;
@@ -58,22 +58,22 @@ authentication check_caller(Request& req, const char* address) {
 
 }  // namespace
 
-void serve_request(request_context& ctx, const RequestParams& params, Input& in, Output& out) {
+void serve_request(request_context& ctx, const request_params& params, input_stream& in, output_stream& out) {
   // The previous request's body is not needed any more.
   ctx.body.clear();
   ctx.store.reopen_if_replaced();
   if (ctx.factory_store.is_open()) ctx.factory_store.reopen_if_replaced();
-  Request req(ctx, params, in);
+  request req(ctx, params, in);
   const char* address = params.remote_addr != nullptr ? params.remote_addr : "";
   authentication who = check_caller(req, address);
-  if (who.refusal != Refusal::none) {
-    write_answer(out, Answer::unauthorized(), params.uri);
+  if (who.refusal != refusal_reason::none) {
+    write_answer(out, answer::unauthorized(), params.uri);
     return;
   }
   // A request without a path or a method ends with no output at all.
   if (params.uri == nullptr || params.method == nullptr) return;
   bool changes = false;
-  Answer answer = dispatch_request(req, params.uri, params.method, who.level, &changes);
+  answer answer = dispatch_request(req, params.uri, params.method, who.level, &changes);
   write_answer(out, answer, params.uri);
   if (changes) audit_change(ctx.log, address, who.who.user, params.method, params.uri, answer);
 }

@@ -2,7 +2,7 @@
 // answer.
 //
 // The invariants a change must keep:
-// - One writer. Handlers return their answer (an Answer) and never touch
+// - One writer. Handlers return their answer (an answer) and never touch
 //   the output stream; serve_request writes each request's answer, once,
 //   after the handler has returned. A handler that must answer twice or not
 //   at all says so in the Answer it returns.
@@ -16,7 +16,7 @@
 
 namespace psia {
 
-void serve_request(request_context& ctx, const RequestParams& params, Input& in, Output& out);
+void serve_request(request_context& ctx, const request_params& params, input_stream& in, output_stream& out);
 
 }  // namespace psia
 

@@ -44,7 +44,7 @@ enum class match_kind {
 };
 
 // A further condition of a clause on the path's rest.
-enum class RestTest {
+enum class rest_test {
   none,
   contains,   // the rest holds the word anywhere (compared without regard to case)
   ends_with,  // the rest ends with the word (likewise)
@@ -53,14 +53,14 @@ enum class RestTest {
 struct clause {
   unsigned methods = 0;
   level_rule level = level_rule::any;
-  Handler handler = nullptr;
+  handler_fn handler = nullptr;
   bool changes = false;  // the handler changes the camera (the audit trail records it)
-  RestTest test = RestTest::none;
+  rest_test test = rest_test::none;
   const char* word = "";
 
-  constexpr clause when_rest_holds(const char* w) const { return with_test(RestTest::contains, w); }
-  constexpr clause when_rest_ends(const char* w) const { return with_test(RestTest::ends_with, w); }
-  constexpr clause with_test(RestTest t, const char* w) const {
+  constexpr clause when_rest_holds(const char* w) const { return with_test(rest_test::contains, w); }
+  constexpr clause when_rest_ends(const char* w) const { return with_test(rest_test::ends_with, w); }
+  constexpr clause with_test(rest_test t, const char* w) const {
     clause c = *this;
     c.test = t;
     c.word = w;
@@ -77,7 +77,7 @@ struct request_line {
 // further; their rows are tested in order and the first that matches
 // decides: when none of its clauses takes the request, the main table
 // goes on after the split row.
-enum class SubMatch {
+enum class sub_match {
   id_only,  // the rest has no sub-path
   word,     // the sub-path begins with the word (compared over the word's
             // length, without regard to case)
@@ -85,13 +85,13 @@ enum class SubMatch {
 };
 
 // What the text after a sub-row's word gives the handler.
-enum class AfterWord { nothing, number, sub_id };
+enum class after_word { nothing, number, sub_id };
 
-struct SubRoute {
-  SubMatch match;
+struct sub_route {
+  sub_match match;
   const char* word;
   size_t word_length;
-  AfterWord after;
+  after_word after;
   clause clauses[4];
 };
 
@@ -101,7 +101,7 @@ struct route {
   match_kind match;
   clause clauses[5];
   // Split rows: the sub-table that takes the place of the clauses.
-  const SubRoute* subs;
+  const sub_route* subs;
   size_t sub_count;
 };
 
@@ -110,14 +110,14 @@ constexpr level_rule any = level_rule::any;
 constexpr level_rule up1 = level_rule::up_to_1;
 constexpr level_rule lv0 = level_rule::only_0;
 
-constexpr clause get(level_rule l, Handler h) { return {kGet, l, h, false}; }
-constexpr clause put(level_rule l, Handler h) { return {kPut, l, h, true}; }
-constexpr clause post(level_rule l, Handler h) { return {kPost, l, h, true}; }
-constexpr clause del(level_rule l, Handler h) { return {kDelete, l, h, true}; }
+constexpr clause get(level_rule l, handler_fn h) { return {kGet, l, h, false}; }
+constexpr clause put(level_rule l, handler_fn h) { return {kPut, l, h, true}; }
+constexpr clause post(level_rule l, handler_fn h) { return {kPost, l, h, true}; }
+constexpr clause del(level_rule l, handler_fn h) { return {kDelete, l, h, true}; }
 // A GET that changes the camera (the crossed interface row).
-constexpr clause get_changing(level_rule l, Handler h) { return {kGet, l, h, true}; }
+constexpr clause get_changing(level_rule l, handler_fn h) { return {kGet, l, h, true}; }
 // Taken whatever the method: the handler decides what it accepts.
-constexpr clause any_method(level_rule l, Handler h, bool changes) {
+constexpr clause any_method(level_rule l, handler_fn h, bool changes) {
   return {kAnyMethod, l, h, changes};
 }
 
@@ -138,36 +138,36 @@ constexpr route longer(const char* path, C... clauses) {
   return row(match_kind::longer, path, clauses...);
 }
 template <size_t N>
-constexpr route split(const char* path, const SubRoute (&table)[N]) {
+constexpr route split(const char* path, const sub_route (&table)[N]) {
   return {path, std::char_traits<char>::length(path), match_kind::prefix, {}, table, N};
 }
 constexpr route ptz_gate() { return {"", 0, match_kind::ptz_gate, {}, nullptr, 0}; }
 
 template <typename... C>
-constexpr SubRoute sub_row(SubMatch m, const char* word, AfterWord after, C... clauses) {
+constexpr sub_route sub_row(sub_match m, const char* word, after_word after, C... clauses) {
   return {m, word, std::char_traits<char>::length(word), after, {clauses...}};
 }
 template <typename... C>
-constexpr SubRoute id_only(C... clauses) {
-  return sub_row(SubMatch::id_only, "", AfterWord::nothing, clauses...);
+constexpr sub_route id_only(C... clauses) {
+  return sub_row(sub_match::id_only, "", after_word::nothing, clauses...);
 }
 template <typename... C>
-constexpr SubRoute sub_path(const char* word, C... clauses) {
-  return sub_row(SubMatch::word, word, AfterWord::nothing, clauses...);
+constexpr sub_route sub_path(const char* word, C... clauses) {
+  return sub_row(sub_match::word, word, after_word::nothing, clauses...);
 }
 // The number is the one after the word.
 template <typename... C>
-constexpr SubRoute sub_path_then_number(const char* word, C... clauses) {
-  return sub_row(SubMatch::word, word, AfterWord::number, clauses...);
+constexpr sub_route sub_path_then_number(const char* word, C... clauses) {
+  return sub_row(sub_match::word, word, after_word::number, clauses...);
 }
 // The text after the word is the second id.
 template <typename... C>
-constexpr SubRoute sub_path_then_id(const char* word, C... clauses) {
-  return sub_row(SubMatch::word, word, AfterWord::sub_id, clauses...);
+constexpr sub_route sub_path_then_id(const char* word, C... clauses) {
+  return sub_row(sub_match::word, word, after_word::sub_id, clauses...);
 }
 template <typename... C>
-constexpr SubRoute any_rest(C... clauses) {
-  return sub_row(SubMatch::any, "", AfterWord::nothing, clauses...);
+constexpr sub_route any_rest(C... clauses) {
+  return sub_row(sub_match::any, "", after_word::nothing, clauses...);
 }
 
 bool level_allows(level_rule rule, int level) {
@@ -186,9 +186,9 @@ bool ends_with(const char* text, const char* ending) {
 
 bool rest_passes(const clause& c, const char* rest) {
   switch (c.test) {
-    case RestTest::none: return true;
-    case RestTest::contains: return strcasestr(rest, c.word) != nullptr;
-    case RestTest::ends_with: return ends_with(rest, c.word);
+    case rest_test::none: return true;
+    case rest_test::contains: return strcasestr(rest, c.word) != nullptr;
+    case rest_test::ends_with: return ends_with(rest, c.word);
   }
   return false;
 }
@@ -212,7 +212,7 @@ bool take_clause(const clause (&clauses)[N], const request_line& req, route_targ
 // Trigger paths: "<id>", "<id>/notifications/<notification id>", or
 // "<id>/<anything else>" (the trigger's notification list).
 // clang-format off
-const SubRoute kTriggerRoutes[] = {
+const sub_route kTriggerRoutes[] = {
     id_only(get(any, get_event_trigger), put(up1, put_event_trigger),
             del(up1, delete_event_trigger_notifications)),
     sub_path_then_id("notifications/", get(any, get_trigger_notification), put(up1, put_trigger_notification),
@@ -225,7 +225,7 @@ const SubRoute kTriggerRoutes[] = {
 // and status sub-resources are taken whatever the method: their handlers
 // decide what they accept. A PUT of a preset recalls it when the path holds
 // "goto" anywhere.
-const SubRoute kPtzChannelRoutes[] = {
+const sub_route kPtzChannelRoutes[] = {
     sub_path("homePosition",   any_method(up1, put_ptz_home_position, true)),
     sub_path("continuous",     any_method(up1, put_ptz_continuous, true)),
     sub_path("momentary",      any_method(up1, reject_ptz_operation, false)),
@@ -354,7 +354,7 @@ unsigned method_bit(const char* method) {
 // The rest "<id>" or "<id>/<sub-path>" of a split row, through its
 // sub-table; false when no clause of the row it picks takes the request.
 bool take_sub_route(const route& r, const request_line& req, route_target* target) {
-  RouteArgs& args = target->args;
+  route_args& args = target->args;
   const char* rest = args.rest;
   args.number = parse_int(rest);
   const char* slash = std::strchr(rest, '/');
@@ -368,14 +368,14 @@ bool take_sub_route(const route& r, const request_line& req, route_target* targe
   }
   const char* sub = slash != nullptr ? slash + 1 : nullptr;
   for (size_t i = 0; i < r.sub_count; ++i) {
-    const SubRoute& s = r.subs[i];
-    bool matches = s.match == SubMatch::any || (s.match == SubMatch::id_only && sub == nullptr) ||
-                   (s.match == SubMatch::word && sub != nullptr &&
+    const sub_route& s = r.subs[i];
+    bool matches = s.match == sub_match::any || (s.match == sub_match::id_only && sub == nullptr) ||
+                   (s.match == sub_match::word && sub != nullptr &&
                     strncasecmp(sub, s.word, s.word_length) == 0);
     if (!matches) continue;
-    const char* after = s.match == SubMatch::word ? sub + s.word_length : "";
-    if (s.after == AfterWord::number) args.number = parse_int(after);
-    if (s.after == AfterWord::sub_id) {
+    const char* after = s.match == sub_match::word ? sub + s.word_length : "";
+    if (s.after == after_word::number) args.number = parse_int(after);
+    if (s.after == after_word::sub_id) {
       copy_bounded(args.sub_id_text, after);
       args.sub_id = args.sub_id_text;
     }
@@ -390,7 +390,7 @@ bool route_request(const char* path, const char* method, int level, int ptz_supp
                    route_target* target) {
   request_line req{method_bit(method), level};
   size_t path_length = std::strlen(path);
-  RouteArgs& args = target->args;
+  route_args& args = target->args;
   for (const route& r : kRoutes) {
     if (r.match == match_kind::ptz_gate) {
       if (ptz_support != 2) return false;
@@ -407,10 +407,10 @@ bool route_request(const char* path, const char* method, int level, int ptz_supp
   return false;
 }
 
-Answer dispatch_request(Request& req, const char* path, const char* method, int level, bool* changes) {
+answer dispatch_request(request& req, const char* path, const char* method, int level, bool* changes) {
   route_target target;
   if (!route_request(path, method, level, req.camera().device.ptz_support, &target))
-    return Answer::status(kStatusInvalidOperation);
+    return answer::status(kStatusInvalidOperation);
   *changes = target.changes;
   return target.call(req);
 }

@@ -9,7 +9,7 @@ namespace psia {
 
 // Every handler of the resource tree: the request, and what its route took
 // from the path.
-using Handler = Answer (*)(Request& req, const RouteArgs& route);
+using handler_fn = answer (*)(request& req, const route_args& route);
 
 // The handler a request goes to, with its arguments, which may point into
 // the request path.
@@ -18,11 +18,11 @@ struct route_target {
   route_target(const route_target&) = delete;
   route_target& operator=(const route_target&) = delete;
 
-  Answer call(Request& req) const { return handler(req, args); }
+  answer call(request& req) const { return handler(req, args); }
 
-  Handler handler = nullptr;
+  handler_fn handler = nullptr;
   bool changes = false;  // the handler changes the camera
-  RouteArgs args;
+  route_args args;
 };
 
 // Finds the handler for a request; `level` is the caller's access level
@@ -34,7 +34,7 @@ bool route_request(const char* path, const char* method, int level, int ptz_supp
 // Calls the one handler the routing table gives for the request, or
 // answers ResponseStatus 4 when no rule takes it. `changes` tells whether
 // a handler that changes the camera was called.
-Answer dispatch_request(Request& req, const char* path, const char* method, int level, bool* changes);
+answer dispatch_request(request& req, const char* path, const char* method, int level, bool* changes);
 
 }  // namespace psia
 

@@ -25,15 +25,15 @@ bool start_up(request_context& ctx) {
   // where the fault shows.
   switch (ctx.store.open_camera_database(ctx.settings.host_path(kDatabasePath), &ctx.clock,
                                          &ctx.log, kBusyPatienceUs)) {
-    case StoreOpen::opened: break;
-    case StoreOpen::busy: ctx.log.error("PSIA: database busy\n"); return false;
-    case StoreOpen::unusable: ctx.log.error("PSIA: DB Open Failed\n"); return false;
+    case store_open::opened: break;
+    case store_open::busy: ctx.log.error("PSIA: database busy\n"); return false;
+    case store_open::unusable: ctx.log.error("PSIA: DB Open Failed\n"); return false;
   }
-  DeviceFacts& device = ctx.camera.device;
+  device_facts& device = ctx.camera.device;
   device.ptz_support = ctx.store.query_int(0, "select PTZSupport from Spec2");
   // Only the model family (its first three characters) is kept; the
   // streaming and PTZ handlers compare it with model codes.
-  QueryResult model = ctx.store.query("select model from Spec");
+  query_result model = ctx.store.query("select model from Spec");
   const char* cell = model.text(0, 0);
   copy_bounded(device.model_prefix, cell != nullptr ? cell : "");
   return ctx.control.attach(ctx.settings.request_queue_key, ctx.settings.reply_queue_key);

@@ -22,16 +22,16 @@ const char* const status_text_table[] = {
     "Reboot Required",
 };
 
-const char* content_type_line(ContentType type) {
+const char* content_type_line(content_type type) {
   switch (type) {
-    case ContentType::xml_utf8: return "Content-Type: application/xml; charset=\"UTF-8\"\r\n\r\n";
-    case ContentType::text_utf8: return "Content-Type: text/plain; charset=\"UTF-8\"\r\n\r\n";
-    case ContentType::xml: break;
+    case content_type::xml_utf8: return "Content-Type: application/xml; charset=\"UTF-8\"\r\n\r\n";
+    case content_type::text_utf8: return "Content-Type: text/plain; charset=\"UTF-8\"\r\n\r\n";
+    case content_type::xml: break;
   }
   return "Content-Type: application/xml\r\n\r\n";
 }
 
-void write_document(Output& out, const char* body, uint32_t length, ContentType type) {
+void write_document(output_stream& out, const char* body, uint32_t length, content_type type) {
   char header[40];
   int n = std::snprintf(header, sizeof header, "Content-Length: %u\r\n", length);
   out.write(header, static_cast<size_t>(n));
@@ -54,7 +54,7 @@ size_t read_piece(int fd, char* piece, size_t size) {
 // The configuration download: bare line feeds and a lower-case "length",
 // the header the camera's download clients read. A file that turns out
 // shorter than announced ends the copy early.
-void write_file(Output& out, int fd, uint32_t size) {
+void write_file(output_stream& out, int fd, uint32_t size) {
   char header[48];
   out.write_text("Content-Type: application/octet-stream\n");
   int n = std::snprintf(header, sizeof header, "Content-length: %d\n\n", static_cast<int>(size));
@@ -70,47 +70,47 @@ void write_file(Output& out, int fd, uint32_t size) {
 
 }  // namespace
 
-Answer Answer::statuses(std::vector<int> codes) {
-  Answer a(Kind::statuses);
+answer answer::statuses(std::vector<int> codes) {
+  answer a(answer_kind::statuses);
   a.codes_ = std::move(codes);
   for (int& code : a.codes_)
     if (code < kStatusOk || code > kStatusRebootRequired) code = kStatusDeviceError;
   return a;
 }
 
-Answer Answer::status(ControlResult result) {
+answer answer::status(control_result result) {
   switch (result) {
-    case ControlResult::ok: return status(kStatusOk);
-    case ControlResult::busy:
-    case ControlResult::no_reply: return status(kStatusDeviceBusy);
-    case ControlResult::failed: break;
+    case control_result::ok: return status(kStatusOk);
+    case control_result::busy:
+    case control_result::no_reply: return status(kStatusDeviceBusy);
+    case control_result::failed: break;
   }
   return status(kStatusDeviceError);
 }
 
-Answer Answer::document(text_buffer body, ContentType type) {
+answer answer::document(text_buffer body, content_type type) {
   if (!body.ok()) return status(kStatusDeviceError);
-  Answer a(Kind::document);
+  answer a(answer_kind::document);
   a.body_ = std::move(body);
   a.type_ = type;
   return a;
 }
 
-Answer Answer::constant_document(const std::string& body, ContentType type) {
-  Answer a(Kind::document);
+answer answer::constant_document(const std::string& body, content_type type) {
+  answer a(answer_kind::document);
   a.constant_body_ = &body;
   a.type_ = type;
   return a;
 }
 
-Answer Answer::file(UniqueFd file, uint32_t size) {
-  Answer a(Kind::file);
+answer answer::file(unique_fd file, uint32_t size) {
+  answer a(answer_kind::file);
   a.file_ = std::move(file);
   a.file_size_ = size;
   return a;
 }
 
-void write_response_status(Output& out, const char* request_uri, int code) {
+void write_response_status(output_stream& out, const char* request_uri, int code) {
   if (code < kStatusOk || code > kStatusRebootRequired) code = kStatusDeviceError;
   text_buffer body;
   if (!body.ok()) return;
@@ -128,16 +128,16 @@ void write_response_status(Output& out, const char* request_uri, int code) {
   body.append("</statusString>\n");
   body.append("<id>1</id>\n");
   body.append("</ResponseStatus>\n");
-  write_document(out, body.data(), body.length(), ContentType::xml_utf8);
+  write_document(out, body.data(), body.length(), content_type::xml_utf8);
 }
 
-void write_answer(Output& out, const Answer& answer, const char* request_uri) {
+void write_answer(output_stream& out, const answer& answer, const char* request_uri) {
   switch (answer.kind_) {
-    case Answer::Kind::nothing: return;
-    case Answer::Kind::statuses:
+    case answer::answer_kind::nothing: return;
+    case answer::answer_kind::statuses:
       for (int code : answer.codes_) write_response_status(out, request_uri, code);
       return;
-    case Answer::Kind::document:
+    case answer::answer_kind::document:
       if (answer.constant_body_ != nullptr) {
         const std::string& body = *answer.constant_body_;
         write_document(out, body.data(), static_cast<uint32_t>(body.size()), answer.type_);
@@ -145,8 +145,8 @@ void write_answer(Output& out, const Answer& answer, const char* request_uri) {
         write_document(out, answer.body_.data(), answer.body_.length(), answer.type_);
       }
       return;
-    case Answer::Kind::file: write_file(out, answer.file_.get(), answer.file_size_); return;
-    case Answer::Kind::unauthorized:
+    case answer::answer_kind::file: write_file(out, answer.file_.get(), answer.file_size_); return;
+    case answer::answer_kind::unauthorized:
       out.write_text(
           "Status: 401 Unauthorized\n"
           "WWW-Authenticate: Basic realm=\"Aldex Smart IP Device Authentication\"\n"

@@ -17,8 +17,8 @@
 
 namespace psia {
 
-class Output;
-enum class ControlResult;  // control/control_message.h
+class output_stream;
+enum class control_result;  // control/control_message.h
 
 // Status codes of a ResponseStatus document. The error convention
 // (util/result.h) keeps them to the making of answers.
@@ -34,61 +34,61 @@ enum status_code : int {
 
 // The Content-Type families of the resource tree; clients depend on the
 // exact header text of each.
-enum class ContentType {
+enum class content_type {
   xml,       // "application/xml": most documents, the event family too
   xml_utf8,  // "application/xml; charset=\"UTF-8\"": status, time, NTP, audio
   text_utf8  // "text/plain; charset=\"UTF-8\"": the bare time zone text
 };
 
-class Answer {
+class answer {
  public:
-  enum class Kind { nothing, statuses, document, file, unauthorized };
+  enum class answer_kind { nothing, statuses, document, file, unauthorized };
 
   // A ResponseStatus document for `code` (1..7; anything else is answered
   // as 3, which the document has a text for).
-  static Answer status(int code) { return statuses({code}); }
+  static answer status(int code) { return statuses({code}); }
   // The answer to a control exchange: 1 when the daemon replied 1, 2 when
   // it replied 2 or not at all, 3 for any other reply.
-  static Answer status(ControlResult result);
+  static answer status(control_result result);
   // ResponseStatus documents one after the other (none: no answer).
-  static Answer statuses(std::vector<int> codes);
+  static answer statuses(std::vector<int> codes);
   // A GET document; a buffer that could not be allocated is answered 3.
-  static Answer document(text_buffer body, ContentType type);
+  static answer document(text_buffer body, content_type type);
   // A document built once and kept by the process (it must outlive the
   // answer).
-  static Answer constant_document(const std::string& body, ContentType type);
+  static answer constant_document(const std::string& body, content_type type);
   // A file sent as it is, `size` bytes announced.
-  static Answer file(UniqueFd file, uint32_t size);
+  static answer file(unique_fd file, uint32_t size);
   // The request ends with no output at all, as the camera's clients know
   // it for some requests.
-  static Answer nothing() { return Answer(Kind::nothing); }
+  static answer nothing() { return answer(answer_kind::nothing); }
   // The 401 of a caller without valid credentials.
-  static Answer unauthorized() { return Answer(Kind::unauthorized); }
+  static answer unauthorized() { return answer(answer_kind::unauthorized); }
 
-  Kind kind() const { return kind_; }
+  answer_kind kind() const { return kind_; }
   // The status codes of a statuses answer (also the 3 of a document that
   // could not be built).
   const std::vector<int>& codes() const { return codes_; }
 
  private:
-  friend void write_answer(Output& out, const Answer& answer, const char* request_uri);
-  explicit Answer(Kind kind) : kind_(kind) {}
+  friend void write_answer(output_stream& out, const answer& answer, const char* request_uri);
+  explicit answer(answer_kind kind) : kind_(kind) {}
 
-  Kind kind_;
+  answer_kind kind_;
   std::vector<int> codes_;
   text_buffer body_;
   const std::string* constant_body_ = nullptr;
-  ContentType type_ = ContentType::xml;
-  UniqueFd file_;
+  content_type type_ = content_type::xml;
+  unique_fd file_;
   uint32_t file_size_ = 0;
 };
 
 // Writes the answer to the request's output. `request_uri` is the
 // REQUEST_URI echoed in ResponseStatus documents.
-void write_answer(Output& out, const Answer& answer, const char* request_uri);
+void write_answer(output_stream& out, const answer& answer, const char* request_uri);
 
 // The ResponseStatus document for `code` with its headers.
-void write_response_status(Output& out, const char* request_uri, int code);
+void write_response_status(output_stream& out, const char* request_uri, int code);
 
 }  // namespace psia
 

@@ -17,33 +17,33 @@ namespace psia {
 // Read from the database at start-up: Spec2.PTZSupport (only 2 opens the
 // PTZ branch) and the model family, the first three characters of
 // Spec.model (empty when unknown).
-struct DeviceFacts {
+struct device_facts {
   int ptz_support = 0;
   char model_prefix[4] = "";
 };
 
 // The last absolute PTZ position sent: the same position is not sent twice
 // in a row.
-struct PtzPosition {
+struct ptz_position {
   float azimuth = 0.0f;
   float elevation = 0.0f;
   float zoom = 0.0f;
 };
 
-struct CameraState {
-  CameraState(int login_attempts, int login_lockout_seconds, int login_budget)
+struct camera_state {
+  camera_state(int login_attempts, int login_lockout_seconds, int login_budget)
       : guard(login_attempts, login_lockout_seconds, login_budget) {}
 
-  DeviceFacts device;
+  device_facts device;
   // The zone last given with PUT /PSIA/System/time (empty: none); the local
   // times this process prints follow it.
   char current_zone[64] = "";
-  PtzPosition last_absolute;
-  LoginGuard guard;
+  ptz_position last_absolute;
+  login_guard guard;
 };
 
-static_assert(std::is_trivially_copyable<DeviceFacts>::value, "device facts are plain fields");
-static_assert(std::is_trivially_copyable<PtzPosition>::value, "the PTZ state is plain fields");
+static_assert(std::is_trivially_copyable<device_facts>::value, "device facts are plain fields");
+static_assert(std::is_trivially_copyable<ptz_position>::value, "the PTZ state is plain fields");
 
 }  // namespace psia
 

@@ -35,16 +35,16 @@ struct ifreq interface_request(const char* interface_name) {
 }
 
 // What became of a question to the kernel about an interface.
-enum class Asked { answered, no_socket, refused };
+enum class asked { answered, no_socket, refused };
 
 // Asks the kernel about the interface; when it refuses, `error` is its
 // reason.
-Asked ask_interface(unsigned long request_code, struct ifreq* request, int* error) {
-  UniqueFd fd(socket(AF_INET, SOCK_DGRAM, 0));
-  if (!fd.valid()) return Asked::no_socket;
-  if (ioctl(fd.get(), request_code, request) == 0) return Asked::answered;
+asked ask_interface(unsigned long request_code, struct ifreq* request, int* error) {
+  unique_fd fd(socket(AF_INET, SOCK_DGRAM, 0));
+  if (!fd.valid()) return asked::no_socket;
+  if (ioctl(fd.get(), request_code, request) == 0) return asked::answered;
   *error = errno;
-  return Asked::refused;
+  return asked::refused;
 }
 
 // The IPv4 address the kernel put into the request's address field.
@@ -65,39 +65,39 @@ bool read_hex(const char** cursor, unsigned long* value) {
 
 }  // namespace
 
-std::optional<uint32_t> read_ip_address(Log& log, const char* interface_name) {
+std::optional<uint32_t> read_ip_address(event_log& log, const char* interface_name) {
   struct ifreq request = interface_request(interface_name);
   int error = 0;
-  Asked asked = ask_interface(SIOCGIFADDR, &request, &error);
-  if (asked == Asked::no_socket) log.diagnostic("Socket Open Fail!\n");
-  if (asked == Asked::refused)
+  asked asked = ask_interface(SIOCGIFADDR, &request, &error);
+  if (asked == asked::no_socket) log.diagnostic("Socket Open Fail!\n");
+  if (asked == asked::refused)
     log.diagnostic("Unable to read IP address!, err: %s\n", std::strerror(error));
-  if (asked != Asked::answered) return std::nullopt;
+  if (asked != asked::answered) return std::nullopt;
   return answered_address(request);
 }
 
-std::optional<uint32_t> read_subnet_mask(Log& log, const char* interface_name) {
+std::optional<uint32_t> read_subnet_mask(event_log& log, const char* interface_name) {
   struct ifreq request = interface_request(interface_name);
   int error = 0;
-  Asked asked = ask_interface(SIOCGIFNETMASK, &request, &error);
-  if (asked == Asked::no_socket) log.diagnostic("Socket Open Fail!\n");
-  if (asked == Asked::refused) log.diagnostic("Unable to read subnet mask!\n");
-  if (asked != Asked::answered) return std::nullopt;
+  asked asked = ask_interface(SIOCGIFNETMASK, &request, &error);
+  if (asked == asked::no_socket) log.diagnostic("Socket Open Fail!\n");
+  if (asked == asked::refused) log.diagnostic("Unable to read subnet mask!\n");
+  if (asked != asked::answered) return std::nullopt;
   return answered_address(request);
 }
 
-bool read_mac_address(Log& log, const char* interface_name, unsigned char mac[6]) {
+bool read_mac_address(event_log& log, const char* interface_name, unsigned char mac[6]) {
   struct ifreq request = interface_request(interface_name);
   int error = 0;
-  Asked asked = ask_interface(SIOCGIFHWADDR, &request, &error);
-  if (asked == Asked::no_socket) log.diagnostic("Failed to open socket!\n");
-  if (asked == Asked::refused) log.diagnostic("Unable to read MAC address!\n");
-  if (asked != Asked::answered) return false;
+  asked asked = ask_interface(SIOCGIFHWADDR, &request, &error);
+  if (asked == asked::no_socket) log.diagnostic("Failed to open socket!\n");
+  if (asked == asked::refused) log.diagnostic("Unable to read MAC address!\n");
+  if (asked != asked::answered) return false;
   std::memcpy(mac, request.ifr_hwaddr.sa_data, 6);
   return true;
 }
 
-std::optional<uint32_t> read_default_gateway(Log& log, const std::string& route_path,
+std::optional<uint32_t> read_default_gateway(event_log& log, const std::string& route_path,
                                              const char* interface_name) {
   std::string table;
   if (!read_regular_file(route_path, kHostFileLimit, &table, kFollowSystemLinks)) {
@@ -105,7 +105,7 @@ std::optional<uint32_t> read_default_gateway(Log& log, const std::string& route_
     return std::nullopt;
   }
   size_t name_length = std::strlen(interface_name);
-  LineReader lines(table);
+  line_reader lines(table);
   char line[256];
   while (lines.next(line, sizeof line)) {
     // The header line ("Iface ...") never begins with an interface name.
@@ -133,7 +133,7 @@ bool read_name_servers(const std::string& resolv_path, char primary[kIpv4TextSiz
   static const char kKeyword[] = "nameserver";
   const size_t keyword_length = sizeof kKeyword - 1;
   int found = 0;
-  LineReader lines(resolver);
+  line_reader lines(resolver);
   char line[64];
   while (lines.next(line, sizeof line)) {
     if (std::strncmp(line, kKeyword, keyword_length) != 0) continue;

@@ -15,7 +15,7 @@
 
 namespace psia {
 
-class Log;
+class event_log;
 
 // The one interface the camera has.
 constexpr const char* kCameraInterface = "eth0";
@@ -24,16 +24,16 @@ constexpr const char* kCameraInterface = "eth0";
 constexpr size_t kIpv4TextSize = 16;
 
 // The interface's IPv4 address (SIOCGIFADDR).
-std::optional<uint32_t> read_ip_address(Log& log, const char* interface_name);
+std::optional<uint32_t> read_ip_address(event_log& log, const char* interface_name);
 // The interface's subnet mask (SIOCGIFNETMASK).
-std::optional<uint32_t> read_subnet_mask(Log& log, const char* interface_name);
+std::optional<uint32_t> read_subnet_mask(event_log& log, const char* interface_name);
 // Copies the six bytes of the interface's hardware address (SIOCGIFHWADDR)
 // into `mac`; false (leaving `mac` alone) on failure.
-bool read_mac_address(Log& log, const char* interface_name, unsigned char mac[6]);
+bool read_mac_address(event_log& log, const char* interface_name, unsigned char mac[6]);
 
 // The gateway of the first route of the interface in the routing table file
 // (/proc/net/route) whose gateway is not zero; nothing when there is none.
-std::optional<uint32_t> read_default_gateway(Log& log, const std::string& route_path,
+std::optional<uint32_t> read_default_gateway(event_log& log, const std::string& route_path,
                                              const char* interface_name);
 
 // The first two "nameserver" lines of the resolver file (/etc/resolv.conf)

@@ -10,11 +10,11 @@
 
 namespace psia {
 
-class Input;
+class input_stream;
 
 // The CGI parameters the web server passes with a request; null when the
 // request does not carry one.
-struct RequestParams {
+struct request_params {
   const char* uri = nullptr;             // REQUEST_URI
   const char* method = nullptr;          // REQUEST_METHOD
   const char* query = nullptr;           // QUERY_STRING
@@ -25,10 +25,10 @@ struct RequestParams {
 
 // What a route takes from the path for its handler. Every handler is given
 // all of it and reads what its route provides.
-struct RouteArgs {
-  RouteArgs() = default;
-  RouteArgs(const RouteArgs&) = delete;  // id and sub_id may point into it
-  RouteArgs& operator=(const RouteArgs&) = delete;
+struct route_args {
+  route_args() = default;
+  route_args(const route_args&) = delete;  // id and sub_id may point into it
+  route_args& operator=(const route_args&) = delete;
 
   // The path after the route's prefix ("" when it is the whole path).
   const char* rest = "";
@@ -46,26 +46,26 @@ struct RouteArgs {
   char sub_id_text[256] = {};
 };
 
-class Request {
+class request {
  public:
-  Request(request_context& context, const RequestParams& request_params, Input& input)
+  request(request_context& context, const request_params& request_params, input_stream& input)
       : ctx(context), params(request_params), input_(input) {}
-  Request(const Request&) = delete;
-  Request& operator=(const Request&) = delete;
+  request(const request&) = delete;
+  request& operator=(const request&) = delete;
 
   request_context& ctx;
-  const RequestParams& params;
+  const request_params& params;
 
-  Store& db() { return ctx.store; }
-  ControlChannel& control() { return ctx.control; }
-  Log& log() { return ctx.log; }
-  CameraState& camera() { return ctx.camera; }
+  config_store& db() { return ctx.store; }
+  control_channel& control() { return ctx.control; }
+  event_log& log() { return ctx.log; }
+  camera_state& camera() { return ctx.camera; }
   std::string host_path(const std::string& absolute_path) const {
     return ctx.settings.host_path(absolute_path);
   }
 
   // Reads the body into the context's buffer; false when it cannot be had
-  // whole (see RequestBody::read).
+  // whole (see request_body::read).
   bool read_body() { return ctx.body.read(input_, params.content_length); }
   // The body last read ("" when none).
   const char* body() const { return ctx.body.text(); }
@@ -75,7 +75,7 @@ class Request {
   }
 
  private:
-  Input& input_;
+  input_stream& input_;
 };
 
 }  // namespace psia

@@ -16,7 +16,7 @@ namespace psia {
 namespace {
 
 // Reads until `size` bytes are in or the body ends; returns the count.
-size_t read_fully(Input& in, char* data, size_t size) {
+size_t read_fully(input_stream& in, char* data, size_t size) {
   size_t got = 0;
   while (got < size) {
     size_t chunk = in.read(data + got, size - got);
@@ -48,7 +48,7 @@ std::optional<long long> parse_content_length(const char* text) {
   return n;
 }
 
-bool RequestBody::read(Input& in, const char* content_length) {
+bool request_body::read(input_stream& in, const char* content_length) {
   clear();
   long long n = parse_content_length(content_length).value_or(0);
   if (n <= 0 || n > kMaxMemoryBody) return false;
@@ -67,7 +67,7 @@ bool RequestBody::read(Input& in, const char* content_length) {
   return true;
 }
 
-void RequestBody::clear() {
+void request_body::clear() {
   // A settings document's storage is kept for the next one; a large body's
   // is given back.
   if (bytes_.capacity() > 16 * 1024) std::vector<char>().swap(bytes_);
@@ -75,7 +75,7 @@ void RequestBody::clear() {
   size_ = 0;
 }
 
-bool store_request_body(Input& in, const char* content_length, const std::string& path) {
+bool store_request_body(input_stream& in, const char* content_length, const std::string& path) {
   long long n = parse_content_length(content_length).value_or(0);
   if (n <= 0) return false;
   // The body is written beside its final name and renamed over it once
@@ -84,7 +84,7 @@ bool store_request_body(Input& in, const char* content_length, const std::string
   // followed) first.
   std::string partial = path + ".part";
   unlink(partial.c_str());
-  UniqueFd file(open(partial.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+  unique_fd file(open(partial.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
   if (!file.valid()) return false;
   bool stored = true;
   char piece[1024];

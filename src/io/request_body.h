@@ -11,7 +11,7 @@
 
 namespace psia {
 
-class Input;
+class input_stream;
 
 // Largest body read into memory. Settings documents are a few kilobytes; a
 // larger CONTENT_LENGTH is refused before anything is allocated.
@@ -23,12 +23,12 @@ std::optional<long long> parse_content_length(const char* text);
 
 // The body of the request in hand, kept by the request context so that its
 // storage is reused from request to request.
-class RequestBody {
+class request_body {
  public:
   // Reads `content_length` bytes and NUL-terminates them. False (and
   // empty) when the length is absent, 0 or too large, or fewer bytes
   // arrive.
-  bool read(Input& in, const char* content_length);
+  bool read(input_stream& in, const char* content_length);
   // The text read ("" when none), up to its first NUL as a C string reads it.
   const char* text() const { return bytes_.empty() ? "" : bytes_.data(); }
   size_t size() const { return size_; }
@@ -44,7 +44,7 @@ class RequestBody {
 // failed upload never leaves a truncated file where the control daemon
 // looks for a complete one. False on any failure, a body shorter than its
 // CONTENT_LENGTH included.
-bool store_request_body(Input& in, const char* content_length, const std::string& path);
+bool store_request_body(input_stream& in, const char* content_length, const std::string& path);
 
 // Reads a dotted quad as a number whose highest byte is the first number
 // (htonl gives the network order); nothing when the text does not start

@@ -24,7 +24,7 @@
 namespace psia {
 
 struct request_context {
-  request_context(Settings process_settings, Clock& process_clock)
+  request_context(runtime_settings process_settings, clock_source& process_clock)
       : settings(std::move(process_settings)),
         clock(process_clock),
         control(clock, log),
@@ -32,21 +32,21 @@ struct request_context {
   request_context(const request_context&) = delete;
   request_context& operator=(const request_context&) = delete;
 
-  Settings settings;
-  Clock& clock;
-  Log log;
+  runtime_settings settings;
+  clock_source& clock;
+  event_log log;
   // The one connection to the configuration database; closed for good once
   // a device identifier has been made (see the System branch).
-  Store store;
+  config_store store;
   // The factory-default database, opened to store a new identifier and then
   // left open.
-  Store factory_store;
-  ControlChannel control;
-  XmlLibrary xml;
-  RequestBody body;
+  config_store factory_store;
+  control_channel control;
+  xml_library xml;
+  request_body body;
 
   // What requests read and change of the camera (camera_state.h).
-  CameraState camera;
+  camera_state camera;
 };
 
 }  // namespace psia

@@ -11,23 +11,23 @@ namespace psia {
 
 namespace {
 
-struct NumberSetting {
+struct number_setting {
   const char* name;
-  int Settings::*field;
+  int runtime_settings::*field;
   int low, high;
   const char* meaning;  // what the values mean, for the message
 };
 
-const NumberSetting kNumbers[] = {
-    {"PSIA_REQUEST_QUEUE_KEY", &Settings::request_queue_key, 1, 2147483647,
+const number_setting kNumbers[] = {
+    {"PSIA_REQUEST_QUEUE_KEY", &runtime_settings::request_queue_key, 1, 2147483647,
      "the control daemon's request queue key"},
-    {"PSIA_REPLY_QUEUE_KEY", &Settings::reply_queue_key, 1, 2147483647,
+    {"PSIA_REPLY_QUEUE_KEY", &runtime_settings::reply_queue_key, 1, 2147483647,
      "the control daemon's reply queue key"},
-    {"PSIA_LOGIN_ATTEMPTS", &Settings::login_attempts, 0, 1000,
+    {"PSIA_LOGIN_ATTEMPTS", &runtime_settings::login_attempts, 0, 1000,
      "failed logins before a lock-out; 0 turns the login guard off"},
-    {"PSIA_LOGIN_LOCKOUT", &Settings::login_lockout, 0, 900,
+    {"PSIA_LOGIN_LOCKOUT", &runtime_settings::login_lockout, 0, 900,
      "seconds of the first lock-out; 0 turns the login guard off"},
-    {"PSIA_LOGIN_BUDGET", &Settings::login_budget, 0, 100000,
+    {"PSIA_LOGIN_BUDGET", &runtime_settings::login_budget, 0, 100000,
      "failed logins a minute from all addresses; 0: no shared budget"},
 };
 
@@ -54,16 +54,16 @@ std::string shown(const char* text) {
 
 }  // namespace
 
-bool read_settings(const EnvironmentLookup& lookup, Settings* settings,
+bool read_settings(const environment_lookup& lookup, runtime_settings* settings,
                    std::vector<std::string>* problems) {
-  Settings& s = *settings;
-  s = Settings();
+  runtime_settings& s = *settings;
+  s = runtime_settings();
   const char* root = lookup("PSIA_ROOT");
   s.root = root != nullptr ? root : "";
   // A trailing slash would double the one every absolute path starts with.
   while (!s.root.empty() && s.root.back() == '/') s.root.pop_back();
   bool usable = true;
-  for (const NumberSetting& n : kNumbers) {
+  for (const number_setting& n : kNumbers) {
     const char* text = lookup(n.name);
     if (text == nullptr || *text == '\0') continue;
     if (read_number(text, n.low, n.high, &(s.*n.field))) continue;
@@ -84,11 +84,11 @@ bool read_settings(const EnvironmentLookup& lookup, Settings* settings,
   return usable;
 }
 
-bool load_settings(Settings* settings, std::vector<std::string>* problems) {
+bool load_settings(runtime_settings* settings, std::vector<std::string>* problems) {
   return read_settings([](const char* name) { return std::getenv(name); }, settings, problems);
 }
 
-std::string Settings::host_path(const std::string& absolute_path) const {
+std::string runtime_settings::host_path(const std::string& absolute_path) const {
   if (root.empty() || absolute_path.empty() || absolute_path[0] != '/') return absolute_path;
   return root + absolute_path;
 }

@@ -15,7 +15,7 @@
 
 namespace psia {
 
-struct Settings {
+struct runtime_settings {
   std::string root;              // PSIA_ROOT, put in front of absolute paths
   int request_queue_key = 1111;  // PSIA_REQUEST_QUEUE_KEY
   int reply_queue_key = 2222;    // PSIA_REPLY_QUEUE_KEY
@@ -35,16 +35,16 @@ struct Settings {
 };
 
 // A variable of the environment, or null (getenv's form).
-using EnvironmentLookup = std::function<const char*(const char* name)>;
+using environment_lookup = std::function<const char*(const char* name)>;
 
 // Reads the settings through `lookup`. False when a value is unusable:
 // `problems` then holds one line per such setting (without a line end),
 // and the responder must not start. An unset or empty variable gives the
 // default.
-bool read_settings(const EnvironmentLookup& lookup, Settings* settings,
+bool read_settings(const environment_lookup& lookup, runtime_settings* settings,
                    std::vector<std::string>* problems);
 // The same from the process environment.
-bool load_settings(Settings* settings, std::vector<std::string>* problems);
+bool load_settings(runtime_settings* settings, std::vector<std::string>* problems);
 
 }  // namespace psia
 

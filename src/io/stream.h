@@ -10,22 +10,22 @@
 
 namespace psia {
 
-class Output {
+class output_stream {
  public:
-  virtual ~Output() = default;
+  virtual ~output_stream() = default;
   virtual void write(const void* data, size_t size) = 0;
   void write_text(const char* text);
 };
 
-class Input {
+class input_stream {
  public:
-  virtual ~Input() = default;
+  virtual ~input_stream() = default;
   // Reads up to `size` bytes; 0 at the end of the body.
   virtual size_t read(void* data, size_t size) = 0;
 };
 
 // Streams over strings, for the tests and the fuzz targets.
-class StringOutput final : public Output {
+class string_output final : public output_stream {
  public:
   void write(const void* data, size_t size) override {
     text.append(static_cast<const char*>(data), size);
@@ -33,9 +33,9 @@ class StringOutput final : public Output {
   std::string text;
 };
 
-class StringInput final : public Input {
+class string_input final : public input_stream {
  public:
-  explicit StringInput(const std::string& text) : text_(text) {}
+  explicit string_input(const std::string& text) : text_(text) {}
   size_t read(void* data, size_t size) override;
 
  private:

@@ -31,12 +31,12 @@ const xmlNode* root_element(const xmlDoc* doc) {
 
 }  // namespace
 
-bool XmlLibrary::load(Log& log) {
+bool xml_library::load(event_log& log) {
   if (read_memory_ != nullptr) return true;
   void* handle = dlopen("libxml2.so.2", RTLD_NOW | RTLD_LOCAL);
   if (handle != nullptr) {
-    read_memory_ = reinterpret_cast<Symbol>(dlsym(handle, "xmlReadMemory"));
-    free_doc_ = reinterpret_cast<Symbol>(dlsym(handle, "xmlFreeDoc"));
+    read_memory_ = reinterpret_cast<symbol_fn>(dlsym(handle, "xmlReadMemory"));
+    free_doc_ = reinterpret_cast<symbol_fn>(dlsym(handle, "xmlFreeDoc"));
   }
   if (read_memory_ == nullptr || free_doc_ == nullptr) {
     log.error("PSIA: libxml2 cannot be loaded: %s\n", handle == nullptr ? dlerror() : "symbols");
@@ -48,34 +48,34 @@ bool XmlLibrary::load(Log& log) {
   return true;
 }
 
-xmlDoc* XmlLibrary::read_memory(const char* text, int size) const {
+xmlDoc* xml_library::read_memory(const char* text, int size) const {
   auto read = reinterpret_cast<decltype(&::xmlReadMemory)>(read_memory_);
   return read(text, size, nullptr, nullptr, kParseOptions);
 }
 
-void XmlLibrary::free_doc(xmlDoc* doc) const {
+void xml_library::free_doc(xmlDoc* doc) const {
   reinterpret_cast<decltype(&::xmlFreeDoc)>(free_doc_)(doc);
 }
 
-XmlNode XmlNode::first_child() const {
-  return XmlNode(node_ != nullptr ? node_->children : nullptr);
+xml_node xml_node::first_child() const {
+  return xml_node(node_ != nullptr ? node_->children : nullptr);
 }
 
-XmlNode::Children XmlNode::children() const {
+xml_node::Children xml_node::children() const {
   return Children(node_ != nullptr ? node_->children : nullptr);
 }
 
-XmlNode::Children::iterator& XmlNode::Children::iterator::operator++() {
+xml_node::Children::iterator& xml_node::Children::iterator::operator++() {
   node_ = node_->next;
   return *this;
 }
 
-bool XmlNode::is(const char* name) const {
+bool xml_node::is(const char* name) const {
   return node_ != nullptr && node_->type == XML_ELEMENT_NODE &&
          strcasecmp(to_text(node_->name), name) == 0;
 }
 
-void XmlNode::copy_text(char* field, size_t size) const {
+void xml_node::copy_text(char* field, size_t size) const {
   // The text of the element's own text and CDATA children, in order.
   // (Without a DTD a body holds no entity references: the parser has
   // already replaced the predefined ones and refused any other.)
@@ -94,29 +94,29 @@ void XmlNode::copy_text(char* field, size_t size) const {
   field[n] = '\0';
 }
 
-int XmlNode::int_text() const {
+int xml_node::int_text() const {
   char value[128];
   copy_text(value);
   return parse_int(value);
 }
 
-double XmlNode::double_text() const {
+double xml_node::double_text() const {
   char value[128];
   copy_text(value);
   return std::strtod(value, nullptr);
 }
 
-bool XmlNode::text_is(const char* word) const {
+bool xml_node::text_is(const char* word) const {
   char value[128];
   copy_text(value);
   return strcasecmp(value, word) == 0;
 }
 
-XmlBody::XmlBody(Request& req, const char* root_name, int wrong_root_code) : library_(req.ctx.xml) {
+xml_body::xml_body(request& req, const char* root_name, int wrong_root_code) : library_(req.ctx.xml) {
   failure_ = kStatusDeviceError;
   if (!req.read_body() || !req.ctx.xml.load(req.log())) return;
   // The parse runs over the text up to its first NUL, as a C string would.
-  const RequestBody& body = req.ctx.body;
+  const request_body& body = req.ctx.body;
   size_t length = strnlen(body.text(), body.size());
   if (length > INT_MAX) return;
   doc_ = library_.read_memory(body.text(), static_cast<int>(length));
@@ -132,9 +132,9 @@ XmlBody::XmlBody(Request& req, const char* root_name, int wrong_root_code) : lib
     failure_ = wrong_root_code;
 }
 
-XmlNode XmlBody::root() const { return XmlNode(doc_ != nullptr ? root_element(doc_) : nullptr); }
+xml_node xml_body::root() const { return xml_node(doc_ != nullptr ? root_element(doc_) : nullptr); }
 
-void XmlBody::release() {
+void xml_body::release() {
   if (doc_ != nullptr) library_.free_doc(doc_);
   doc_ = nullptr;
 }

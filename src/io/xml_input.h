@@ -1,9 +1,9 @@
 // XML input: parsing request bodies and walking their elements.
 //
 // The common pattern of every PUT and POST handler:
-//   XmlBody body(req, "DeviceInfo", kStatusDeviceError);
+//   xml_body body(req, "DeviceInfo", kStatusDeviceError);
 //   if (!body.ok()) return body.failure();
-//   for (XmlNode child : body.root().children())
+//   for (xml_node child : body.root().children())
 //     if (child.is("deviceName")) child.copy_text(name);
 //
 // Only handlers that parse bodies include this header. libxml2's node and
@@ -22,21 +22,21 @@ struct _xmlNode;  // libxml2's xmlNode
 
 namespace psia {
 
-class Request;
-class XmlLibrary;
+class request;
+class xml_library;
 
 // One element or other node of a parsed document (null: none).
-class XmlNode {
+class xml_node {
  public:
   class Children;
-  explicit XmlNode(const _xmlNode* node = nullptr) : node_(node) {}
+  explicit xml_node(const _xmlNode* node = nullptr) : node_(node) {}
   explicit operator bool() const { return node_ != nullptr; }
 
   // True for an element named `name`, compared without regard to case.
   bool is(const char* name) const;
   // The child nodes in document order, text nodes included.
   Children children() const;
-  XmlNode first_child() const;
+  xml_node first_child() const;
   bool has_children() const { return static_cast<bool>(first_child()); }
 
   // Copies the element's text into a fixed field, keeping at most size - 1
@@ -57,12 +57,12 @@ class XmlNode {
   const _xmlNode* node_;
 };
 
-class XmlNode::Children {
+class xml_node::Children {
  public:
   class iterator {
    public:
     explicit iterator(const _xmlNode* node) : node_(node) {}
-    XmlNode operator*() const { return XmlNode(node_); }
+    xml_node operator*() const { return xml_node(node_); }
     iterator& operator++();
     bool operator!=(const iterator& other) const { return node_ != other.node_; }
 
@@ -78,27 +78,27 @@ class XmlNode::Children {
 };
 
 // The request body of a PUT or POST, read, parsed and its root checked.
-class XmlBody {
+class xml_body {
  public:
   // The root must be `root_name` (compared without regard to case). A body
   // that cannot be read or parsed fails with 3, a missing or other root
   // with `wrong_root_code`. Documents with a DTD are refused: no request
   // body needs one, and refusing them shuts out entity expansion and
   // external fetches together.
-  XmlBody(Request& req, const char* root_name, int wrong_root_code);
-  ~XmlBody() { release(); }
-  XmlBody(const XmlBody&) = delete;
-  XmlBody& operator=(const XmlBody&) = delete;
+  xml_body(request& req, const char* root_name, int wrong_root_code);
+  ~xml_body() { release(); }
+  xml_body(const xml_body&) = delete;
+  xml_body& operator=(const xml_body&) = delete;
 
   bool ok() const { return !failure_; }
   // The answer to a body that failed.
-  Answer failure() const { return Answer::status(failure_.value_or(kStatusDeviceError)); }
-  XmlNode root() const;
+  answer failure() const { return answer::status(failure_.value_or(kStatusDeviceError)); }
+  xml_node root() const;
   // Frees the document (before the database work of a handler).
   void release();
 
  private:
-  const XmlLibrary& library_;
+  const xml_library& library_;
   _xmlDoc* doc_ = nullptr;
   std::optional<int> failure_;  // the code to answer; none when the body is good
 };

@@ -13,12 +13,12 @@ struct _xmlDoc;  // libxml2's xmlDoc
 
 namespace psia {
 
-class Log;
+class event_log;
 
-class XmlLibrary {
+class xml_library {
  public:
   // Loads the library if it is not loaded; false when it cannot be.
-  bool load(Log& log);
+  bool load(event_log& log);
   // Only once loaded: parses a document (null when it cannot be), and
   // frees one.
   _xmlDoc* read_memory(const char* text, int size) const;
@@ -27,9 +27,9 @@ class XmlLibrary {
  private:
   // The entry points as the loader finds them; xml_input.cc calls them
   // with their own types.
-  using Symbol = void (*)();
-  Symbol read_memory_ = nullptr;
-  Symbol free_doc_ = nullptr;
+  using symbol_fn = void (*)();
+  symbol_fn read_memory_ = nullptr;
+  symbol_fn free_doc_ = nullptr;
 };
 
 }  // namespace psia

@@ -25,12 +25,12 @@ constexpr int kBusySteps = 6;
 // transaction outlives the call: the camera's other processes see the
 // database exactly as free between statements as they always have. The
 // values are unbound too: they belong to the caller and end with the call.
-class ResetOnExit {
+class reset_on_exit {
  public:
-  explicit ResetOnExit(sqlite3_stmt* stmt) : stmt_(stmt) {}
-  ResetOnExit(const ResetOnExit&) = delete;
-  ResetOnExit& operator=(const ResetOnExit&) = delete;
-  ~ResetOnExit() {
+  explicit reset_on_exit(sqlite3_stmt* stmt) : stmt_(stmt) {}
+  reset_on_exit(const reset_on_exit&) = delete;
+  reset_on_exit& operator=(const reset_on_exit&) = delete;
+  ~reset_on_exit() {
     sqlite3_reset(stmt_);
     sqlite3_clear_bindings(stmt_);
   }
@@ -46,18 +46,18 @@ bool is_busy(int rc) {
 
 }  // namespace
 
-const char* QueryResult::text(int row, int column) const {
+const char* query_result::text(int row, int column) const {
   if (!ok_ || row < 0 || row >= rows_ || column < 0 || column >= columns_) return nullptr;
   int32_t at = offsets_[static_cast<size_t>(row * columns_ + column)];
   return at >= 0 ? cells_.data() + at : nullptr;
 }
 
-int QueryResult::integer(int row, int column, int fallback) const {
+int query_result::integer(int row, int column, int fallback) const {
   const char* cell = text(row, column);
   return cell != nullptr ? parse_int(cell) : fallback;
 }
 
-sqlite3_stmt* StatementCache::statement(sqlite3* db, const char* sql, int* rc) {
+sqlite3_stmt* statement_cache::statement(sqlite3* db, const char* sql, int* rc) {
   const std::string_view key(sql);
   for (auto it = entries_.begin(); it != entries_.end(); ++it) {
     if (std::string_view(it->first) != key) continue;
@@ -81,22 +81,22 @@ sqlite3_stmt* StatementCache::statement(sqlite3* db, const char* sql, int* rc) {
   return stmt;
 }
 
-void StatementCache::clear() {
+void statement_cache::clear() {
   for (auto& entry : entries_) sqlite3_finalize(entry.second);
   entries_.clear();
 }
 
-bool Store::open(const std::string& path, Clock* clock) {
+bool config_store::open(const std::string& path, clock_source* clock) {
   close();
   clock_ = clock;
   log_ = nullptr;
   path_ = path;
   camera_tables_ = false;
-  following_ = open_file(path, false) == StoreOpen::opened;
+  following_ = open_file(path, false) == store_open::opened;
   return following_;
 }
 
-StoreOpen Store::open_camera_database(const std::string& path, Clock* clock, Log* log,
+store_open config_store::open_camera_database(const std::string& path, clock_source* clock, event_log* log,
                                       int64_t patience_us) {
   close();
   clock_ = clock;
@@ -105,20 +105,20 @@ StoreOpen Store::open_camera_database(const std::string& path, Clock* clock, Log
   camera_tables_ = true;
   int64_t deadline = clock->monotonic_us() + patience_us;
   busy_deadline_us_ = deadline;
-  StoreOpen opened;
+  store_open opened;
   // The busy handler waits out the patience; a lock it is not asked about
   // is waited for here, step by step.
-  while ((opened = open_file(path, true)) == StoreOpen::busy) {
+  while ((opened = open_file(path, true)) == store_open::busy) {
     int64_t left = deadline - clock->monotonic_us();
     if (left <= 0) break;
     clock->sleep_us(std::min(left, kBusySteps * kBusyStepUs));
   }
   busy_deadline_us_ = -1;
-  following_ = opened == StoreOpen::opened;
+  following_ = opened == store_open::opened;
   return opened;
 }
 
-StoreOpen Store::open_file(const std::string& path, bool camera_tables) {
+store_open config_store::open_file(const std::string& path, bool camera_tables) {
   struct stat info;
   if (stat(path.c_str(), &info) == 0) {
     file_.device = info.st_dev;
@@ -133,19 +133,19 @@ StoreOpen Store::open_file(const std::string& path, bool camera_tables) {
     // The header is only read lazily; a file that is not a database is
     // found out here rather than at the first request.
     if (camera_tables) {
-      QueryResult tables;
+      query_result tables;
       if (run(&tables, kListTablesSql, nullptr, 0, &rc) && !holds_camera_tables(tables))
         rc = SQLITE_NOTADB;
     } else {
       rc = sqlite3_exec(db_, "select count(*) from sqlite_master", nullptr, nullptr, nullptr);
     }
   }
-  if (rc == SQLITE_OK || rc == SQLITE_DONE) return StoreOpen::opened;
+  if (rc == SQLITE_OK || rc == SQLITE_DONE) return store_open::opened;
   drop_connection();
-  return is_busy(rc) ? StoreOpen::busy : StoreOpen::unusable;
+  return is_busy(rc) ? store_open::busy : store_open::unusable;
 }
 
-void Store::reopen_if_replaced() {
+void config_store::reopen_if_replaced() {
   struct stat info;
   if (!following_ || stat(path_.c_str(), &info) != 0) return;
   bool same_file = info.st_dev == file_.device && info.st_ino == file_.inode;
@@ -154,10 +154,10 @@ void Store::reopen_if_replaced() {
         info.st_size == file_.size &&
         info.st_mtim.tv_sec * int64_t{1000000000} + info.st_mtim.tv_nsec == file_.modified_ns;
   if (same_file) return;
-  Store fresh;
+  config_store fresh;
   fresh.clock_ = clock_;
-  StoreOpen opened = fresh.open_file(path_, camera_tables_);
-  if (opened == StoreOpen::opened) {
+  store_open opened = fresh.open_file(path_, camera_tables_);
+  if (opened == store_open::opened) {
     drop_connection();
     std::swap(db_, fresh.db_);
     sqlite3_busy_handler(db_, db_busy_handler, this);
@@ -171,28 +171,28 @@ void Store::reopen_if_replaced() {
   // and lose every change: the statements fail instead.
   drop_connection();
   // A locked file is looked at again at the next request.
-  if (opened == StoreOpen::busy) return;
+  if (opened == store_open::busy) return;
   file_ = fresh.file_;
   if (log_ != nullptr)
     log_->error("PSIA: database replaced by a file without the camera's tables\n");
   refused_ = true;
 }
 
-void Store::drop_connection() {
+void config_store::drop_connection() {
   statements_.clear();
   if (db_ != nullptr) sqlite3_close(db_);
   db_ = nullptr;
 }
 
-void Store::close() {
+void config_store::close() {
   drop_connection();
   following_ = false;
   refused_ = false;
 }
 
-int Store::db_busy_handler(void* store, int count) {
-  Store* self = static_cast<Store*>(store);
-  Clock* clock = self->clock_;
+int config_store::db_busy_handler(void* store, int count) {
+  config_store* self = static_cast<config_store*>(store);
+  clock_source* clock = self->clock_;
   if (stop_requested()) return 0;
   if (self->busy_deadline_us_ >= 0) {
     int64_t left = self->busy_deadline_us_ - clock->monotonic_us();
@@ -206,7 +206,7 @@ int Store::db_busy_handler(void* store, int count) {
   return stop_requested() ? 0 : 1;
 }
 
-bool Store::run(QueryResult* result, const char* sql, const BoundValue* values, size_t count,
+bool config_store::run(query_result* result, const char* sql, const bound_value* values, size_t count,
                 int* rc) {
   int code = SQLITE_MISUSE;
   if (rc == nullptr) rc = &code;
@@ -214,7 +214,7 @@ bool Store::run(QueryResult* result, const char* sql, const BoundValue* values, 
   if (db_ == nullptr) return false;
   sqlite3_stmt* stmt = statements_.statement(db_, sql, rc);
   if (stmt == nullptr) return false;
-  ResetOnExit reset(stmt);
+  reset_on_exit reset(stmt);
   // A statement and its values that disagree is a fault of the code: it
   // fails rather than run with a parameter left NULL.
   *rc = SQLITE_RANGE;
@@ -249,7 +249,7 @@ bool Store::run(QueryResult* result, const char* sql, const BoundValue* values, 
   return true;
 }
 
-bool Store::copy_cell(const QueryResult& result, char* field, size_t size) {
+bool config_store::copy_cell(const query_result& result, char* field, size_t size) {
   const char* cell = result.text(0, 0);
   if (cell == nullptr) return false;
   copy_bounded(field, size, cell);

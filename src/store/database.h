@@ -7,7 +7,7 @@
 // the database can change what a statement does. A value is a text (a C
 // string, a char field or a std::string) or an integer (int or int64_t);
 // any other type does not compile:
-//   QueryResult row = store.query("select uuid from System");
+//   query_result row = store.query("select uuid from System");
 //   if (row.has_rows()) use(row.text(0, 0));
 //   store.exec("update Network set DDNSHostname=?", name);
 // A bound value means what the same value written into the text as a
@@ -16,7 +16,7 @@
 //
 // Compiling a statement costs more than running it, so the store keeps each
 // statement text it compiled, whatever values it is run with (see
-// StatementCache). The tables and the cells read by position are named in
+// statement_cache). The tables and the cells read by position are named in
 // store/schema.h.
 #ifndef PSIA_STORE_DATABASE_H
 #define PSIA_STORE_DATABASE_H
@@ -37,11 +37,11 @@ struct sqlite3_stmt;
 
 namespace psia {
 
-class Clock;
-class Log;
+class clock_source;
+class event_log;
 
 // The rows of one query as text cells, as the camera's firmware reads them.
-class QueryResult {
+class query_result {
  public:
   // True when the query ran (it may still have returned no row); false when
   // it failed: a database locked past the busy handler's back-off, a closed
@@ -59,7 +59,7 @@ class QueryResult {
   int integer(int row, int column, int fallback) const;
 
  private:
-  friend class Store;
+  friend class config_store;
   std::string cells_;             // every cell's text and its NUL
   std::vector<int32_t> offsets_;  // row-major; -1 for NULL
   int rows_ = 0;
@@ -71,7 +71,7 @@ class QueryResult {
 // their text. Statement texts are constants of the code, so the cache holds
 // a small fixed set; the capacity only bounds it should that ever change
 // (the least recently used statement is then finalized to make room).
-class StatementCache {
+class statement_cache {
  public:
   static constexpr size_t kCapacity = 128;
   // The compiled statement of `sql`, or null when it does not compile.
@@ -87,7 +87,7 @@ class StatementCache {
 
 // A value bound to a statement's parameter: a text, or an integer when
 // `text` is null.
-struct BoundValue {
+struct bound_value {
   const char* text;
   int64_t integer;
 };
@@ -101,38 +101,38 @@ constexpr bool kBindable =
     std::is_same_v<std::decay_t<T>, const char*> || std::is_same_v<std::decay_t<T>, char*> ||
     std::is_same_v<std::decay_t<T>, std::string>;
 
-inline BoundValue bound_value(int value) { return {nullptr, value}; }
-inline BoundValue bound_value(int64_t value) { return {nullptr, value}; }
+inline bound_value to_bound_value(int value) { return {nullptr, value}; }
+inline bound_value to_bound_value(int64_t value) { return {nullptr, value}; }
 // A null text is bound as the text a formatted statement showed for it.
-inline BoundValue bound_value(const char* value) {
+inline bound_value to_bound_value(const char* value) {
   return {value != nullptr ? value : "(NULL)", 0};
 }
-inline BoundValue bound_value(const std::string& value) { return {value.c_str(), 0}; }
+inline bound_value to_bound_value(const std::string& value) { return {value.c_str(), 0}; }
 
 // How opening the camera's database ended.
-enum class StoreOpen {
+enum class store_open {
   opened,
   busy,      // another process held it locked for as long as was waited
   unusable,  // missing, not a database, or without the camera's tables
 };
 
-class Store {
+class config_store {
  public:
-  Store() = default;
-  ~Store() { close(); }
-  Store(const Store&) = delete;
-  Store& operator=(const Store&) = delete;
+  config_store() = default;
+  ~config_store() { close(); }
+  config_store(const config_store&) = delete;
+  config_store& operator=(const config_store&) = delete;
 
   // Opens the database at `path`, which must exist: the schema belongs to
   // the camera's firmware. Installs the busy handler, whose back-off sleeps
   // on `clock`. False (and closed) when the file is not a usable database.
-  bool open(const std::string& path, Clock* clock);
+  bool open(const std::string& path, clock_source* clock);
   // Opens the camera's configuration database, which must also hold every
   // table of store/schema.h. While another process holds it locked, tries
   // for up to `patience_us` on `clock`. A replacement of the file is then
   // checked the same way before it is used (see reopen_if_replaced), and
   // refused with a line on `log`.
-  StoreOpen open_camera_database(const std::string& path, Clock* clock, Log* log,
+  store_open open_camera_database(const std::string& path, clock_source* clock, event_log* log,
                                  int64_t patience_us);
   // Finalizes the kept statements and closes the connection for good; every
   // later statement fails cleanly.
@@ -151,10 +151,10 @@ class Store {
   // A query; a closed store or a failing statement gives a result that is
   // not ok().
   template <size_t N, typename... Values>
-  QueryResult query(const char (&sql)[N], const Values&... values) {
+  query_result query(const char (&sql)[N], const Values&... values) {
     const auto bound = bound_values(values...);
-    QueryResult result;
-    if (!run(&result, sql, bound.data(), bound.size())) result = QueryResult();
+    query_result result;
+    if (!run(&result, sql, bound.data(), bound.size())) result = query_result();
     return result;
   }
   // A change (update, insert, delete); true when it succeeded.
@@ -168,7 +168,7 @@ class Store {
   template <size_t N, typename... Values>
   int query_int(int fallback, const char (&sql)[N], const Values&... values) {
     const auto bound = bound_values(values...);
-    QueryResult result;
+    query_result result;
     return run(&result, sql, bound.data(), bound.size()) ? result.integer(0, 0, fallback)
                                                          : fallback;
   }
@@ -178,7 +178,7 @@ class Store {
   template <size_t N, typename... Values>
   bool query_text(char* field, size_t size, const char (&sql)[N], const Values&... values) {
     const auto bound = bound_values(values...);
-    QueryResult result;
+    query_result result;
     return run(&result, sql, bound.data(), bound.size()) && copy_cell(result, field, size);
   }
 
@@ -193,28 +193,28 @@ class Store {
 
  private:
   template <typename... Args>
-  static std::array<BoundValue, sizeof...(Args)> bound_values(const Args&... args) {
+  static std::array<bound_value, sizeof...(Args)> bound_values(const Args&... args) {
     static_assert((kBindable<Args> && ...),
                   "a statement's values are texts (const char*, std::string) or integers "
                   "(int, int64_t)");
-    return {bound_value(args)...};
+    return {to_bound_value(args)...};
   }
 
   // Runs `sql` with `values` bound to its parameters, in order; fills
   // `result` when given. True when the statement ran to its end; `*rc`
   // (when given) receives SQLite's result code.
-  bool run(QueryResult* result, const char* sql, const BoundValue* values, size_t count,
+  bool run(query_result* result, const char* sql, const bound_value* values, size_t count,
            int* rc = nullptr);
-  static bool copy_cell(const QueryResult& result, char* field, size_t size);
+  static bool copy_cell(const query_result& result, char* field, size_t size);
   // Opens `path` into this closed store; with `camera_tables`, the camera's
   // tables must be there too.
-  StoreOpen open_file(const std::string& path, bool camera_tables);
+  store_open open_file(const std::string& path, bool camera_tables);
   // Closes the connection, keeping what reopen_if_replaced needs.
   void drop_connection();
 
   // The file at path_ when it was last opened or refused. A refused file
   // is also looked at again when it is written in place.
-  struct FileState {
+  struct file_state {
     dev_t device = 0;
     ino_t inode = 0;
     off_t size = 0;
@@ -222,15 +222,15 @@ class Store {
   };
 
   sqlite3* db_ = nullptr;
-  Clock* clock_ = nullptr;
-  Log* log_ = nullptr;
+  clock_source* clock_ = nullptr;
+  event_log* log_ = nullptr;
   std::string path_;
-  FileState file_;
+  file_state file_;
   bool following_ = false;         // reopen_if_replaced watches path_
   bool camera_tables_ = false;     // the file must hold the camera's tables
   bool refused_ = false;           // the file at path_ did not hold them
   int64_t busy_deadline_us_ = -1;  // while opening with patience
-  StatementCache statements_;
+  statement_cache statements_;
 };
 
 }  // namespace psia

@@ -6,7 +6,7 @@
 
 namespace psia {
 
-bool holds_camera_tables(const QueryResult& table_names) {
+bool holds_camera_tables(const query_result& table_names) {
   if (!table_names.ok()) return false;
   for (const char* wanted : kCameraTables) {
     bool found = false;

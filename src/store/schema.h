@@ -12,7 +12,7 @@
 
 namespace psia {
 
-class QueryResult;
+class query_result;
 
 // Every table a resource reads. A database without one of them (an empty
 // file, a half-written copy) would turn every request into a 401 or a 3, so
@@ -29,7 +29,7 @@ constexpr const char* kCameraTables[] = {"Audio",       "AudioStream",  "ClientL
 // compiling an IN list of nineteen names costs a CGI request several times
 // what this one scan does.
 constexpr char kListTablesSql[] = "select name from sqlite_master where type='table'";
-bool holds_camera_tables(const QueryResult& table_names);
+bool holds_camera_tables(const query_result& table_names);
 
 // The cells read by position.
 namespace UserAccountColumn {

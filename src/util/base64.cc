@@ -4,9 +4,9 @@ namespace psia {
 
 namespace {
 
-struct DecodeTable {
+struct decode_table {
   signed char value[256];
-  constexpr DecodeTable() : value() {
+  constexpr decode_table() : value() {
     for (int i = 0; i < 256; ++i) value[i] = -1;
     const char* alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     for (int i = 0; i < 64; ++i)
@@ -14,7 +14,7 @@ struct DecodeTable {
   }
 };
 
-constexpr DecodeTable kTable;
+constexpr decode_table kTable;
 
 }  // namespace
 

@@ -11,9 +11,9 @@
 
 namespace psia {
 
-class Clock {
+class clock_source {
  public:
-  virtual ~Clock() = default;
+  virtual ~clock_source() = default;
   // The camera's clock (gettimeofday).
   virtual timeval wall_time() = 0;
   // Microseconds from an arbitrary start, never going back.
@@ -21,7 +21,7 @@ class Clock {
   virtual void sleep_us(int64_t us) = 0;
 };
 
-class SystemClock final : public Clock {
+class system_clock final : public clock_source {
  public:
   timeval wall_time() override;
   int64_t monotonic_us() override;

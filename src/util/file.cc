@@ -10,7 +10,7 @@
 
 namespace psia {
 
-void UniqueFd::reset(int fd) {
+void unique_fd::reset(int fd) {
   if (fd_ >= 0) close(fd_);
   fd_ = fd;
 }
@@ -35,20 +35,20 @@ bool resolves_within(const std::string& path, const char* within, std::string* r
   return inside;
 }
 
-UniqueFd open_no_follow(const std::string& path) {
-  return UniqueFd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
+unique_fd open_no_follow(const std::string& path) {
+  return unique_fd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
 }
 
 }  // namespace
 
-UniqueFd open_regular_file(const std::string& path, off_t* size, const char* links_within) {
-  UniqueFd fd = open_no_follow(path);
+unique_fd open_regular_file(const std::string& path, off_t* size, const char* links_within) {
+  unique_fd fd = open_no_follow(path);
   std::string resolved;
   if (!fd.valid() && errno == ELOOP && links_within != nullptr &&
       resolves_within(path, links_within, &resolved))
     fd = open_no_follow(resolved);
   struct stat info;
-  if (!fd.valid() || fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) return UniqueFd();
+  if (!fd.valid() || fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) return unique_fd();
   *size = info.st_size;
   return fd;
 }
@@ -56,7 +56,7 @@ UniqueFd open_regular_file(const std::string& path, off_t* size, const char* lin
 bool read_regular_file(const std::string& path, size_t limit, std::string* contents,
                        const char* links_within) {
   off_t size = 0;
-  UniqueFd fd = open_regular_file(path, &size, links_within);
+  unique_fd fd = open_regular_file(path, &size, links_within);
   if (!fd.valid()) return false;
   contents->clear();
   char chunk[4096];
@@ -70,7 +70,7 @@ bool read_regular_file(const std::string& path, size_t limit, std::string* conte
   }
 }
 
-bool LineReader::next(char* line, size_t size) {
+bool line_reader::next(char* line, size_t size) {
   if (at_ >= text_.size() || size < 2) return false;
   size_t n = 0;
   while (n + 1 < size && at_ < text_.size()) {

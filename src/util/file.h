@@ -12,18 +12,18 @@
 
 namespace psia {
 
-class UniqueFd {
+class unique_fd {
  public:
-  UniqueFd() = default;
-  explicit UniqueFd(int fd) : fd_(fd) {}
-  ~UniqueFd() { reset(); }
-  UniqueFd(UniqueFd&& other) noexcept : fd_(other.release()) {}
-  UniqueFd& operator=(UniqueFd&& other) noexcept {
+  unique_fd() = default;
+  explicit unique_fd(int fd) : fd_(fd) {}
+  ~unique_fd() { reset(); }
+  unique_fd(unique_fd&& other) noexcept : fd_(other.release()) {}
+  unique_fd& operator=(unique_fd&& other) noexcept {
     if (this != &other) reset(other.release());
     return *this;
   }
-  UniqueFd(const UniqueFd&) = delete;
-  UniqueFd& operator=(const UniqueFd&) = delete;
+  unique_fd(const unique_fd&) = delete;
+  unique_fd& operator=(const unique_fd&) = delete;
 
   int get() const { return fd_; }
   bool valid() const { return fd_ >= 0; }
@@ -43,7 +43,7 @@ class UniqueFd {
 // in which case a link is followed when it resolves inside that directory
 // (many zoneinfo names are links to others). An invalid descriptor when the
 // file cannot be opened or is not a regular file; `size` gets its size.
-UniqueFd open_regular_file(const std::string& path, off_t* size, const char* links_within = nullptr);
+unique_fd open_regular_file(const std::string& path, off_t* size, const char* links_within = nullptr);
 
 // For the system's own files (/proc/uptime, /etc/resolv.conf), whose names
 // no data chooses: their links are followed wherever they lead (Buildroot's
@@ -58,9 +58,9 @@ bool read_regular_file(const std::string& path, size_t limit, std::string* conte
 
 // The lines of a text as fgets(line, size, file) hands them out: at most
 // size - 1 characters each, the line end included when it fits.
-class LineReader {
+class line_reader {
  public:
-  explicit LineReader(const std::string& text) : text_(text) {}
+  explicit line_reader(const std::string& text) : text_(text) {}
   // False at the end of the text.
   bool next(char* line, size_t size);
 

@@ -20,13 +20,13 @@ size_t format_line(char* line, size_t capacity, const char* format, va_list args
 
 }  // namespace
 
-Log::Log()
+event_log::event_log()
     : stream_([](const char* text, size_t size) {
         ssize_t ignored = write(2, text, size);
         (void)ignored;
       }) {}
 
-void Log::diagnostic(const char* format, ...) {
+void event_log::diagnostic(const char* format, ...) {
   char line[512];
   va_list args;
   va_start(args, format);
@@ -35,7 +35,7 @@ void Log::diagnostic(const char* format, ...) {
   if (size > 0 && stream_) stream_(line, size);
 }
 
-void Log::error(const char* format, ...) {
+void event_log::error(const char* format, ...) {
   char line[512];
   va_list args;
   va_start(args, format);
@@ -56,7 +56,7 @@ void Log::error(const char* format, ...) {
   }
 }
 
-void Log::audit(int priority, const text_buffer& line) {
+void event_log::audit(int priority, const text_buffer& line) {
   if (!syslog_ || line.length() == 0) return;
   if (line.length() <= kLineLimit) {
     syslog_(priority, line.data());

@@ -16,19 +16,19 @@
 
 namespace psia {
 
-class Log {
+class event_log {
  public:
-  using StreamSink = std::function<void(const char* text, size_t size)>;
+  using stream_sink = std::function<void(const char* text, size_t size)>;
   // `priority` is a syslog priority (LOG_ERR ...); `line` has no line end.
-  using SyslogSink = std::function<void(int priority, const char* line)>;
+  using syslog_sink = std::function<void(int priority, const char* line)>;
   // The longest line written; longer ones are cut.
   static constexpr size_t kLineLimit = 511;
 
   // Standard error, and no syslog until one is set.
-  Log();
+  event_log();
 
-  void set_stream(StreamSink sink) { stream_ = std::move(sink); }
-  void set_syslog(SyslogSink sink) { syslog_ = std::move(sink); }
+  void set_stream(stream_sink sink) { stream_ = std::move(sink); }
+  void set_syslog(syslog_sink sink) { syslog_ = std::move(sink); }
 
   // A diagnostic line for the error stream only (a probe that failed, the
   // factory data unreadable): the request goes on.
@@ -40,8 +40,8 @@ class Log {
   void audit(int priority, const text_buffer& line);
 
  private:
-  StreamSink stream_;
-  SyslogSink syslog_;
+  stream_sink stream_;
+  syslog_sink syslog_;
 };
 
 }  // namespace psia

@@ -10,14 +10,14 @@ namespace psia {
 
 namespace {
 
-bool same(const GuardKey& a, const GuardKey& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+bool same(const address_key& a, const address_key& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
-bool locked(const GuardRecord& r, int64_t now_us) { return now_us < r.locked_until; }
+bool locked(const guard_record& r, int64_t now_us) { return now_us < r.locked_until; }
 
 }  // namespace
 
-GuardKey guard_key(const char* address) {
-  GuardKey key{};
+address_key guard_key(const char* address) {
+  address_key key{};
   const char* text = address != nullptr ? address : "";
   // A scope ("fe80::1%eth0") names the interface, not the client.
   char bare[64];
@@ -29,45 +29,45 @@ GuardKey guard_key(const char* address) {
   }
   unsigned char ip[16];
   if (fits && inet_pton(AF_INET, bare, ip) == 1) {
-    key.kind = GuardKey::kIpv4;
+    key.kind = address_key::kIpv4;
     key.size = 4;
     std::memcpy(key.bytes, ip, 4);
   } else if (fits && inet_pton(AF_INET6, bare, ip) == 1) {
     static const unsigned char kMapped[12] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xff, 0xff};
     if (std::memcmp(ip, kMapped, sizeof kMapped) == 0) {
-      key.kind = GuardKey::kIpv4;
+      key.kind = address_key::kIpv4;
       key.size = 4;
       std::memcpy(key.bytes, ip + 12, 4);
     } else {
-      key.kind = GuardKey::kIpv6Prefix;
+      key.kind = address_key::kIpv6Prefix;
       key.size = 8;
       std::memcpy(key.bytes, ip, 8);
     }
   } else {
-    key.kind = GuardKey::kText;
+    key.kind = address_key::kText;
     key.size = static_cast<uint8_t>(std::min(std::strlen(text), sizeof key.bytes));
     std::memcpy(key.bytes, text, key.size);
   }
   return key;
 }
 
-void guard_key_text(const GuardKey& key, char* out, size_t size) {
+void guard_key_text(const address_key& key, char* out, size_t size) {
   if (size == 0) return;
   out[0] = '\0';
   unsigned char ip[16] = {};
   char shown[INET6_ADDRSTRLEN] = "";
   switch (key.kind) {
-    case GuardKey::kIpv4:
+    case address_key::kIpv4:
       std::memcpy(ip, key.bytes, 4);
       if (inet_ntop(AF_INET, ip, shown, sizeof shown) != nullptr)
         std::snprintf(out, size, "%s", shown);
       break;
-    case GuardKey::kIpv6Prefix:
+    case address_key::kIpv6Prefix:
       std::memcpy(ip, key.bytes, 8);
       if (inet_ntop(AF_INET6, ip, shown, sizeof shown) != nullptr)
         std::snprintf(out, size, "%s/64", shown);
       break;
-    case GuardKey::kText: {
+    case address_key::kText: {
       size_t n = std::min(static_cast<size_t>(key.size), size - 1);
       std::memcpy(out, key.bytes, n);
       out[n] = '\0';
@@ -77,7 +77,7 @@ void guard_key_text(const GuardKey& key, char* out, size_t size) {
   }
 }
 
-LoginGuard::LoginGuard(int attempts, int lockout_seconds, int budget) : table_() {
+login_guard::login_guard(int attempts, int lockout_seconds, int budget) : table_() {
   table_.attempts = attempts > 0 ? attempts : 0;
   table_.lockout_us = lockout_seconds > 0 ? static_cast<int64_t>(lockout_seconds) * 1000000 : 0;
   table_.budget = budget > 0 ? budget : 0;
@@ -88,59 +88,59 @@ LoginGuard::LoginGuard(int attempts, int lockout_seconds, int budget) : table_()
 // lies in the past. The budget is spent while one more failure would move
 // it more than a minute ahead: at most `budget` failures at once, then one
 // a share.
-bool LoginGuard::spent(int64_t now_us) const {
+bool login_guard::spent(int64_t now_us) const {
   if (table_.budget == 0) return false;
   int64_t share = kMinuteUs / table_.budget;
   return std::max(table_.budget_due, now_us) + share > now_us + kMinuteUs;
 }
 
-const GuardRecord* LoginGuard::find(const GuardKey& key, bool* known) const {
+const guard_record* login_guard::find(const address_key& key, bool* known) const {
   *known = true;
-  for (const GuardRecord& r : table_.known)
-    if (r.key.kind != GuardKey::kUnused && same(r.key, key)) return &r;
+  for (const guard_record& r : table_.known)
+    if (r.key.kind != address_key::kUnused && same(r.key, key)) return &r;
   *known = false;
-  for (const GuardRecord& r : table_.unknown)
-    if (r.key.kind != GuardKey::kUnused && same(r.key, key)) return &r;
+  for (const guard_record& r : table_.unknown)
+    if (r.key.kind != address_key::kUnused && same(r.key, key)) return &r;
   return nullptr;
 }
 
-GuardRecord* LoginGuard::find(const GuardKey& key, bool* known) {
-  return const_cast<GuardRecord*>(static_cast<const LoginGuard*>(this)->find(key, known));
+guard_record* login_guard::find(const address_key& key, bool* known) {
+  return const_cast<guard_record*>(static_cast<const login_guard*>(this)->find(key, known));
 }
 
-GuardRecord* LoginGuard::free_slot(int64_t now_us) {
-  GuardRecord* oldest = nullptr;
-  for (GuardRecord& r : table_.unknown) {
-    if (r.key.kind == GuardKey::kUnused) return &r;
+guard_record* login_guard::free_slot(int64_t now_us) {
+  guard_record* oldest = nullptr;
+  for (guard_record& r : table_.unknown) {
+    if (r.key.kind == address_key::kUnused) return &r;
     if (!locked(r, now_us) && (oldest == nullptr || r.last_seen < oldest->last_seen)) oldest = &r;
   }
   return oldest;
 }
 
-size_t LoginGuard::size() const {
+size_t login_guard::size() const {
   size_t n = 0;
-  for (const GuardRecord& r : table_.unknown) n += r.key.kind != GuardKey::kUnused;
+  for (const guard_record& r : table_.unknown) n += r.key.kind != address_key::kUnused;
   return n;
 }
 
-LoginGuard::Verdict LoginGuard::admit(const GuardKey& key, int64_t now_us) const {
-  if (!enabled()) return Verdict::check;
+login_guard::guard_verdict login_guard::admit(const address_key& key, int64_t now_us) const {
+  if (!enabled()) return guard_verdict::check;
   bool known = false;
-  const GuardRecord* r = find(key, &known);
-  if (r != nullptr && locked(*r, now_us)) return Verdict::locked_out;
-  if (r != nullptr && known) return Verdict::check;
-  if (spent(now_us)) return Verdict::budget_spent;
+  const guard_record* r = find(key, &known);
+  if (r != nullptr && locked(*r, now_us)) return guard_verdict::locked_out;
+  if (r != nullptr && known) return guard_verdict::check;
+  if (spent(now_us)) return guard_verdict::budget_spent;
   if (r == nullptr) {
     bool room = false;
-    for (const GuardRecord& u : table_.unknown)
-      room = room || u.key.kind == GuardKey::kUnused || !locked(u, now_us);
-    if (!room) return Verdict::table_full;
+    for (const guard_record& u : table_.unknown)
+      room = room || u.key.kind == address_key::kUnused || !locked(u, now_us);
+    if (!room) return guard_verdict::table_full;
   }
-  return Verdict::check;
+  return guard_verdict::check;
 }
 
-LoginGuard::Failure LoginGuard::failed(const GuardKey& key, int64_t now_us) {
-  Failure result;
+login_guard::failed_login login_guard::failed(const address_key& key, int64_t now_us) {
+  failed_login result;
   if (!enabled()) return result;
   if (table_.budget > 0) {
     bool was_spent = spent(now_us);
@@ -155,14 +155,14 @@ LoginGuard::Failure LoginGuard::failed(const GuardKey& key, int64_t now_us) {
     }
   }
   bool known = false;
-  GuardRecord* r = find(key, &known);
+  guard_record* r = find(key, &known);
   if (r == nullptr) {
     r = free_slot(now_us);
     // Every entry is locked out: admit() refuses such an address, so only
     // a check that outlasted a lock-out's end comes here; the budget
     // counted it.
     if (r == nullptr) return result;
-    *r = GuardRecord{};
+    *r = guard_record{};
     r->key = key;
   }
   if (!known) r->last_seen = now_us;
@@ -177,17 +177,17 @@ LoginGuard::Failure LoginGuard::failed(const GuardKey& key, int64_t now_us) {
   return result;
 }
 
-void LoginGuard::succeeded(const GuardKey& key, int64_t now_us) {
+void login_guard::succeeded(const address_key& key, int64_t now_us) {
   if (!enabled()) return;
   bool known = false;
-  GuardRecord* r = find(key, &known);
-  if (r != nullptr && !known) *r = GuardRecord{};
+  guard_record* r = find(key, &known);
+  if (r != nullptr && !known) *r = guard_record{};
   if (!known) {
     // The known address whose last login is oldest makes room; one locked
     // out keeps its place until its lock-out ends.
     r = nullptr;
-    for (GuardRecord& k : table_.known) {
-      if (k.key.kind == GuardKey::kUnused) {
+    for (guard_record& k : table_.known) {
+      if (k.key.kind == address_key::kUnused) {
         r = &k;
         break;
       }
@@ -195,15 +195,15 @@ void LoginGuard::succeeded(const GuardKey& key, int64_t now_us) {
     }
     if (r == nullptr) return;
   }
-  *r = GuardRecord{};
+  *r = guard_record{};
   r->key = key;
   r->last_seen = now_us;
 }
 
-bool LoginGuard::refusal_written(const GuardKey& key, int64_t now_us) {
-  RefusalWindow* free_window = nullptr;
-  for (RefusalWindow& w : table_.refusals) {
-    if (w.key.kind == GuardKey::kUnused) {
+bool login_guard::refusal_written(const address_key& key, int64_t now_us) {
+  refusal_window* free_window = nullptr;
+  for (refusal_window& w : table_.refusals) {
+    if (w.key.kind == address_key::kUnused) {
       if (free_window == nullptr) free_window = &w;
     } else if (same(w.key, key)) {
       ++w.more;

@@ -23,7 +23,7 @@
 // of an address in a minute, then one summary of the rest, so that a
 // brute-force run cannot flush the camera's small log.
 //
-// Its whole memory is one fixed-size plain struct (LoginGuardTable): no
+// Its whole memory is one fixed-size plain struct (login_guard_table): no
 // pointers, no heap, so that it can live in memory shared between
 // processes.
 #ifndef PSIA_UTIL_LOGIN_GUARD_H
@@ -37,7 +37,7 @@ namespace psia {
 
 // A client address as the guard counts it. Unused bytes are zero, so two
 // keys are equal when their bytes are.
-struct GuardKey {
+struct address_key {
   static constexpr uint8_t kUnused = 0, kText = 1, kIpv4 = 4, kIpv6Prefix = 6;
   uint8_t kind;
   uint8_t size;       // bytes used of `bytes`
@@ -45,13 +45,13 @@ struct GuardKey {
 };
 
 // The key of a client address (REMOTE_ADDR as the web server passes it).
-GuardKey guard_key(const char* address);
+address_key guard_key(const char* address);
 // The key as a log shows it: "192.0.2.1", "2001:db8::/64", or the text as
 // it came (for the caller to escape).
-void guard_key_text(const GuardKey& key, char* out, size_t size);
+void guard_key_text(const address_key& key, char* out, size_t size);
 
-struct GuardRecord {
-  GuardKey key;          // kind kUnused: a free slot
+struct guard_record {
+  address_key key;          // kind kUnused: a free slot
   int32_t failures;      // failed logins in a row
   int32_t lockouts;      // lock-outs so far (each doubles the next)
   int64_t locked_until;  // microseconds of the guard's clock
@@ -59,13 +59,13 @@ struct GuardRecord {
 };
 
 // One address's refusals in the current minute of the log.
-struct RefusalWindow {
-  GuardKey key;   // kind kUnused: a free slot
+struct refusal_window {
+  address_key key;   // kind kUnused: a free slot
   int64_t since;  // the refusal that was written
   int32_t more;   // refusals not written since
 };
 
-struct LoginGuardTable {
+struct login_guard_table {
   static constexpr size_t kAddresses = 256;
   static constexpr size_t kKnown = 16;
   static constexpr size_t kRefusalLines = 64;
@@ -75,17 +75,17 @@ struct LoginGuardTable {
   int64_t lockout_us;
   int64_t budget_due;   // when the budget is whole again (see spent())
   int64_t budget_told;  // until then the spent budget is not logged again
-  GuardRecord unknown[kAddresses];
-  GuardRecord known[kKnown];
-  RefusalWindow refusals[kRefusalLines];
+  guard_record unknown[kAddresses];
+  guard_record known[kKnown];
+  refusal_window refusals[kRefusalLines];
   int64_t other_since;  // refusals of addresses the windows cannot hold
   int32_t other_more;
 };
-static_assert(std::is_trivially_copyable<LoginGuardTable>::value &&
-                  std::is_standard_layout<LoginGuardTable>::value,
+static_assert(std::is_trivially_copyable<login_guard_table>::value &&
+                  std::is_standard_layout<login_guard_table>::value,
               "the guard's memory must stay a plain struct");
 
-class LoginGuard {
+class login_guard {
  public:
   static constexpr int64_t kLongestLockoutUs = 15 * 60 * 1000000LL;
   static constexpr int64_t kMinuteUs = 60 * 1000000LL;
@@ -93,55 +93,55 @@ class LoginGuard {
 
   // Zero attempts or a zero lock-out turn the guard off (the budget with
   // it); a zero budget leaves the per-address limit alone.
-  LoginGuard(int attempts, int lockout_seconds, int budget = kDefaultBudget);
+  login_guard(int attempts, int lockout_seconds, int budget = kDefaultBudget);
 
   bool enabled() const { return table_.attempts > 0 && table_.lockout_us > 0; }
 
-  enum class Verdict { check, locked_out, budget_spent, table_full };
+  enum class guard_verdict { check, locked_out, budget_spent, table_full };
   // Whether a login from `key` may be checked now.
-  Verdict admit(const GuardKey& key, int64_t now_us) const;
+  guard_verdict admit(const address_key& key, int64_t now_us) const;
 
-  struct Failure {
+  struct failed_login {
     int64_t lockout_us = 0;     // the lock-out this failure started, or 0
     bool budget_spent = false;  // it spent the budget: worth a log line
   };
-  Failure failed(const GuardKey& key, int64_t now_us);
-  void succeeded(const GuardKey& key, int64_t now_us);
+  failed_login failed(const address_key& key, int64_t now_us);
+  void succeeded(const address_key& key, int64_t now_us);
 
   // A refused login from `key`: true when it is to be written, false when
   // it is only counted for the summary. end_refusal_windows() comes first.
-  bool refusal_written(const GuardKey& key, int64_t now_us);
+  bool refusal_written(const address_key& key, int64_t now_us);
   // Ends the log windows whose minute is over, calling
-  // summary(const GuardKey* key, int more) for each that held refusals not
+  // summary(const address_key* key, int more) for each that held refusals not
   // written (key null: the addresses the windows could not hold).
   template <typename Summary>
   void end_refusal_windows(int64_t now_us, Summary&& summary);
 
   // Unknown addresses held.
   size_t size() const;
-  const LoginGuardTable& table() const { return table_; }
+  const login_guard_table& table() const { return table_; }
 
  private:
   bool spent(int64_t now_us) const;
   // The record of `key`, and whether it is a known address's.
-  GuardRecord* find(const GuardKey& key, bool* known);
-  const GuardRecord* find(const GuardKey& key, bool* known) const;
+  guard_record* find(const address_key& key, bool* known);
+  const guard_record* find(const address_key& key, bool* known) const;
   // A slot for a new unknown address: a free one, else the least recently
   // seen one not locked out; null when every one is locked out.
-  GuardRecord* free_slot(int64_t now_us);
+  guard_record* free_slot(int64_t now_us);
 
-  LoginGuardTable table_;
+  login_guard_table table_;
 };
 
 template <typename Summary>
-void LoginGuard::end_refusal_windows(int64_t now_us, Summary&& summary) {
-  for (RefusalWindow& w : table_.refusals) {
-    if (w.key.kind == GuardKey::kUnused || now_us - w.since < kMinuteUs) continue;
+void login_guard::end_refusal_windows(int64_t now_us, Summary&& summary) {
+  for (refusal_window& w : table_.refusals) {
+    if (w.key.kind == address_key::kUnused || now_us - w.since < kMinuteUs) continue;
     if (w.more > 0) summary(&w.key, static_cast<int>(w.more));
-    w = RefusalWindow{};
+    w = refusal_window{};
   }
   if (table_.other_more > 0 && now_us - table_.other_since >= kMinuteUs) {
-    summary(static_cast<const GuardKey*>(nullptr), static_cast<int>(table_.other_more));
+    summary(static_cast<const address_key*>(nullptr), static_cast<int>(table_.other_more));
     table_.other_more = 0;
   }
 }

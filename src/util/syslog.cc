@@ -12,7 +12,7 @@
 
 namespace psia {
 
-bool SyslogSocket::connect_socket() {
+bool syslog_socket::connect_socket() {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   if (path_.size() >= sizeof address.sun_path) return false;
@@ -24,7 +24,7 @@ bool SyslogSocket::connect_socket() {
   return false;
 }
 
-void SyslogSocket::send(int priority, const char* line) {
+void syslog_socket::send(int priority, const char* line) {
   // The form the system's own syslog() sends: "<PRI>Mmm dd hh:mm:ss
   // ident[pid]: text", stamped in UTC. Not in local time: the process's
   // zone is the one a client last set for the documents (PUT time sets

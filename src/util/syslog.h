@@ -12,9 +12,9 @@
 
 namespace psia {
 
-class SyslogSocket {
+class syslog_socket {
  public:
-  SyslogSocket(std::string socket_path, std::string ident)
+  syslog_socket(std::string socket_path, std::string ident)
       : path_(std::move(socket_path)), ident_(std::move(ident)) {}
 
   // `priority` is a syslog facility and level (LOG_DAEMON | LOG_ERR ...);
@@ -26,7 +26,7 @@ class SyslogSocket {
 
   std::string path_;
   std::string ident_;
-  UniqueFd fd_;
+  unique_fd fd_;
   // The head of the last line ("<PRI>Mmm dd hh:mm:ss ident[pid]: "), kept
   // while its second and priority last: a flood of refused logins is
   // logged without formatting a time for each.

@@ -132,11 +132,11 @@ std::string standard_description(declaration decl = declaration::with_line_end) 
 
 // The event family's documents go out through the same stream as every
 // other answer, with the same header bytes.
-constexpr ContentType kXml = ContentType::xml;
-constexpr ContentType kEventXml = ContentType::xml;
+constexpr content_type kXml = content_type::xml;
+constexpr content_type kEventXml = content_type::xml;
 
-Answer constant(const std::string& doc, ContentType type) {
-  return Answer::constant_document(doc, type);
+answer constant(const std::string& doc, content_type type) {
+  return answer::constant_document(doc, type);
 }
 
 const entry kRootIndex[] = {resource("index"), resource("indexr"),  resource("description"),
@@ -195,7 +195,7 @@ const entry kTree[] = {resource("index"),
 // Each document is made on first use and kept (immutable) for the life of
 // the process: the catalogue never changes.
 #define PSIA_CONSTANT(handler, type, document)     \
-  Answer handler(Request&, const RouteArgs&) {     \
+  answer handler(request&, const route_args&) {     \
     static const std::string kDocument = document; \
     return constant(kDocument, type);              \
   }
@@ -207,8 +207,8 @@ PSIA_CONSTANT(get_system_index, kXml, index_document(kSystemIndex))
 PSIA_CONSTANT(get_system_description, kXml, standard_description())
 PSIA_CONSTANT(get_network_index, kXml, index_document(kNetworkIndex, declaration::bare))
 PSIA_CONSTANT(get_network_description, kXml, standard_description(declaration::bare))
-PSIA_CONSTANT(get_audio_index, ContentType::xml_utf8, index_document(kAudioIndex))
-PSIA_CONSTANT(get_audio_description, ContentType::xml_utf8, standard_description())
+PSIA_CONSTANT(get_audio_index, content_type::xml_utf8, index_document(kAudioIndex))
+PSIA_CONSTANT(get_audio_description, content_type::xml_utf8, standard_description())
 PSIA_CONSTANT(get_video_index, kXml, index_document(kVideoIndex))
 PSIA_CONSTANT(get_video_description, kXml, standard_description())
 PSIA_CONSTANT(get_security_index, kXml, index_document(kSecurityIndex))

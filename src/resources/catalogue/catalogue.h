@@ -8,30 +8,30 @@
 
 namespace psia {
 
-Answer get_psia_indexr(Request& req, const RouteArgs& route);
-Answer get_psia_index(Request& req, const RouteArgs& route);
-Answer get_psia_description(Request& req, const RouteArgs& route);
-Answer get_system_index(Request& req, const RouteArgs& route);
-Answer get_system_description(Request& req, const RouteArgs& route);
-Answer get_network_index(Request& req, const RouteArgs& route);
-Answer get_network_description(Request& req, const RouteArgs& route);
-Answer get_audio_index(Request& req, const RouteArgs& route);
-Answer get_audio_description(Request& req, const RouteArgs& route);
-Answer get_video_index(Request& req, const RouteArgs& route);
-Answer get_video_description(Request& req, const RouteArgs& route);
-Answer get_security_index(Request& req, const RouteArgs& route);
-Answer get_security_description(Request& req, const RouteArgs& route);
-Answer get_aaa_index(Request& req, const RouteArgs& route);
-Answer get_aaa_description(Request& req, const RouteArgs& route);
-Answer get_streaming_index(Request& req, const RouteArgs& route);
-Answer get_streaming_description(Request& req, const RouteArgs& route);
-Answer get_custom_index(Request& req, const RouteArgs& route);
-Answer get_custom_description(Request& req, const RouteArgs& route);
-Answer get_event_index(Request& req, const RouteArgs& route);
-Answer get_event_description(Request& req, const RouteArgs& route);
-Answer get_ptz_index(Request& req, const RouteArgs& route);
-Answer get_ptz_description(Request& req, const RouteArgs& route);
-Answer get_ptz_channels_description(Request& req, const RouteArgs& route);
+answer get_psia_indexr(request& req, const route_args& route);
+answer get_psia_index(request& req, const route_args& route);
+answer get_psia_description(request& req, const route_args& route);
+answer get_system_index(request& req, const route_args& route);
+answer get_system_description(request& req, const route_args& route);
+answer get_network_index(request& req, const route_args& route);
+answer get_network_description(request& req, const route_args& route);
+answer get_audio_index(request& req, const route_args& route);
+answer get_audio_description(request& req, const route_args& route);
+answer get_video_index(request& req, const route_args& route);
+answer get_video_description(request& req, const route_args& route);
+answer get_security_index(request& req, const route_args& route);
+answer get_security_description(request& req, const route_args& route);
+answer get_aaa_index(request& req, const route_args& route);
+answer get_aaa_description(request& req, const route_args& route);
+answer get_streaming_index(request& req, const route_args& route);
+answer get_streaming_description(request& req, const route_args& route);
+answer get_custom_index(request& req, const route_args& route);
+answer get_custom_description(request& req, const route_args& route);
+answer get_event_index(request& req, const route_args& route);
+answer get_event_description(request& req, const route_args& route);
+answer get_ptz_index(request& req, const route_args& route);
+answer get_ptz_description(request& req, const route_args& route);
+answer get_ptz_channels_description(request& req, const route_args& route);
 
 }  // namespace psia
 

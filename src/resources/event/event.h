@@ -9,48 +9,48 @@
 namespace psia {
 
 // The whole event notification document.
-Answer get_event(Request& req, const RouteArgs& route);
-Answer put_event(Request& req, const RouteArgs& route);
+answer get_event(request& req, const route_args& route);
+answer put_event(request& req, const route_args& route);
 
 // Triggers (the trigger id is route.id).
-Answer get_event_trigger_list(Request& req, const RouteArgs& route);
-Answer put_event_trigger_list(Request& req, const RouteArgs& route);
-Answer post_trigger(Request& req, const RouteArgs& route);
-Answer delete_triggers(Request& req, const RouteArgs& route);
-Answer get_event_trigger(Request& req, const RouteArgs& route);
-Answer put_event_trigger(Request& req, const RouteArgs& route);
-Answer delete_event_trigger_notifications(Request& req, const RouteArgs& route);
+answer get_event_trigger_list(request& req, const route_args& route);
+answer put_event_trigger_list(request& req, const route_args& route);
+answer post_trigger(request& req, const route_args& route);
+answer delete_triggers(request& req, const route_args& route);
+answer get_event_trigger(request& req, const route_args& route);
+answer put_event_trigger(request& req, const route_args& route);
+answer delete_event_trigger_notifications(request& req, const route_args& route);
 
 // Per-trigger notification lists (the notification id is route.sub_id).
-Answer get_trigger_notifications(Request& req, const RouteArgs& route);
-Answer put_trigger_notifications(Request& req, const RouteArgs& route);
-Answer post_trigger_notification(Request& req, const RouteArgs& route);
-Answer delete_trigger_notifications(Request& req, const RouteArgs& route);
-Answer get_trigger_notification(Request& req, const RouteArgs& route);
-Answer put_trigger_notification(Request& req, const RouteArgs& route);
-Answer delete_trigger_notification(Request& req, const RouteArgs& route);
+answer get_trigger_notifications(request& req, const route_args& route);
+answer put_trigger_notifications(request& req, const route_args& route);
+answer post_trigger_notification(request& req, const route_args& route);
+answer delete_trigger_notifications(request& req, const route_args& route);
+answer get_trigger_notification(request& req, const route_args& route);
+answer put_trigger_notification(request& req, const route_args& route);
+answer delete_trigger_notification(request& req, const route_args& route);
 
 // Schedule.
-Answer get_event_schedule(Request& req, const RouteArgs& route);
-Answer put_event_schedule(Request& req, const RouteArgs& route);
+answer get_event_schedule(request& req, const route_args& route);
+answer put_event_schedule(request& req, const route_args& route);
 
 // Notification methods (the "one" handlers' id is route.rest).
-Answer get_event_notification(Request& req, const RouteArgs& route);
-Answer put_event_notification(Request& req, const RouteArgs& route);
-Answer get_mailings(Request& req, const RouteArgs& route);
-Answer put_mailings(Request& req, const RouteArgs& route);
-Answer post_mailing(Request& req, const RouteArgs& route);
-Answer delete_mailings(Request& req, const RouteArgs& route);
-Answer get_mailing(Request& req, const RouteArgs& route);
-Answer put_mailing(Request& req, const RouteArgs& route);
-Answer delete_mailing(Request& req, const RouteArgs& route);
-Answer get_ftps(Request& req, const RouteArgs& route);
-Answer put_ftps(Request& req, const RouteArgs& route);
-Answer post_ftp(Request& req, const RouteArgs& route);
-Answer delete_ftps(Request& req, const RouteArgs& route);
-Answer get_ftp(Request& req, const RouteArgs& route);
-Answer put_ftp(Request& req, const RouteArgs& route);
-Answer delete_ftp(Request& req, const RouteArgs& route);
+answer get_event_notification(request& req, const route_args& route);
+answer put_event_notification(request& req, const route_args& route);
+answer get_mailings(request& req, const route_args& route);
+answer put_mailings(request& req, const route_args& route);
+answer post_mailing(request& req, const route_args& route);
+answer delete_mailings(request& req, const route_args& route);
+answer get_mailing(request& req, const route_args& route);
+answer put_mailing(request& req, const route_args& route);
+answer delete_mailing(request& req, const route_args& route);
+answer get_ftps(request& req, const route_args& route);
+answer put_ftps(request& req, const route_args& route);
+answer post_ftp(request& req, const route_args& route);
+answer delete_ftps(request& req, const route_args& route);
+answer get_ftp(request& req, const route_args& route);
+answer put_ftp(request& req, const route_args& route);
+answer delete_ftp(request& req, const route_args& route);
 
 }  // namespace psia
 

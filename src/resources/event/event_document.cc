@@ -6,7 +6,7 @@
 
 namespace psia {
 
-Answer get_event(Request& req, const RouteArgs&) {
+answer get_event(request& req, const route_args&) {
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   doc.append("<EventNotification version=\"1.0\" xmlns=\"urn:psialliance-org\">");
@@ -14,18 +14,18 @@ Answer get_event(Request& req, const RouteArgs&) {
   append_schedule(req, doc);
   append_notification_methods(req, doc);
   doc.append("</EventNotification>");
-  return Answer::document(std::move(doc), ContentType::xml);
+  return answer::document(std::move(doc), content_type::xml);
 }
 
 // Each part of the body is applied as its own resource's PUT would apply
 // it; only a schedule that cannot be stored is reported.
-Answer put_event(Request& req, const RouteArgs&) {
-  XmlBody body(req, "EventNotification", kStatusDeviceError);
+answer put_event(request& req, const route_args&) {
+  xml_body body(req, "EventNotification", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   bool stored = true;
-  for (XmlNode part : body.root().children()) {
+  for (xml_node part : body.root().children()) {
     if (part.is("EventTriggerList")) {
-      for (XmlNode trigger : part.children())
+      for (xml_node trigger : part.children())
         if (trigger.is("EventTrigger")) apply_trigger(req, trigger);
     } else if (part.is("EventSchedule")) {
       stored = apply_schedule(req, part) && stored;
@@ -33,7 +33,7 @@ Answer put_event(Request& req, const RouteArgs&) {
       apply_notification_methods(req, part);
     }
   }
-  return Answer::status(stored ? kStatusOk : kStatusDeviceError);
+  return answer::status(stored ? kStatusOk : kStatusDeviceError);
 }
 
 }  // namespace psia

@@ -11,18 +11,18 @@
 namespace psia {
 
 // False when the camera has no alarm input (no trigger to show).
-bool camera_has_trigger(Request& req);
+bool camera_has_trigger(request& req);
 
 // Elements without an XML declaration.
-void append_trigger_list(Request& req, text_buffer& doc);
-void append_schedule(Request& req, text_buffer& doc);
-void append_notification_methods(Request& req, text_buffer& doc);
+void append_trigger_list(request& req, text_buffer& doc);
+void append_schedule(request& req, text_buffer& doc);
+void append_notification_methods(request& req, text_buffer& doc);
 
 // Apply one body element to the camera's one trigger, its schedule, or its
 // notification destinations. The schedule reports whether it was stored.
-void apply_trigger(Request& req, XmlNode trigger);
-bool apply_schedule(Request& req, XmlNode schedule);
-void apply_notification_methods(Request& req, XmlNode methods);
+void apply_trigger(request& req, xml_node trigger);
+bool apply_schedule(request& req, xml_node schedule);
+void apply_notification_methods(request& req, xml_node methods);
 
 }  // namespace psia
 

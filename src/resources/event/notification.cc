@@ -25,12 +25,12 @@ const destination_kind kMailing = {"MailingNotification", "MailingNotificationLi
                                    25, true};
 const destination_kind kFtp = {"FTPNotification", "FTPNotificationList", "userName", 21, false};
 
-const char* cell(const QueryResult& rows, int r, int c) {
+const char* cell(const query_result& rows, int r, int c) {
   const char* text = rows.text(r, c);
   return text != nullptr ? text : "";
 }
 
-void append_destination(text_buffer& doc, const destination_kind& kind, const QueryResult& rows,
+void append_destination(text_buffer& doc, const destination_kind& kind, const query_result& rows,
                         int r) {
   doc.appendf("<%s version=\"1.0\" xmlns=\"urn:psialliance-org\">", kind.element);
   doc.appendf("<id>%s</id>", cell(rows, r, ServerColumn::kServerName));
@@ -51,23 +51,23 @@ void append_destination(text_buffer& doc, const destination_kind& kind, const Qu
   doc.appendf("</%s>", kind.element);
 }
 
-void append_destination_list(Request& req, text_buffer& doc, const destination_kind& kind) {
-  QueryResult rows = kind.mailing ? req.db().query("select * from SMTPServer")
+void append_destination_list(request& req, text_buffer& doc, const destination_kind& kind) {
+  query_result rows = kind.mailing ? req.db().query("select * from SMTPServer")
                                   : req.db().query("select * from FTPServer");
   doc.appendf("<%s version=\"1.0\" xmlns=\"urn:psialliance-org\">", kind.list_element);
   for (int r = 0; r < rows.rows(); ++r) append_destination(doc, kind, rows, r);
   doc.appendf("</%s>", kind.list_element);
 }
 
-Answer answer_destination_list(Request& req, const destination_kind& kind) {
+answer answer_destination_list(request& req, const destination_kind& kind) {
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   append_destination_list(req, doc, kind);
-  return Answer::document(std::move(doc), ContentType::xml);
+  return answer::document(std::move(doc), content_type::xml);
 }
 
 // One destination, or its empty element when there is no such row.
-Answer answer_destination(const destination_kind& kind, const QueryResult& rows) {
+answer answer_destination(const destination_kind& kind, const query_result& rows) {
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   if (rows.has_rows()) {
@@ -76,7 +76,7 @@ Answer answer_destination(const destination_kind& kind, const QueryResult& rows)
     doc.appendf("<%s version=\"1.0\" xmlns=\"urn:psialliance-org\"></%s>", kind.element,
                 kind.element);
   }
-  return Answer::document(std::move(doc), ContentType::xml);
+  return answer::document(std::move(doc), content_type::xml);
 }
 
 // The fields of a destination element of a body.
@@ -89,10 +89,10 @@ struct destination {
   int port;
 };
 
-destination read_destination(XmlNode element, const destination_kind& kind) {
+destination read_destination(xml_node element, const destination_kind& kind) {
   destination d;
   d.port = kind.default_port;
-  for (XmlNode child : element.children()) {
+  for (xml_node child : element.children()) {
     if (child.is("id")) {
       child.copy_text(d.id);
     } else if (child.is("hostName") || child.is("ipAddress")) {
@@ -112,7 +112,7 @@ destination read_destination(XmlNode element, const destination_kind& kind) {
 
 // Updates the destination the element names (by its id). A statement that
 // fails is not reported: the destination may simply not exist.
-void update_destination(Request& req, XmlNode element, const destination_kind& kind) {
+void update_destination(request& req, xml_node element, const destination_kind& kind) {
   destination d = read_destination(element, kind);
   if (kind.mailing) {
     req.db().exec(
@@ -130,7 +130,7 @@ void update_destination(Request& req, XmlNode element, const destination_kind& k
 // The mailing insert keeps the camera's statement text, which lacks its
 // closing parenthesis: the database refuses it, and mail destinations are
 // only ever changed, never added, through this resource.
-void insert_destination(Request& req, XmlNode element, const destination_kind& kind) {
+void insert_destination(request& req, xml_node element, const destination_kind& kind) {
   destination d = read_destination(element, kind);
   if (kind.mailing) {
     req.db().exec("insert into SMTPServer values (NULL, ?, ?, ?, ?, ?, '', ?, '', '', 0", d.id,
@@ -141,37 +141,37 @@ void insert_destination(Request& req, XmlNode element, const destination_kind& k
   }
 }
 
-void for_each_destination(Request& req, XmlNode list, const destination_kind& kind,
-                          void (*apply)(Request&, XmlNode, const destination_kind&)) {
-  for (XmlNode element : list.children())
+void for_each_destination(request& req, xml_node list, const destination_kind& kind,
+                          void (*apply)(request&, xml_node, const destination_kind&)) {
+  for (xml_node element : list.children())
     if (element.is(kind.element)) apply(req, element, kind);
 }
 
 // PUT of a list, or of one destination (the body's id names the row).
-Answer put_destinations(Request& req, const destination_kind& kind, bool list) {
-  XmlBody body(req, list ? kind.list_element : kind.element, kStatusDeviceError);
+answer put_destinations(request& req, const destination_kind& kind, bool list) {
+  xml_body body(req, list ? kind.list_element : kind.element, kStatusDeviceError);
   if (!body.ok()) return body.failure();
   if (list)
     for_each_destination(req, body.root(), kind, update_destination);
   else
     update_destination(req, body.root(), kind);
-  return Answer::status(kStatusOk);
+  return answer::status(kStatusOk);
 }
 
 // At most three destinations of each kind.
-Answer post_destinations(Request& req, const destination_kind& kind) {
+answer post_destinations(request& req, const destination_kind& kind) {
   int stored = kind.mailing ? req.db().query_int(0, "select count(*) from SMTPServer")
                             : req.db().query_int(0, "select count(*) from FTPServer");
-  if (stored > 2) return Answer::status(kStatusDeviceError);
-  XmlBody body(req, kind.list_element, kStatusDeviceError);
+  if (stored > 2) return answer::status(kStatusDeviceError);
+  xml_body body(req, kind.list_element, kStatusDeviceError);
   if (!body.ok()) return body.failure();
   for_each_destination(req, body.root(), kind, insert_destination);
-  return Answer::status(kStatusOk);
+  return answer::status(kStatusOk);
 }
 
 }  // namespace
 
-void append_notification_methods(Request& req, text_buffer& doc) {
+void append_notification_methods(request& req, text_buffer& doc) {
   doc.append("<EventNotificationMethods version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   append_destination_list(req, doc, kMailing);
   append_destination_list(req, doc, kFtp);
@@ -186,8 +186,8 @@ void append_notification_methods(Request& req, text_buffer& doc) {
   doc.append("</EventNotificationMethods>");
 }
 
-void apply_notification_methods(Request& req, XmlNode methods) {
-  for (XmlNode list : methods.children()) {
+void apply_notification_methods(request& req, xml_node methods) {
+  for (xml_node list : methods.children()) {
     if (list.is(kMailing.list_element))
       for_each_destination(req, list, kMailing, update_destination);
     else if (list.is(kFtp.list_element))
@@ -195,71 +195,71 @@ void apply_notification_methods(Request& req, XmlNode methods) {
   }
 }
 
-Answer get_event_notification(Request& req, const RouteArgs&) {
+answer get_event_notification(request& req, const route_args&) {
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   append_notification_methods(req, doc);
-  return Answer::document(std::move(doc), ContentType::xml);
+  return answer::document(std::move(doc), content_type::xml);
 }
 
 // The combined document changes the destinations it names, as the PUT of
 // each list does; the fixed upload and media formats cannot be changed.
-Answer put_event_notification(Request& req, const RouteArgs&) {
-  XmlBody body(req, "EventNotificationMethods", kStatusDeviceError);
+answer put_event_notification(request& req, const route_args&) {
+  xml_body body(req, "EventNotificationMethods", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   apply_notification_methods(req, body.root());
-  return Answer::status(kStatusOk);
+  return answer::status(kStatusOk);
 }
 
-Answer get_mailings(Request& req, const RouteArgs&) {
+answer get_mailings(request& req, const route_args&) {
   return answer_destination_list(req, kMailing);
 }
 
 // The camera describes its first mail server whatever the id asked for.
-Answer get_mailing(Request& req, const RouteArgs&) {
+answer get_mailing(request& req, const route_args&) {
   return answer_destination(kMailing, req.db().query("select * from SMTPServer"));
 }
 
-Answer put_mailings(Request& req, const RouteArgs&) {
+answer put_mailings(request& req, const route_args&) {
   return put_destinations(req, kMailing, true);
 }
-Answer put_mailing(Request& req, const RouteArgs&) {
+answer put_mailing(request& req, const route_args&) {
   return put_destinations(req, kMailing, false);
 }
-Answer post_mailing(Request& req, const RouteArgs&) { return post_destinations(req, kMailing); }
+answer post_mailing(request& req, const route_args&) { return post_destinations(req, kMailing); }
 
-Answer delete_mailing(Request& req, const RouteArgs& route) {
+answer delete_mailing(request& req, const route_args& route) {
   const char* id = route.rest;
   req.db().exec("delete from SMTPServer where ServerName=?", id);
-  return Answer::status(kStatusOk);
+  return answer::status(kStatusOk);
 }
 
-Answer delete_mailings(Request& req, const RouteArgs&) {
+answer delete_mailings(request& req, const route_args&) {
   req.db().exec("delete from SMTPServer");
-  return Answer::status(kStatusOk);
+  return answer::status(kStatusOk);
 }
 
-Answer get_ftps(Request& req, const RouteArgs&) { return answer_destination_list(req, kFtp); }
+answer get_ftps(request& req, const route_args&) { return answer_destination_list(req, kFtp); }
 
-Answer get_ftp(Request& req, const RouteArgs& route) {
+answer get_ftp(request& req, const route_args& route) {
   const char* id = route.rest;
   return answer_destination(kFtp,
                             req.db().query("select * from FTPServer where ServerName=?", id));
 }
 
-Answer put_ftps(Request& req, const RouteArgs&) { return put_destinations(req, kFtp, true); }
-Answer put_ftp(Request& req, const RouteArgs&) { return put_destinations(req, kFtp, false); }
-Answer post_ftp(Request& req, const RouteArgs&) { return post_destinations(req, kFtp); }
+answer put_ftps(request& req, const route_args&) { return put_destinations(req, kFtp, true); }
+answer put_ftp(request& req, const route_args&) { return put_destinations(req, kFtp, false); }
+answer post_ftp(request& req, const route_args&) { return post_destinations(req, kFtp); }
 
-Answer delete_ftp(Request& req, const RouteArgs& route) {
+answer delete_ftp(request& req, const route_args& route) {
   const char* id = route.rest;
   req.db().exec("delete from FTPServer where ServerName=?", id);
-  return Answer::status(kStatusOk);
+  return answer::status(kStatusOk);
 }
 
-Answer delete_ftps(Request& req, const RouteArgs&) {
+answer delete_ftps(request& req, const route_args&) {
   req.db().exec("delete from FTPServer");
-  return Answer::status(kStatusOk);
+  return answer::status(kStatusOk);
 }
 
 }  // namespace psia

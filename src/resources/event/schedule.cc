@@ -22,8 +22,8 @@ struct schedule_update {
 };
 
 // A TimeBlock naming a day outside 1..7 is ignored whole.
-bool names_a_real_day(XmlNode block) {
-  for (XmlNode child : block.children()) {
+bool names_a_real_day(xml_node block) {
+  for (xml_node child : block.children()) {
     if (!child.is("dayOfWeek")) continue;
     int d = child.int_text();
     if (d < 1 || d > 7) return false;
@@ -34,8 +34,8 @@ bool names_a_real_day(XmlNode block) {
 // The camera keeps one armed day per change: each dayOfWeek replaces the
 // week. The end of a range is read from its minutes field, as the camera's
 // own pages write it.
-void read_time_block(XmlNode block, schedule_update* u) {
-  for (XmlNode child : block.children()) {
+void read_time_block(xml_node block, schedule_update* u) {
+  for (xml_node child : block.children()) {
     if (child.is("dayOfWeek")) {
       int d = child.int_text();
       u->day = d == 7 ? 0 : d;
@@ -43,7 +43,7 @@ void read_time_block(XmlNode block, schedule_update* u) {
     } else if (child.is("bitString")) {
       if (u->day > 0) child.copy_text(u->bits[u->day]);
     } else if (child.is("TimeRange") && u->day >= 0) {
-      for (XmlNode range : child.children()) {
+      for (xml_node range : child.children()) {
         char text[128];
         if (range.is("beginTime")) {
           range.copy_text(text);
@@ -72,8 +72,8 @@ void apply_hour_masks(schedule_update* u) {
 
 }  // namespace
 
-void append_schedule(Request& req, text_buffer& doc) {
-  QueryResult event = req.db().query("select * from Event where Trigger=0");
+void append_schedule(request& req, text_buffer& doc) {
+  query_result event = req.db().query("select * from Event where Trigger=0");
   int week = event.integer(0, EventColumn::kWeek, 0);
   int start = event.integer(0, EventColumn::kStartTime, 0);
   int end = event.integer(0, EventColumn::kEndTime, 0);
@@ -93,11 +93,11 @@ void append_schedule(Request& req, text_buffer& doc) {
   doc.append("</EventSchedule>");
 }
 
-bool apply_schedule(Request& req, XmlNode schedule) {
+bool apply_schedule(request& req, xml_node schedule) {
   schedule_update u;
-  for (XmlNode list : schedule.children()) {
+  for (xml_node list : schedule.children()) {
     if (!list.is("TimeBlockList")) continue;
-    for (XmlNode block : list.children())
+    for (xml_node block : list.children())
       if (block.is("TimeBlock") && names_a_real_day(block)) read_time_block(block, &u);
   }
   apply_hour_masks(&u);
@@ -115,17 +115,17 @@ bool apply_schedule(Request& req, XmlNode schedule) {
                        hundreds(start), hundreds(end));
 }
 
-Answer get_event_schedule(Request& req, const RouteArgs&) {
+answer get_event_schedule(request& req, const route_args&) {
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   append_schedule(req, doc);
-  return Answer::document(std::move(doc), ContentType::xml);
+  return answer::document(std::move(doc), content_type::xml);
 }
 
-Answer put_event_schedule(Request& req, const RouteArgs&) {
-  XmlBody body(req, "EventSchedule", kStatusDeviceError);
+answer put_event_schedule(request& req, const route_args&) {
+  xml_body body(req, "EventSchedule", kStatusDeviceError);
   if (!body.ok()) return body.failure();
-  return Answer::status(apply_schedule(req, body.root()) ? kStatusOk : kStatusDeviceError);
+  return answer::status(apply_schedule(req, body.root()) ? kStatusOk : kStatusDeviceError);
 }
 
 }  // namespace psia

@@ -35,10 +35,10 @@ struct notification {
 
 // The notifications the ids name, in the order relay, FTP, mail; a name
 // that is not found leaves its notification out.
-int read_notifications(Request& req, const notification_ids& ids, notification out[3]) {
+int read_notifications(request& req, const notification_ids& ids, notification out[3]) {
   int n = 0;
   if (ids.relay >= 0) {
-    QueryResult relay =
+    query_result relay =
         req.db().query("select Name, ControlDuration from Relay where RelayID=?", ids.relay);
     if (relay.has_rows() && relay.text(0, 0) != nullptr) {
       std::snprintf(out[n].name, sizeof out[n].name, "%s", relay.text(0, 0));
@@ -73,8 +73,8 @@ void append_notification(text_buffer& doc, const notification& n) {
   doc.append("</EventTriggerNotification>");
 }
 
-bool read_event_row(Request& req, int* interval, notification_ids* ids) {
-  QueryResult event = req.db().query("select * from Event where Trigger=0");
+bool read_event_row(request& req, int* interval, notification_ids* ids) {
+  query_result event = req.db().query("select * from Event where Trigger=0");
   if (!event.has_rows()) return false;
   *interval = event.integer(0, EventColumn::kMinTimeInterval, 0);
   ids->relay = event.integer(0, EventColumn::kRelayId, -1);
@@ -83,7 +83,7 @@ bool read_event_row(Request& req, int* interval, notification_ids* ids) {
   return true;
 }
 
-void append_notification_list(Request& req, text_buffer& doc, const notification_ids& ids) {
+void append_notification_list(request& req, text_buffer& doc, const notification_ids& ids) {
   notification found[3];
   int n = read_notifications(req, ids, found);
   doc.append("<EventTriggerNotificationList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
@@ -92,7 +92,7 @@ void append_notification_list(Request& req, text_buffer& doc, const notification
 }
 
 // The EventTrigger element, shown under `id`.
-void append_trigger(Request& req, text_buffer& doc, const char* id) {
+void append_trigger(request& req, text_buffer& doc, const char* id) {
   doc.append("<EventTrigger version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   doc.appendf("<id>%s</id>", id);
   doc.append("<eventType>IO</eventType>");
@@ -107,14 +107,14 @@ void append_trigger(Request& req, text_buffer& doc, const char* id) {
 }
 
 // The name of sensor 0, the id the trigger is listed under.
-void alarm_input_name(Request& req, char (&name)[128]) {
+void alarm_input_name(request& req, char (&name)[128]) {
   if (!req.db().query_text(name, sizeof name, "select Name from Sensor where SensorID=0"))
     std::snprintf(name, sizeof name, "Sensor-%d", 0);
 }
 
 // True when `id` names the camera's alarm input (sensor 0).
-bool is_alarm_input(Request& req, const char* id) {
-  QueryResult sensor = req.db().query("select SensorID from Sensor where Name=?", id);
+bool is_alarm_input(request& req, const char* id) {
+  query_result sensor = req.db().query("select SensorID from Sensor where Name=?", id);
   return sensor.has_rows() && sensor.integer(0, 0, -1) == 0;
 }
 
@@ -126,9 +126,9 @@ struct notification_request {
 
 // Reads a notification element; an interval, when given, replaces
 // `seconds`.
-notification_request read_notification_element(XmlNode element, int* seconds) {
+notification_request read_notification_element(xml_node element, int* seconds) {
   notification_request r;
-  for (XmlNode child : element.children()) {
+  for (xml_node child : element.children()) {
     if (child.is("id")) {
       child.copy_text(r.name);
     } else if (child.is("notificationMethod")) {
@@ -144,8 +144,8 @@ notification_request read_notification_element(XmlNode element, int* seconds) {
 // notification a trigger, so each one replaces what came before it; a
 // relay's duration is set on the relay itself. Methods are "IO", "FTP" and
 // "SMTP" (the documents say "email" for mail: clients send the other word).
-notification_ids select_notification(Request& req, const notification_request& r, int seconds) {
-  Store& db = req.db();
+notification_ids select_notification(request& req, const notification_request& r, int seconds) {
+  config_store& db = req.db();
   notification_ids ids;
   if (strcasecmp(r.method, "IO") == 0) {
     db.exec("update Relay set ControlDuration=? where Name=?", seconds, r.name);
@@ -159,10 +159,10 @@ notification_ids select_notification(Request& req, const notification_request& r
 }
 
 // The notification ids a list element selects (none for an empty list).
-notification_ids read_notification_list(Request& req, XmlNode list) {
+notification_ids read_notification_list(request& req, xml_node list) {
   notification_ids ids;
   int seconds = 5;
-  for (XmlNode element : list.children()) {
+  for (xml_node element : list.children()) {
     if (!element.is("EventTriggerNotification")) continue;
     notification_request r = read_notification_element(element, &seconds);
     ids = select_notification(req, r, seconds);
@@ -170,27 +170,27 @@ notification_ids read_notification_list(Request& req, XmlNode list) {
   return ids;
 }
 
-void store_trigger(Request& req, int interval, const notification_ids& ids) {
+void store_trigger(request& req, int interval, const notification_ids& ids) {
   req.db().exec(
       "update Event set MinTimeInterval=?, RelayID=?, FTPServerID=?, SMTPServerID=? "
       "where Trigger=?",
       interval, ids.relay, ids.ftp, ids.mail, 0);
 }
 
-void store_notifications(Request& req, const notification_ids& ids) {
+void store_notifications(request& req, const notification_ids& ids) {
   req.db().exec("update Event set RelayID=?, FTPServerID=?, SMTPServerID=? where Trigger=?",
                 ids.relay, ids.ftp, ids.mail, 0);
 }
 
-void clear_notifications(Request& req) {
+void clear_notifications(request& req) {
   req.db().exec("update Event set RelayID=-1, FTPServerID=-1, SMTPServerID=-1 where Trigger=?", 0);
 }
 
 // Applies an EventTrigger element when `trigger_id` names the alarm input.
-void apply_trigger_to(Request& req, XmlNode trigger, const char* trigger_id) {
+void apply_trigger_to(request& req, xml_node trigger, const char* trigger_id) {
   int interval = 5;
   notification_ids ids;
-  for (XmlNode child : trigger.children()) {
+  for (xml_node child : trigger.children()) {
     if (child.is("intervalBetweenEvents"))
       interval = child.int_text();
     else if (child.is("EventTriggerNotificationList"))
@@ -200,7 +200,7 @@ void apply_trigger_to(Request& req, XmlNode trigger, const char* trigger_id) {
 }
 
 // The trigger's notification named `name`, or null.
-const notification* find_notification(Request& req, const char* trigger_id, const char* name,
+const notification* find_notification(request& req, const char* trigger_id, const char* name,
                                       notification (&found)[3]) {
   int interval = 0;
   notification_ids ids;
@@ -214,20 +214,20 @@ const notification* find_notification(Request& req, const char* trigger_id, cons
 
 // A document of one element behind the declaration.
 template <typename Append>
-Answer answer_element(Append append) {
+answer answer_element(Append append) {
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   append(doc);
-  return Answer::document(std::move(doc), ContentType::xml);
+  return answer::document(std::move(doc), content_type::xml);
 }
 
 }  // namespace
 
-bool camera_has_trigger(Request& req) {
+bool camera_has_trigger(request& req) {
   return req.db().query_int(0, "select max_sensor from Spec") != 0;
 }
 
-void append_trigger_list(Request& req, text_buffer& doc) {
+void append_trigger_list(request& req, text_buffer& doc) {
   char name[128];
   alarm_input_name(req, name);
   doc.append("<EventTriggerList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
@@ -236,129 +236,129 @@ void append_trigger_list(Request& req, text_buffer& doc) {
 }
 
 // In a list, every EventTrigger is the camera's one trigger.
-void apply_trigger(Request& req, XmlNode trigger) {
+void apply_trigger(request& req, xml_node trigger) {
   char name[128];
   alarm_input_name(req, name);
   apply_trigger_to(req, trigger, name);
 }
 
-Answer get_event_trigger_list(Request& req, const RouteArgs&) {
-  if (!camera_has_trigger(req)) return Answer::status(kStatusInvalidOperation);
+answer get_event_trigger_list(request& req, const route_args&) {
+  if (!camera_has_trigger(req)) return answer::status(kStatusInvalidOperation);
   return answer_element([&](text_buffer& doc) { append_trigger_list(req, doc); });
 }
 
-Answer put_event_trigger_list(Request& req, const RouteArgs&) {
-  XmlBody body(req, "EventTriggerList", kStatusDeviceError);
+answer put_event_trigger_list(request& req, const route_args&) {
+  xml_body body(req, "EventTriggerList", kStatusDeviceError);
   if (!body.ok()) return body.failure();
-  for (XmlNode trigger : body.root().children())
+  for (xml_node trigger : body.root().children())
     if (trigger.is("EventTrigger")) apply_trigger(req, trigger);
-  return Answer::status(kStatusOk);
+  return answer::status(kStatusOk);
 }
 
 // Triggers are the camera's alarm inputs: they can be neither added nor
 // removed. Deleting the list clears its notifications, as deleting the one
 // trigger does.
-Answer post_trigger(Request&, const RouteArgs&) { return Answer::status(kStatusInvalidOperation); }
+answer post_trigger(request&, const route_args&) { return answer::status(kStatusInvalidOperation); }
 
-Answer delete_triggers(Request& req, const RouteArgs&) {
+answer delete_triggers(request& req, const route_args&) {
   clear_notifications(req);
-  return Answer::status(kStatusOk);
+  return answer::status(kStatusOk);
 }
 
 // An id that names no alarm input is not a trigger of this camera.
-Answer get_event_trigger(Request& req, const RouteArgs& route) {
+answer get_event_trigger(request& req, const route_args& route) {
   const char* trigger_id = route.id;
-  QueryResult sensor = req.db().query("select SensorID from Sensor where Name=?", trigger_id);
+  query_result sensor = req.db().query("select SensorID from Sensor where Name=?", trigger_id);
   if (!sensor.has_rows() || sensor.integer(0, 0, -1) < 0)
-    return Answer::status(kStatusInvalidOperation);
+    return answer::status(kStatusInvalidOperation);
   return answer_element([&](text_buffer& doc) { append_trigger(req, doc, trigger_id); });
 }
 
-Answer put_event_trigger(Request& req, const RouteArgs& route) {
+answer put_event_trigger(request& req, const route_args& route) {
   const char* trigger_id = route.id;
-  XmlBody body(req, "EventTrigger", kStatusDeviceError);
+  xml_body body(req, "EventTrigger", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   apply_trigger_to(req, body.root(), trigger_id);
-  return Answer::status(kStatusOk);
+  return answer::status(kStatusOk);
 }
 
-Answer delete_event_trigger_notifications(Request& req, const RouteArgs& route) {
+answer delete_event_trigger_notifications(request& req, const route_args& route) {
   const char* trigger_id = route.id;
   if (is_alarm_input(req, trigger_id)) clear_notifications(req);
-  return Answer::status(kStatusOk);
+  return answer::status(kStatusOk);
 }
 
 // The per-trigger notification resources: the notification list of the
 // one trigger, and its members by name. They change only the notification
 // ids, never the trigger's interval.
 
-Answer get_trigger_notifications(Request& req, const RouteArgs& route) {
+answer get_trigger_notifications(request& req, const route_args& route) {
   const char* trigger_id = route.id;
-  if (!is_alarm_input(req, trigger_id)) return Answer::status(kStatusInvalidOperation);
+  if (!is_alarm_input(req, trigger_id)) return answer::status(kStatusInvalidOperation);
   int interval = 0;
   notification_ids ids;
   read_event_row(req, &interval, &ids);
   return answer_element([&](text_buffer& doc) { append_notification_list(req, doc, ids); });
 }
 
-Answer put_trigger_notifications(Request& req, const RouteArgs& route) {
+answer put_trigger_notifications(request& req, const route_args& route) {
   const char* trigger_id = route.id;
-  XmlBody body(req, "EventTriggerNotificationList", kStatusDeviceError);
+  xml_body body(req, "EventTriggerNotificationList", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   notification_ids ids = read_notification_list(req, body.root());
   if (is_alarm_input(req, trigger_id)) store_notifications(req, ids);
-  return Answer::status(kStatusOk);
+  return answer::status(kStatusOk);
 }
 
 // Adding a notification replaces the one the trigger had.
-Answer post_trigger_notification(Request& req, const RouteArgs& route) {
+answer post_trigger_notification(request& req, const route_args& route) {
   const char* trigger_id = route.id;
-  XmlBody body(req, "EventTriggerNotification", kStatusDeviceError);
+  xml_body body(req, "EventTriggerNotification", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   int seconds = 5;
   notification_request r = read_notification_element(body.root(), &seconds);
   notification_ids ids = select_notification(req, r, seconds);
   if (is_alarm_input(req, trigger_id)) store_notifications(req, ids);
-  return Answer::status(kStatusOk);
+  return answer::status(kStatusOk);
 }
 
-Answer delete_trigger_notifications(Request& req, const RouteArgs& route) {
+answer delete_trigger_notifications(request& req, const route_args& route) {
   return delete_event_trigger_notifications(req, route);
 }
 
-Answer get_trigger_notification(Request& req, const RouteArgs& route) {
+answer get_trigger_notification(request& req, const route_args& route) {
   const char* trigger_id = route.id;
   const char* notification_id = route.sub_id;
   notification found[3];
   const notification* n = find_notification(req, trigger_id, notification_id, found);
   // The trigger has no such notification.
-  if (n == nullptr) return Answer::status(kStatusDeviceError);
+  if (n == nullptr) return answer::status(kStatusDeviceError);
   return answer_element([&](text_buffer& doc) { append_notification(doc, *n); });
 }
 
 // Sets the relay or server the path names as the trigger's notification;
 // the body gives its method (and a relay's interval).
-Answer put_trigger_notification(Request& req, const RouteArgs& route) {
+answer put_trigger_notification(request& req, const route_args& route) {
   const char* trigger_id = route.id;
   const char* notification_id = route.sub_id;
-  XmlBody body(req, "EventTriggerNotification", kStatusDeviceError);
+  xml_body body(req, "EventTriggerNotification", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   int seconds = 5;
   notification_request r = read_notification_element(body.root(), &seconds);
   std::snprintf(r.name, sizeof r.name, "%s", notification_id);
   notification_ids ids = select_notification(req, r, seconds);
   if (is_alarm_input(req, trigger_id)) store_notifications(req, ids);
-  return Answer::status(kStatusOk);
+  return answer::status(kStatusOk);
 }
 
 // Removes the notification when it is the one the trigger has.
-Answer delete_trigger_notification(Request& req, const RouteArgs& route) {
+answer delete_trigger_notification(request& req, const route_args& route) {
   const char* trigger_id = route.id;
   const char* notification_id = route.sub_id;
   notification found[3];
   if (find_notification(req, trigger_id, notification_id, found) != nullptr)
     clear_notifications(req);
-  return Answer::status(kStatusOk);
+  return answer::status(kStatusOk);
 }
 
 }  // namespace psia

@@ -8,7 +8,7 @@ namespace psia {
 
 namespace {
 
-Answer answer_audio(Request& req, bool list) {
+answer answer_audio(request& req, bool list) {
   bool enabled = req.db().query_int(0, "select Enable from Audio where AudioID=0") != 0;
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
@@ -19,27 +19,27 @@ Answer answer_audio(Request& req, bool list) {
   doc.append("<audioMode>listenonly</audioMode>");
   doc.append("</AudioChannel>");
   if (list) doc.append("</AudioChannelList>");
-  return Answer::document(std::move(doc), ContentType::xml_utf8);
+  return answer::document(std::move(doc), content_type::xml_utf8);
 }
 
 }  // namespace
 
-Answer get_audio_channel(Request& req, const RouteArgs&) { return answer_audio(req, false); }
+answer get_audio_channel(request& req, const route_args&) { return answer_audio(req, false); }
 
-Answer get_audio_channels(Request& req, const RouteArgs&) { return answer_audio(req, true); }
+answer get_audio_channels(request& req, const route_args&) { return answer_audio(req, true); }
 
-Answer put_audio_channel(Request& req, const RouteArgs&) {
-  XmlBody body(req, "AudioChannel", kStatusDeviceError);
+answer put_audio_channel(request& req, const route_args&) {
+  xml_body body(req, "AudioChannel", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   // Audio is switched on only by an explicit "true"; anything else, or no
   // enabled element at all, switches it off.
   int enable = 0;
-  for (XmlNode child : body.root().children())
+  for (xml_node child : body.root().children())
     if (child.is("enabled")) enable = child.text_is("true") ? 1 : 0;
   body.release();
   if (!req.db().exec("update AudioStream set Enable=? where AudioStreamID=0", enable))
-    return Answer::status(kStatusDeviceError);
-  return Answer::status(req.control().send_command(kCommandAudio));
+    return answer::status(kStatusDeviceError);
+  return answer::status(req.control().send_command(kCommandAudio));
 }
 
 }  // namespace psia

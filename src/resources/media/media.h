@@ -9,29 +9,29 @@
 namespace psia {
 
 // Video input channel.
-Answer get_video_inputs(Request& req, const RouteArgs& route);
-Answer get_video_input_channels(Request& req, const RouteArgs& route);
-Answer get_video_input_channel(Request& req, const RouteArgs& route);
-Answer put_video_input_channel(Request& req, const RouteArgs& route);
+answer get_video_inputs(request& req, const route_args& route);
+answer get_video_input_channels(request& req, const route_args& route);
+answer get_video_input_channel(request& req, const route_args& route);
+answer put_video_input_channel(request& req, const route_args& route);
 
 // Audio channel.
-Answer get_audio_channel(Request& req, const RouteArgs& route);
-Answer get_audio_channels(Request& req, const RouteArgs& route);
-Answer put_audio_channel(Request& req, const RouteArgs& route);
+answer get_audio_channel(request& req, const route_args& route);
+answer get_audio_channels(request& req, const route_args& route);
+answer put_audio_channel(request& req, const route_args& route);
 
 // Streaming status.
-Answer get_streaming_status(Request& req, const RouteArgs& route);
-Answer get_streaming_channel_status(Request& req, const RouteArgs& route);
+answer get_streaming_status(request& req, const route_args& route);
+answer get_streaming_channel_status(request& req, const route_args& route);
 
 // Streaming channels.
-Answer get_streaming_channels(Request& req, const RouteArgs& route);
-Answer get_streaming_channel(Request& req, const RouteArgs& route);
-Answer get_streaming_channel_capabilities(Request& req, const RouteArgs& route);
-Answer put_streaming_channel(Request& req, const RouteArgs& route);
-Answer put_streaming_channels(Request& req, const RouteArgs& route);
-Answer post_streaming_channel(Request& req, const RouteArgs& route);
-Answer delete_streaming_channel(Request& req, const RouteArgs& route);
-Answer delete_streaming_channels(Request& req, const RouteArgs& route);
+answer get_streaming_channels(request& req, const route_args& route);
+answer get_streaming_channel(request& req, const route_args& route);
+answer get_streaming_channel_capabilities(request& req, const route_args& route);
+answer put_streaming_channel(request& req, const route_args& route);
+answer put_streaming_channels(request& req, const route_args& route);
+answer post_streaming_channel(request& req, const route_args& route);
+answer delete_streaming_channel(request& req, const route_args& route);
+answer delete_streaming_channels(request& req, const route_args& route);
 
 }  // namespace psia
 

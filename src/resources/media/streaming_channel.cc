@@ -220,8 +220,8 @@ struct shared_settings {
 };
 
 // Reads a stream's row; false when the row marks the stream unusable.
-bool read_video_stream(Request& req, int index, video_stream* out) {
-  QueryResult row = req.db().query(
+bool read_video_stream(request& req, int index, video_stream* out) {
+  query_result row = req.db().query(
       "select Enable, Codec, Resolution, QualityType, Bitrate, Quality, Framerate, GOPSize "
       "from VideoStream where VideoStreamID=?",
       index);
@@ -239,15 +239,15 @@ bool read_video_stream(Request& req, int index, video_stream* out) {
   return out->enable != -1;
 }
 
-int read_video_standard(Request& req, int fallback) {
+int read_video_standard(request& req, int fallback) {
   return req.db().query_int(fallback,
                             "select VideoStandard from VideoChannel where VideoChannelID=0");
 }
 
-shared_settings read_shared_settings(Request& req, int video_standard) {
+shared_settings read_shared_settings(request& req, int video_standard) {
   shared_settings s;
   s.video_standard = video_standard;
-  QueryResult audio = req.db().query("select * from AudioStream where AudioStreamID=0");
+  query_result audio = req.db().query("select * from AudioStream where AudioStreamID=0");
   s.audio_enabled = audio.has_rows() && audio.integer(0, AudioStreamColumn::kEnable, 0) == 1;
   s.audio_codec = audio.has_rows() ? audio.integer(0, AudioStreamColumn::kCodec, 0) : 0;
   s.rtsp_port = req.db().query_int(554, "select RTSPPort from Services");
@@ -258,7 +258,7 @@ shared_settings read_shared_settings(Request& req, int video_standard) {
 // run over the full model names against the kept three-letter family, so
 // they never match and the 176-pixel variants are the ones sent; clients
 // rely on those.
-bool model_has_160_pixel_variant(const DeviceFacts& device) {
+bool model_has_160_pixel_variant(const device_facts& device) {
   const char* family = device.model_prefix;
   if (family[0] == '\0') return false;
   return strncasecmp(family, "KTA3050", 7) == 0 || strncasecmp(family, "KTB3050", 7) == 0 ||
@@ -411,27 +411,27 @@ const char* stream_name(int index) { return index == 0 ? "Master" : "Slave"; }
 
 // The single-channel documents: `values_index` is the row whose values are
 // shown, `id_index` the stream whose id is printed.
-Answer answer_single_channel(Request& req, const channel_layout& layout, int id_index,
+answer answer_single_channel(request& req, const channel_layout& layout, int id_index,
                              int values_index, int standard_fallback) {
   int standard = read_video_standard(req, standard_fallback);
   video_stream v;
-  if (!read_video_stream(req, values_index, &v)) return Answer::status(kStatusDeviceError);
+  if (!read_video_stream(req, values_index, &v)) return answer::status(kStatusDeviceError);
   shared_settings s = read_shared_settings(req, standard);
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   doc.append("<StreamingChannel version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   append_channel(doc, {&layout, id_index + 1, stream_name(id_index), standard == 1, true}, v, s,
                  model_has_160_pixel_variant(req.camera().device));
-  return Answer::document(std::move(doc), ContentType::xml);
+  return answer::document(std::move(doc), content_type::xml);
 }
 
 }  // namespace
 
-Answer get_streaming_channels(Request& req, const RouteArgs&) {
+answer get_streaming_channels(request& req, const route_args&) {
   int standard = read_video_standard(req, 1);
   video_stream master, slave;
   if (!read_video_stream(req, 0, &master) || !read_video_stream(req, 1, &slave))
-    return Answer::status(kStatusDeviceError);
+    return answer::status(kStatusDeviceError);
   shared_settings s = read_shared_settings(req, standard);
   bool fifty_hz = standard != 2;
   bool match = model_has_160_pixel_variant(req.camera().device);
@@ -445,17 +445,17 @@ Answer get_streaming_channels(Request& req, const RouteArgs&) {
   doc.append("    <StreamingChannel version=\"1.0\">");
   append_channel(doc, {&kListEntryLayout, 2, "Slave", fifty_hz, slave_size_known}, slave, s, match);
   doc.append("</StreamingChannelList>");
-  return Answer::document(std::move(doc), ContentType::xml);
+  return answer::document(std::move(doc), content_type::xml);
 }
 
-Answer get_streaming_channel(Request& req, const RouteArgs& route) {
+answer get_streaming_channel(request& req, const route_args& route) {
   int index = stream_index_of(route.rest);
   return answer_single_channel(req, kChannelLayout, index, index, 2);
 }
 
 // The capabilities are those of the master stream, whichever channel the
 // path names.
-Answer get_streaming_channel_capabilities(Request& req, const RouteArgs& route) {
+answer get_streaming_channel_capabilities(request& req, const route_args& route) {
   return answer_single_channel(req, kCapabilitiesLayout, stream_index_of(route.rest), 0, 1);
 }
 

@@ -15,7 +15,7 @@ namespace {
 const size_t kSlaveStatusRestLength = 14;
 
 // One StreamingSessionStatus element per client, `indent` spaces deep.
-void append_sessions(text_buffer& doc, const QueryResult& clients, const char* element,
+void append_sessions(text_buffer& doc, const query_result& clients, const char* element,
                      int indent) {
   for (int r = 0; r < clients.rows(); ++r) {
     const char* address = clients.text(r, ClientListColumn::kClientAddress);
@@ -29,9 +29,9 @@ void append_sessions(text_buffer& doc, const QueryResult& clients, const char* e
 
 }  // namespace
 
-Answer get_streaming_status(Request& req, const RouteArgs&) {
-  QueryResult clients = req.db().query("select * from ClientList");
-  if (!clients.ok()) return Answer::status(kStatusDeviceError);
+answer get_streaming_status(request& req, const route_args&) {
+  query_result clients = req.db().query("select * from ClientList");
+  if (!clients.ok()) return answer::status(kStatusDeviceError);
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   doc.append("<StreamingStatus version=\"1.0\" xmlns=\"urn:psialliance-org\">");
@@ -40,21 +40,21 @@ Answer get_streaming_status(Request& req, const RouteArgs&) {
   append_sessions(doc, clients, "StreamingSessionStatus version=\"1.0\"", 8);
   doc.append("    </StreamingSessionStatusList>");
   doc.append("</StreamingStatus>");
-  return Answer::document(std::move(doc), ContentType::xml);
+  return answer::document(std::move(doc), content_type::xml);
 }
 
-Answer get_streaming_channel_status(Request& req, const RouteArgs& route) {
-  QueryResult clients =
+answer get_streaming_channel_status(request& req, const route_args& route) {
+  query_result clients =
       std::strlen(route.rest) == kSlaveStatusRestLength
           ? req.db().query("select * from ClientList where StreamName='Slave-0'")
           : req.db().query("select * from ClientList where StreamName='Master-0'");
-  if (!clients.has_rows()) return Answer::status(kStatusDeviceError);
+  if (!clients.has_rows()) return answer::status(kStatusDeviceError);
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   doc.append("<StreamingSessionStatusList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   append_sessions(doc, clients, "StreamingSessionStatus", 4);
   doc.append("</StreamingSessionStatusList>");
-  return Answer::document(std::move(doc), ContentType::xml);
+  return answer::document(std::move(doc), content_type::xml);
 }
 
 }  // namespace psia

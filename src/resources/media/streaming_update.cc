@@ -33,7 +33,7 @@ struct channel_update {
   int audio_codec = 2;  // G.726
 };
 
-int stream_index_of_id(XmlNode node) {
+int stream_index_of_id(xml_node node) {
   char id[128];
   node.copy_text(id);
   if (strncasecmp(id, "Master-0", 8) == 0 || id[0] == '1') return 0;
@@ -62,8 +62,8 @@ int quality_step(int fixed_quality) {
   return fixed_quality == 100 ? 0 : 2;
 }
 
-void read_video(XmlNode video, stream_update* s) {
-  for (XmlNode child : video.children()) {
+void read_video(xml_node video, stream_update* s) {
+  for (xml_node child : video.children()) {
     if (child.is("videoCodecType")) {
       s->codec = child.text_is("MJPEG") ? 0 : 1;
     } else if (child.is("videoResolutionWidth")) {
@@ -82,8 +82,8 @@ void read_video(XmlNode video, stream_update* s) {
   }
 }
 
-void read_audio(XmlNode audio, channel_update* u) {
-  for (XmlNode child : audio.children()) {
+void read_audio(xml_node audio, channel_update* u) {
+  for (xml_node child : audio.children()) {
     if (child.is("enabled")) {
       // A number here, unlike the "true"/"false" of the documents.
       u->audio_enabled = child.int_text();
@@ -95,15 +95,15 @@ void read_audio(XmlNode audio, channel_update* u) {
   }
 }
 
-void read_channel(XmlNode channel, channel_update* u) {
-  for (XmlNode child : channel.children()) {
+void read_channel(xml_node channel, channel_update* u) {
+  for (xml_node child : channel.children()) {
     stream_update* s = &u->streams[u->one_stream ? 0 : u->stream];
     if (child.is("id")) {
       u->stream = stream_index_of_id(child);
     } else if (child.is("enabled")) {
       s->enabled = child.text_is("TRUE") ? 1 : 0;
     } else if (child.is("Transport")) {
-      for (XmlNode transport : child.children())
+      for (xml_node transport : child.children())
         if (transport.is("rtspPortNo")) u->rtsp_port = transport.int_text();
     } else if (child.is("Video")) {
       read_video(child, s);
@@ -115,10 +115,10 @@ void read_channel(XmlNode channel, channel_update* u) {
 
 // Reads the body; with `list` the channel is the list's first child node.
 // False when it cannot be read or holds no channel.
-bool read_channel_update(Request& req, bool list, channel_update* u) {
-  XmlBody body(req, list ? "StreamingChannelList" : "StreamingChannel", kStatusDeviceError);
+bool read_channel_update(request& req, bool list, channel_update* u) {
+  xml_body body(req, list ? "StreamingChannelList" : "StreamingChannel", kStatusDeviceError);
   if (!body.ok()) return false;
-  XmlNode channel = body.root();
+  xml_node channel = body.root();
   if (list) {
     channel = channel.first_child();
     if (!channel.is("StreamingChannel")) return false;
@@ -127,38 +127,38 @@ bool read_channel_update(Request& req, bool list, channel_update* u) {
   return true;
 }
 
-bool store_stream(Request& req, const stream_update& s, int index) {
+bool store_stream(request& req, const stream_update& s, int index) {
   return req.db().exec(
       "update VideoStream set Enable=?, Codec=?, Resolution=?, QualityType=?, Bitrate=?, "
       "Quality=?, Framerate=? where VideoStreamID=?",
       s.enabled, s.codec, s.resolution, s.quality_type, s.bit_rate, s.quality, s.frame_rate, index);
 }
 
-void announce_video_stream(Request& req, bool master) {
+void announce_video_stream(request& req, bool master) {
   control_message msg(kCommandVideoStream);
   msg.put_int(kLeadingWord, 0);
-  msg.put_int(VideoStreamPayload::kMaster, master ? 1 : 0);
+  msg.put_int(video_stream_payload::kMaster, master ? 1 : 0);
   req.control().send_control_message(msg);
 }
 
 // The audio and RTSP steps every writer ends with; returns the answer.
-Answer store_shared_settings(Request& req, const channel_update& u) {
+answer store_shared_settings(request& req, const channel_update& u) {
   if (!req.db().exec("update AudioStream set Enable=?, Codec=? where AudioStreamID=0",
                      u.audio_enabled, u.audio_codec))
-    return Answer::status(kStatusDeviceError);
+    return answer::status(kStatusDeviceError);
   req.control().send_command(kCommandAudio);
   if (!req.db().exec("update Services set RTSPPort=?", u.rtsp_port))
-    return Answer::status(kStatusDeviceError);
+    return answer::status(kStatusDeviceError);
   req.control().send_command(kCommandRtspPort);
-  return Answer::status(kStatusOk);
+  return answer::status(kStatusOk);
 }
 
 // Both streams from one body: each element went to the stream in force.
-Answer write_both_streams(Request& req, bool list) {
+answer write_both_streams(request& req, bool list) {
   channel_update u;
-  if (!read_channel_update(req, list, &u)) return Answer::status(kStatusDeviceError);
+  if (!read_channel_update(req, list, &u)) return answer::status(kStatusDeviceError);
   for (int index = 0; index < 2; ++index) {
-    if (!store_stream(req, u.streams[index], index)) return Answer::status(kStatusDeviceError);
+    if (!store_stream(req, u.streams[index], index)) return answer::status(kStatusDeviceError);
     announce_video_stream(req, u.stream == 0);
   }
   return store_shared_settings(req, u);
@@ -167,26 +167,26 @@ Answer write_both_streams(Request& req, bool list) {
 }  // namespace
 
 // The body's id names the stream; the path's id is not consulted.
-Answer put_streaming_channel(Request& req, const RouteArgs&) {
+answer put_streaming_channel(request& req, const route_args&) {
   channel_update u;
   u.one_stream = true;
-  if (!read_channel_update(req, false, &u)) return Answer::status(kStatusDeviceError);
-  if (!store_stream(req, u.streams[0], u.stream)) return Answer::status(kStatusDeviceError);
+  if (!read_channel_update(req, false, &u)) return answer::status(kStatusDeviceError);
+  if (!store_stream(req, u.streams[0], u.stream)) return answer::status(kStatusDeviceError);
   announce_video_stream(req, u.stream == 0);
   return store_shared_settings(req, u);
 }
 
-Answer put_streaming_channels(Request& req, const RouteArgs&) {
+answer put_streaming_channels(request& req, const route_args&) {
   return write_both_streams(req, true);
 }
 
-Answer post_streaming_channel(Request& req, const RouteArgs&) {
+answer post_streaming_channel(request& req, const route_args&) {
   return write_both_streams(req, false);
 }
 
 // Channels are fixed by the encoder: deleting one changes nothing.
-Answer delete_streaming_channel(Request&, const RouteArgs&) { return Answer::status(kStatusOk); }
+answer delete_streaming_channel(request&, const route_args&) { return answer::status(kStatusOk); }
 
-Answer delete_streaming_channels(Request&, const RouteArgs&) { return Answer::status(kStatusOk); }
+answer delete_streaming_channels(request&, const route_args&) { return answer::status(kStatusOk); }
 
 }  // namespace psia

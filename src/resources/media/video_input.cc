@@ -19,9 +19,9 @@ struct video_input_levels {
 // Answers the channel's elements inside `depth` wrapping elements, each
 // opened on the way in and closed on the way out; the elements sit four
 // spaces deeper than the innermost wrapper.
-Answer answer_video_document(Request& req, const char* const opens[], const char* const closes[],
+answer answer_video_document(request& req, const char* const opens[], const char* const closes[],
                              int depth) {
-  QueryResult row = req.db().query("select * from VideoChannel where VideoChannelID=0");
+  query_result row = req.db().query("select * from VideoChannel where VideoChannelID=0");
   namespace C = VideoChannelColumn;
   video_input_levels v{row.integer(0, C::kVideoStandard, 1), row.integer(0, C::kBrightness, 50),
                        row.integer(0, C::kContrast, 50), row.integer(0, C::kHue, 50)};
@@ -37,12 +37,12 @@ Answer answer_video_document(Request& req, const char* const opens[], const char
   doc.appendf("%*s<contrastLevel>%d</contrastLevel>", indent, "", v.contrast);
   doc.appendf("%*s<hueLevel>%d</hueLevel>", indent, "", v.hue);
   for (int i = depth - 1; i >= 0; --i) doc.append(closes[i]);
-  return Answer::document(std::move(doc), ContentType::xml);
+  return answer::document(std::move(doc), content_type::xml);
 }
 
 }  // namespace
 
-Answer get_video_inputs(Request& req, const RouteArgs&) {
+answer get_video_inputs(request& req, const route_args&) {
   static const char* const kOpens[] = {"<VideoInput version=\"1.0\" xmlns=\"urn:psialliance-org\">",
                                        "    <VideoInputChannelList version=\"1.0\">",
                                        "        <VideoInputChannel version=\"1.0\">"};
@@ -51,7 +51,7 @@ Answer get_video_inputs(Request& req, const RouteArgs&) {
   return answer_video_document(req, kOpens, kCloses, 3);
 }
 
-Answer get_video_input_channels(Request& req, const RouteArgs&) {
+answer get_video_input_channels(request& req, const route_args&) {
   static const char* const kOpens[] = {
       "<VideoInputChannelList version=\"1.0\" xmlns=\"urn:psialliance-org\">",
       "    <VideoInputChannel version=\"1.0\">"};
@@ -59,7 +59,7 @@ Answer get_video_input_channels(Request& req, const RouteArgs&) {
   return answer_video_document(req, kOpens, kCloses, 2);
 }
 
-Answer get_video_input_channel(Request& req, const RouteArgs&) {
+answer get_video_input_channel(request& req, const route_args&) {
   static const char* const kOpens[] = {
       "<VideoInputChannel version=\"1.0\" xmlns=\"urn:psialliance-org\">"};
   static const char* const kCloses[] = {"</VideoInputChannel>"};
@@ -69,11 +69,11 @@ Answer get_video_input_channel(Request& req, const RouteArgs&) {
 // The body's id is the row key as it stands (a body without one updates
 // row -1): the camera's daemon re-reads the row it is told about, and
 // clients send the id of the row they mean.
-Answer put_video_input_channel(Request& req, const RouteArgs&) {
-  XmlBody body(req, "VideoInputChannel", kStatusDeviceError);
+answer put_video_input_channel(request& req, const route_args&) {
+  xml_body body(req, "VideoInputChannel", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   int id = -1, brightness = 0, contrast = 0, hue = 0;
-  for (XmlNode child : body.root().children()) {
+  for (xml_node child : body.root().children()) {
     if (child.is("id")) {
       id = child.int_text();
     } else if (child.is("brightnessLevel")) {
@@ -88,10 +88,10 @@ Answer put_video_input_channel(Request& req, const RouteArgs&) {
   if (!req.db().exec(
           "update VideoChannel set Brightness=?, Contrast=?, Hue=? where VideoChannelID=?",
           brightness, contrast, hue, id))
-    return Answer::status(kStatusDeviceError);
+    return answer::status(kStatusDeviceError);
   control_message msg(kCommandVideoInput);
-  msg.put_int(VideoInputPayload::kChannel, id);
-  return Answer::status(req.control().send_control_message(msg));
+  msg.put_int(video_input_payload::kChannel, id);
+  return answer::status(req.control().send_control_message(msg));
 }
 
 }  // namespace psia

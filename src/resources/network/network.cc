@@ -29,7 +29,7 @@ struct interface_state {
   char secondary_dns[kIpv4TextSize];
 };
 
-interface_state read_interface_state(Request& req) {
+interface_state read_interface_state(request& req) {
   interface_state state;
   // Without a stored row the camera behaves as a DHCP client.
   state.connection_type = req.db().query_int(1, "select ConnectionType from Network");
@@ -98,13 +98,13 @@ void append_interface_body(text_buffer& doc, const interface_state& state, int i
 // fill appends. The network documents keep the ResponseStatus form of the
 // declaration (a bare \n), unlike the other GET documents.
 template <typename Fill>
-Answer network_document(const char* element, Fill fill) {
+answer network_document(const char* element, Fill fill) {
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n");
   doc.appendf("<%s version=\"1.0\" xmlns=\"urn:psialliance-org\">\n", element);
   fill(doc);
   doc.appendf("</%s>\n", element);
-  return Answer::document(std::move(doc), ContentType::xml);
+  return answer::document(std::move(doc), content_type::xml);
 }
 
 // ---------------------------------------------------------------------------
@@ -124,16 +124,16 @@ struct network_settings {
 // Copies the text of every ipAddress child of `block` into `field`; a later
 // one overwrites an earlier one.
 template <size_t N>
-void read_nested_address(XmlNode block, char (&field)[N]) {
-  for (XmlNode child : block.children())
+void read_nested_address(xml_node block, char (&field)[N]) {
+  for (xml_node child : block.children())
     if (child.is("ipAddress")) child.copy_text(field);
 }
 
 // Reads the children of an IPAddress element. False for an empty element,
 // an IP version other than v4, or no addressing type.
-bool read_network_settings(XmlNode element, network_settings* settings) {
+bool read_network_settings(xml_node element, network_settings* settings) {
   if (!element.has_children()) return false;
-  for (XmlNode child : element.children()) {
+  for (xml_node child : element.children()) {
     if (child.is("ipVersion")) {
       if (!child.text_is("v4")) return false;
     } else if (child.is("addressingType")) {
@@ -156,13 +156,13 @@ bool read_network_settings(XmlNode element, network_settings* settings) {
 }
 
 // Stores the settings and has the daemon apply them.
-Answer apply_network_settings(Request& req, const network_settings& settings) {
+answer apply_network_settings(request& req, const network_settings& settings) {
   if (!settings.is_static) {
     // A DHCP client takes its addresses from the server: only the mode is
     // stored, and the addresses of the request are not used.
     if (!req.db().exec("update Network set ConnectionType=1"))
-      return Answer::status(kStatusDeviceError);
-    return Answer::status(req.control().send_command(kCommandNetworkApply));
+      return answer::status(kStatusDeviceError);
+    return answer::status(req.control().send_command(kCommandNetworkApply));
   }
 
   // A request without a secondary server keeps the stored one.
@@ -179,67 +179,67 @@ Answer apply_network_settings(Request& req, const network_settings& settings) {
         "Gateway=?, PrimaryDNS=?",
         settings.ip_address, settings.subnet_mask, settings.gateway, settings.primary_dns);
   }
-  if (!stored) return Answer::status(kStatusDeviceError);
+  if (!stored) return answer::status(kStatusDeviceError);
 
   // Static addressing takes two steps: the daemon applies the settings
   // (41), and only when that worked is the second step (42) asked for.
-  ControlResult applied = req.control().send_command(kCommandNetworkApply);
-  if (applied != ControlResult::ok) return Answer::status(applied);
-  return Answer::status(req.control().send_command(kCommandNetworkStatic));
+  control_result applied = req.control().send_command(kCommandNetworkApply);
+  if (applied != control_result::ok) return answer::status(applied);
+  return answer::status(req.control().send_command(kCommandNetworkStatic));
 }
 
 // Reads the settings of an IPAddress element and applies them.
-Answer update_network(Request& req, XmlNode element) {
+answer update_network(request& req, xml_node element) {
   network_settings settings;
-  if (!read_network_settings(element, &settings)) return Answer::status(kStatusDeviceError);
+  if (!read_network_settings(element, &settings)) return answer::status(kStatusDeviceError);
   return apply_network_settings(req, settings);
 }
 
 }  // namespace
 
-Answer get_ip_address(Request& req, const RouteArgs&) {
+answer get_ip_address(request& req, const route_args&) {
   interface_state state = read_interface_state(req);
   return network_document("IPAddress",
                           [&](text_buffer& doc) { append_ip_address_elements(doc, state, kStep); });
 }
 
-Answer put_ip_address(Request& req, const RouteArgs&) {
-  XmlBody body(req, "IPAddress", kStatusInvalidXmlFormat);
+answer put_ip_address(request& req, const route_args&) {
+  xml_body body(req, "IPAddress", kStatusInvalidXmlFormat);
   if (!body.ok()) return body.failure();
   return update_network(req, body.root());
 }
 
-Answer get_discovery(Request&, const RouteArgs&) {
+answer get_discovery(request&, const route_args&) {
   return network_document("Discovery", [](text_buffer& doc) { append_zeroconf(doc, kStep); });
 }
 
 // Discovery has nothing to change: the request is accepted and ignored.
-Answer put_discovery(Request&, const RouteArgs&) { return Answer::status(kStatusOk); }
+answer put_discovery(request&, const route_args&) { return answer::status(kStatusOk); }
 
-Answer get_network_interface(Request& req, const RouteArgs&) {
+answer get_network_interface(request& req, const route_args&) {
   interface_state state = read_interface_state(req);
   return network_document("NetworkInterface",
                           [&](text_buffer& doc) { append_interface_body(doc, state, kStep); });
 }
 
-Answer put_network_interface(Request& req, const RouteArgs&) {
-  XmlBody body(req, "NetworkInterface", kStatusInvalidXmlFormat);
+answer put_network_interface(request& req, const route_args&) {
+  xml_body body(req, "NetworkInterface", kStatusInvalidXmlFormat);
   if (!body.ok()) return body.failure();
   // The settings are those of the IPAddress child; the id, when given,
   // must name the camera's one interface.
-  XmlNode settings;
-  for (XmlNode child : body.root().children()) {
+  xml_node settings;
+  for (xml_node child : body.root().children()) {
     if (child.is("id")) {
-      if (!child.text_is("eth0")) return Answer::status(kStatusDeviceError);
+      if (!child.text_is("eth0")) return answer::status(kStatusDeviceError);
     } else if (child.is("IPAddress")) {
       settings = child;
     }
   }
-  if (!settings) return Answer::status(kStatusDeviceError);
+  if (!settings) return answer::status(kStatusDeviceError);
   return update_network(req, settings);
 }
 
-Answer get_network_interface_list(Request& req, const RouteArgs&) {
+answer get_network_interface_list(request& req, const route_args&) {
   interface_state state = read_interface_state(req);
   return network_document("NetworkInterfaceList", [&](text_buffer& doc) {
     doc.appendf("%*s<NetworkInterface version=\"1.0\">\n", kStep, "");

@@ -7,13 +7,13 @@
 
 namespace psia {
 
-Answer get_ip_address(Request& req, const RouteArgs& route);
-Answer put_ip_address(Request& req, const RouteArgs& route);
-Answer get_discovery(Request& req, const RouteArgs& route);
-Answer put_discovery(Request& req, const RouteArgs& route);
-Answer get_network_interface(Request& req, const RouteArgs& route);
-Answer put_network_interface(Request& req, const RouteArgs& route);
-Answer get_network_interface_list(Request& req, const RouteArgs& route);
+answer get_ip_address(request& req, const route_args& route);
+answer put_ip_address(request& req, const route_args& route);
+answer get_discovery(request& req, const route_args& route);
+answer put_discovery(request& req, const route_args& route);
+answer get_network_interface(request& req, const route_args& route);
+answer put_network_interface(request& req, const route_args& route);
+answer get_network_interface_list(request& req, const route_args& route);
 
 }  // namespace psia
 

@@ -8,29 +8,29 @@
 namespace psia {
 
 // Channels (route.number is the channel number of the path).
-Answer get_ptz_channel_list(Request& req, const RouteArgs& route);
-Answer put_ptz_channel_list(Request& req, const RouteArgs& route);
-Answer get_ptz_channel(Request& req, const RouteArgs& route);
-Answer put_ptz_channel(Request& req, const RouteArgs& route);
-Answer accept_ptz_noop(Request& req, const RouteArgs& route);
+answer get_ptz_channel_list(request& req, const route_args& route);
+answer put_ptz_channel_list(request& req, const route_args& route);
+answer get_ptz_channel(request& req, const route_args& route);
+answer put_ptz_channel(request& req, const route_args& route);
+answer accept_ptz_noop(request& req, const route_args& route);
 
 // Presets (route.number is the preset number of the path).
-Answer get_ptz_preset_list(Request& req, const RouteArgs& route);
-Answer put_ptz_preset_list(Request& req, const RouteArgs& route);
-Answer post_ptz_preset(Request& req, const RouteArgs& route);
-Answer delete_ptz_presets(Request& req, const RouteArgs& route);
-Answer get_ptz_preset(Request& req, const RouteArgs& route);
-Answer put_ptz_preset(Request& req, const RouteArgs& route);
-Answer goto_ptz_preset(Request& req, const RouteArgs& route);
-Answer delete_ptz_preset(Request& req, const RouteArgs& route);
+answer get_ptz_preset_list(request& req, const route_args& route);
+answer put_ptz_preset_list(request& req, const route_args& route);
+answer post_ptz_preset(request& req, const route_args& route);
+answer delete_ptz_presets(request& req, const route_args& route);
+answer get_ptz_preset(request& req, const route_args& route);
+answer put_ptz_preset(request& req, const route_args& route);
+answer goto_ptz_preset(request& req, const route_args& route);
+answer delete_ptz_preset(request& req, const route_args& route);
 
 // Motion and status (the channel number is not used: the camera has one
 // PTZ unit).
-Answer put_ptz_home_position(Request& req, const RouteArgs& route);
-Answer put_ptz_continuous(Request& req, const RouteArgs& route);
-Answer put_ptz_absolute(Request& req, const RouteArgs& route);
-Answer reject_ptz_operation(Request& req, const RouteArgs& route);
-Answer get_ptz_status(Request& req, const RouteArgs& route);
+answer put_ptz_home_position(request& req, const route_args& route);
+answer put_ptz_continuous(request& req, const route_args& route);
+answer put_ptz_absolute(request& req, const route_args& route);
+answer reject_ptz_operation(request& req, const route_args& route);
+answer get_ptz_status(request& req, const route_args& route);
 
 }  // namespace psia
 

@@ -10,8 +10,8 @@ namespace psia {
 
 namespace {
 
-Answer answer_channel(Request& req, bool list, int id) {
-  QueryResult row = req.db().query("select * from PTZControl where VideoChannelID=0");
+answer answer_channel(request& req, bool list, int id) {
+  query_result row = req.db().query("select * from PTZControl where VideoChannelID=0");
   bool enabled = row.integer(0, PtzControlColumn::kEnable, 0) == 1;
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
@@ -23,7 +23,7 @@ Answer answer_channel(Request& req, bool list, int id) {
   doc.append("<controlProtocol>Aldex Pellix</controlProtocol>");
   doc.append("</PTZChannel>");
   if (list) doc.append("</PTZChannelList>");
-  return Answer::document(std::move(doc), ContentType::xml);
+  return answer::document(std::move(doc), content_type::xml);
 }
 
 // What a PTZChannel element sets. "enabled" can only switch control on:
@@ -34,8 +34,8 @@ struct channel_update {
   char video_input[32] = "";
 };
 
-void read_channel(XmlNode channel, channel_update* u) {
-  for (XmlNode child : channel.children()) {
+void read_channel(xml_node channel, channel_update* u) {
+  for (xml_node child : channel.children()) {
     if (child.is("id")) {
       child.copy_text(u->id);
     } else if (child.is("enabled")) {
@@ -47,25 +47,25 @@ void read_channel(XmlNode channel, channel_update* u) {
 }
 
 // Stores the setting and tells the daemon; answers its status.
-Answer apply(Request& req, bool all_rows, int enable) {
+answer apply(request& req, bool all_rows, int enable) {
   bool stored =
       all_rows ? req.db().exec("update PTZControl set Enable=?", enable)
                : req.db().exec("update PTZControl set Enable=? where VideoChannelID=0", enable);
-  if (!stored) return Answer::status(kStatusDeviceError);
-  return Answer::status(req.control().send_command(kCommandPtzControl));
+  if (!stored) return answer::status(kStatusDeviceError);
+  return answer::status(req.control().send_command(kCommandPtzControl));
 }
 
 }  // namespace
 
-Answer get_ptz_channel_list(Request& req, const RouteArgs&) { return answer_channel(req, true, 0); }
+answer get_ptz_channel_list(request& req, const route_args&) { return answer_channel(req, true, 0); }
 
 // Any channel number shows channel 0's setting under the number asked for.
-Answer get_ptz_channel(Request& req, const RouteArgs& route) {
+answer get_ptz_channel(request& req, const route_args& route) {
   return answer_channel(req, false, route.number);
 }
 
-Answer put_ptz_channel(Request& req, const RouteArgs&) {
-  XmlBody body(req, "PTZChannel", kStatusInvalidXmlFormat);
+answer put_ptz_channel(request& req, const route_args&) {
+  xml_body body(req, "PTZChannel", kStatusInvalidXmlFormat);
   if (!body.ok()) return body.failure();
   channel_update u;
   read_channel(body.root(), &u);
@@ -73,18 +73,18 @@ Answer put_ptz_channel(Request& req, const RouteArgs&) {
 }
 
 // The list may only name channel 0 on video input 0.
-Answer put_ptz_channel_list(Request& req, const RouteArgs&) {
-  XmlBody body(req, "PTZChannelList", kStatusInvalidXmlFormat);
+answer put_ptz_channel_list(request& req, const route_args&) {
+  xml_body body(req, "PTZChannelList", kStatusInvalidXmlFormat);
   if (!body.ok()) return body.failure();
   channel_update u;
-  for (XmlNode channel : body.root().children())
+  for (xml_node channel : body.root().children())
     if (channel.is("PTZChannel")) read_channel(channel, &u);
   if (parse_int(u.id) != 0 || parse_int(u.video_input) != 0)
-    return Answer::status(kStatusDeviceError);
+    return answer::status(kStatusDeviceError);
   return apply(req, true, u.enable);
 }
 
 // The one channel can be neither added nor removed: accepted, unchanged.
-Answer accept_ptz_noop(Request&, const RouteArgs&) { return Answer::status(kStatusOk); }
+answer accept_ptz_noop(request&, const route_args&) { return answer::status(kStatusOk); }
 
 }  // namespace psia

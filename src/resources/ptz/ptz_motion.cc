@@ -23,38 +23,38 @@ namespace {
 const float kNotGiven = 10000.0f;
 
 // Code 50 carries five name/value pairs of 48-byte texts after word 0.
-class KeyValueCommand {
+class key_value_command {
  public:
-  KeyValueCommand() : msg_(kCommandPtzKeyValue) { msg_.put_int(kLeadingWord, 0); }
+  key_value_command() : msg_(kCommandPtzKeyValue) { msg_.put_int(kLeadingWord, 0); }
   void pair(size_t index, const char* name, const char* value) {
-    using P = PtzKeyValuePayload;
-    msg_.put_text(P::name(index), P::kTextWidth, name);
-    msg_.put_text(P::value(index), P::kTextWidth, value);
+    using fields = ptz_key_value_payload;
+    msg_.put_text(fields::name(index), fields::kTextWidth, name);
+    msg_.put_text(fields::value(index), fields::kTextWidth, value);
   }
   void pair(size_t index, const char* name, int value) {
     char text[16];
     std::snprintf(text, sizeof text, "%d", value);
     pair(index, name, text);
   }
-  Answer send(Request& req) { return Answer::status(req.control().send_control_message(msg_)); }
+  answer send(request& req) { return answer::status(req.control().send_control_message(msg_)); }
 
  private:
   control_message msg_;
 };
 
-ControlResult send_frame(Request& req, const char* frame) {
+control_result send_frame(request& req, const char* frame) {
   control_message msg(kCommandPtzFrame);
   msg.put_int(kLeadingWord, 0);
-  msg.put_text(PtzFramePayload::kFrame, PtzFramePayload::kFrameWidth, frame);
+  msg.put_text(ptz_frame_payload::kFrame, ptz_frame_payload::kFrameWidth, frame);
   return req.control().send_control_message(msg);
 }
 
 // Reads a PTZData body, handing each child element to `take`. The answer
 // to a body that cannot be read, or nothing.
-std::optional<Answer> read_ptz_data(Request& req, const std::function<void(XmlNode)>& take) {
-  XmlBody body(req, "PTZData", kStatusInvalidXmlFormat);
+std::optional<answer> read_ptz_data(request& req, const std::function<void(xml_node)>& take) {
+  xml_body body(req, "PTZData", kStatusInvalidXmlFormat);
   if (!body.ok()) return body.failure();
-  for (XmlNode child : body.root().children()) take(child);
+  for (xml_node child : body.root().children()) take(child);
   return std::nullopt;
 }
 
@@ -113,26 +113,26 @@ void ptz_zoom_frame(int zoom_steps, char* text, size_t size) {
   std::snprintf(text, size, "E50100CD00%02X%02X%02X", zh, zl, check);
 }
 
-Answer put_ptz_home_position(Request& req, const RouteArgs&) {
-  KeyValueCommand command;
+answer put_ptz_home_position(request& req, const route_args&) {
+  key_value_command command;
   command.pair(0, "HOME", "HOME");
   return command.send(req);
 }
 
 // Pan, tilt and zoom rates (-100..100) become a direction with speeds.
-Answer put_ptz_continuous(Request& req, const RouteArgs&) {
+answer put_ptz_continuous(request& req, const route_args&) {
   int rate[3] = {0, 0, 0};  // pan, tilt, zoom
   scan_ptz_query(req.params.query, kContinuousKeys, 3,
                  [&](int k, const char* value) { rate[k] = parse_int(value); });
-  std::optional<Answer> refused = read_ptz_data(req, [&](XmlNode child) {
+  std::optional<answer> refused = read_ptz_data(req, [&](xml_node child) {
     for (int k = 0; k < 3; ++k)
       if (child.is(kContinuousKeys[k])) rate[k] = child.int_text();
   });
   if (refused) return std::move(*refused);
   const int pan = rate[0], tilt = rate[1], zoom = rate[2];
   for (int r : rate)
-    if (r < -100 || r > 100) return Answer::status(kStatusDeviceError);
-  KeyValueCommand command;
+    if (r < -100 || r > 100) return answer::status(kStatusDeviceError);
+  key_value_command command;
   if (pan == 0 && tilt == 0 && zoom == 0) {
     command.pair(2, "STOP", "PAN");
     return command.send(req);
@@ -159,12 +159,12 @@ Answer put_ptz_continuous(Request& req, const RouteArgs&) {
 
 // An absolute position (degrees, and zoom in percent) as protocol frames;
 // a position equal to the last one sent is not sent again.
-Answer put_ptz_absolute(Request& req, const RouteArgs&) {
+answer put_ptz_absolute(request& req, const route_args&) {
   float value[3] = {kNotGiven, kNotGiven, kNotGiven};  // azimuth, elevation, zoom
   scan_ptz_query(req.params.query, kAbsoluteKeys, 3, [&](int k, const char* text) {
     value[k] = static_cast<float>(std::strtod(text, nullptr));
   });
-  std::optional<Answer> refused = read_ptz_data(req, [&](XmlNode child) {
+  std::optional<answer> refused = read_ptz_data(req, [&](xml_node child) {
     for (int k = 0; k < 3; ++k)
       if (child.is(kAbsoluteKeys[k])) value[k] = static_cast<float>(child.double_text());
   });
@@ -172,9 +172,9 @@ Answer put_ptz_absolute(Request& req, const RouteArgs&) {
   float azimuth = value[0], elevation = value[1], zoom = value[2];
   if (!in_range(azimuth, 0.0f, 360.0f) || !in_range(elevation, -90.0f, 90.0f) ||
       !in_range(zoom, 0.0f, 100.0f))
-    return Answer::status(kStatusDeviceError);
-  PtzPosition& last = req.camera().last_absolute;
-  ControlResult sent = ControlResult::ok;
+    return answer::status(kStatusDeviceError);
+  ptz_position& last = req.camera().last_absolute;
+  control_result sent = control_result::ok;
   char frame[1024];
   if (azimuth != last.azimuth || elevation != last.elevation) {
     if (azimuth == kNotGiven)
@@ -199,11 +199,11 @@ Answer put_ptz_absolute(Request& req, const RouteArgs&) {
     ptz_zoom_frame(steps, frame, sizeof frame);
     sent = send_frame(req, frame);
   }
-  return Answer::status(sent);
+  return answer::status(sent);
 }
 
-Answer reject_ptz_operation(Request&, const RouteArgs&) {
-  return Answer::status(kStatusInvalidOperation);
+answer reject_ptz_operation(request&, const route_args&) {
+  return answer::status(kStatusInvalidOperation);
 }
 
 }  // namespace psia

@@ -17,15 +17,15 @@ int truncated(double value) { return static_cast<int>(static_cast<float>(value))
 
 }  // namespace
 
-Answer get_ptz_status(Request& req, const RouteArgs&) {
-  using P = PtzPositionPayload;
+answer get_ptz_status(request& req, const route_args&) {
+  using fields = ptz_position_payload;
   control_message reply(kCommandPtzPosition);
   req.control().send_control_message(reply);
   // No reply leaves the payload zero, which is no position frame either.
-  if (reply.payload[P::kFrameType] != P::kPositionFrame) return Answer::status(kStatusDeviceError);
-  int azimuth = truncated(raw_at(reply, P::kAzimuth) * 360.0 / 38399.0);
-  int elevation = truncated(raw_at(reply, P::kElevation) * 180.0 / 20200.0 - 90.0);
-  int zoom = truncated(raw_at(reply, P::kZoom) * 100.0 / 2200.0);
+  if (reply.payload[fields::kFrameType] != fields::kPositionFrame) return answer::status(kStatusDeviceError);
+  int azimuth = truncated(raw_at(reply, fields::kAzimuth) * 360.0 / 38399.0);
+  int elevation = truncated(raw_at(reply, fields::kElevation) * 180.0 / 20200.0 - 90.0);
+  int zoom = truncated(raw_at(reply, fields::kZoom) * 100.0 / 2200.0);
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   doc.append("<PTZStatus version=\"1.0\" xmlns=\"urn:psialliance-org\">");
@@ -35,7 +35,7 @@ Answer get_ptz_status(Request& req, const RouteArgs&) {
   doc.appendf("<absoluteZoom>%d</absoluteZoom>", zoom);
   doc.append("</Absolute>");
   doc.append("</PTZStatus>");
-  return Answer::document(std::move(doc), ContentType::xml);
+  return answer::document(std::move(doc), content_type::xml);
 }
 
 }  // namespace psia

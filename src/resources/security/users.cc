@@ -19,7 +19,7 @@ namespace psia {
 namespace {
 
 // Takes a userName or password element into `c`; false for other nodes.
-bool read_credential(XmlNode node, credentials* c) {
+bool read_credential(xml_node node, credentials* c) {
   if (node.is("userName")) {
     node.copy_text(c->user);
   } else if (node.is("password")) {
@@ -30,12 +30,12 @@ bool read_credential(XmlNode node, credentials* c) {
   return true;
 }
 
-bool set_password(Request& req, const char* user, const char* password) {
+bool set_password(request& req, const char* user, const char* password) {
   return req.db().exec("update UserAccount set Password=? where UserID=?", password, user);
 }
 
 // The change is stored: tell the daemon; the answer is 1 whatever it says.
-int announce_accounts_changed(Request& req) {
+int announce_accounts_changed(request& req) {
   req.control().send_command(kCommandUsers);
   return kStatusOk;
 }
@@ -51,8 +51,8 @@ bool is_built_in(const char* user, bool admin_too) {
 
 }  // namespace
 
-Answer get_users(Request& req, const RouteArgs&) {
-  QueryResult users = req.db().query("select * from UserAccount");
+answer get_users(request& req, const route_args&) {
+  query_result users = req.db().query("select * from UserAccount");
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   doc.append("<UserList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
@@ -63,74 +63,74 @@ Answer get_users(Request& req, const RouteArgs&) {
     doc.append("</User>");
   }
   doc.append("</UserList>");
-  return Answer::document(std::move(doc), ContentType::xml);
+  return answer::document(std::move(doc), content_type::xml);
 }
 
 // A short id is a position, not a name: it picks the first account that is
 // not built in (the number only limits the query).
-Answer get_user(Request& req, const RouteArgs& route) {
+answer get_user(request& req, const route_args& route) {
   const char* id = route.rest;
-  QueryResult user =
+  query_result user =
       std::strlen(id) < 4
           ? req.db().query(
                 "select * from UserAccount where UserID!='admin' and UserID!='anonymous' limit ?",
                 parse_int(id))
           : req.db().query("select * from UserAccount where UserID=?", id);
-  if (!user.has_rows()) return Answer::status(kStatusDeviceError);
+  if (!user.has_rows()) return answer::status(kStatusDeviceError);
   const char* name = user.text(0, UserAccountColumn::kUserId);
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   doc.append("<User version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   append_user_elements(doc, name != nullptr ? name : "");
   doc.append("</User>");
-  return Answer::document(std::move(doc), ContentType::xml);
+  return answer::document(std::move(doc), content_type::xml);
 }
 
 // Adds every complete userName/password pair of the body, in order.
-Answer post_user(Request& req, const RouteArgs&) {
-  XmlBody body(req, "User", kStatusDeviceError);
+answer post_user(request& req, const route_args&) {
+  xml_body body(req, "User", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   credentials c = {};
   bool added = false;
-  for (XmlNode child : body.root().children()) {
+  for (xml_node child : body.root().children()) {
     if (!read_credential(child, &c) || !c.complete()) continue;
-    QueryResult same = req.db().query("select count(*) from UserAccount where UserID=?", c.user);
+    query_result same = req.db().query("select count(*) from UserAccount where UserID=?", c.user);
     if (!same.has_rows() || same.integer(0, 0, 0) > 0 ||
         !req.db().exec("insert into UserAccount values(?, ?, 2)", c.user, c.password))
-      return Answer::status(kStatusDeviceError);
+      return answer::status(kStatusDeviceError);
     c.clear();
     added = true;
   }
   // A body without a complete name and password gets no answer at all, as
   // the camera's clients have always seen it.
-  if (!added) return Answer::nothing();
-  return Answer::status(announce_accounts_changed(req));
+  if (!added) return answer::nothing();
+  return answer::status(announce_accounts_changed(req));
 }
 
-Answer put_user(Request& req, const RouteArgs& route) {
-  XmlBody body(req, "User", kStatusDeviceError);
+answer put_user(request& req, const route_args& route) {
+  xml_body body(req, "User", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   credentials c = {};
-  for (XmlNode child : body.root().children())
+  for (xml_node child : body.root().children())
     if (child.is("password")) child.copy_text(c.password);
   copy_bounded(c.user, route.rest);
   // Anonymous has no password to set: the request ends without an answer.
-  if (is_built_in(c.user, false)) return Answer::nothing();
-  if (!set_password(req, c.user, c.password)) return Answer::status(kStatusDeviceError);
-  return Answer::status(announce_accounts_changed(req));
+  if (is_built_in(c.user, false)) return answer::nothing();
+  if (!set_password(req, c.user, c.password)) return answer::status(kStatusDeviceError);
+  return answer::status(announce_accounts_changed(req));
 }
 
-Answer put_users(Request& req, const RouteArgs&) {
-  XmlBody body(req, "UserList", kStatusDeviceError);
+answer put_users(request& req, const route_args&) {
+  xml_body body(req, "UserList", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   // Each failed update is answered 3 as it happens, and a later success
   // answers 1 behind it: the camera's clients read both documents.
   std::vector<int> answered;
   bool changed = false;
-  for (XmlNode user : body.root().children()) {
+  for (xml_node user : body.root().children()) {
     if (!user.is("User")) continue;
     credentials c = {};
-    for (XmlNode child : user.children()) {
+    for (xml_node child : user.children()) {
       if (!read_credential(child, &c) || !c.complete() || is_built_in(c.user, false)) continue;
       if (!set_password(req, c.user, c.password)) {
         answered.push_back(kStatusDeviceError);
@@ -142,23 +142,23 @@ Answer put_users(Request& req, const RouteArgs&) {
   }
   if (changed) answered.push_back(announce_accounts_changed(req));
   // Nothing updated and nothing failed: no answer at all.
-  return Answer::statuses(std::move(answered));
+  return answer::statuses(std::move(answered));
 }
 
-Answer delete_user(Request& req, const RouteArgs& route) {
+answer delete_user(request& req, const route_args& route) {
   char user[32];
   copy_bounded(user, route.rest);
   // The built-in accounts stay; the request ends without an answer.
-  if (is_built_in(user, true)) return Answer::nothing();
+  if (is_built_in(user, true)) return answer::nothing();
   if (!req.db().exec("delete from UserAccount where UserID=?", route.rest))
-    return Answer::status(kStatusDeviceError);
-  return Answer::status(announce_accounts_changed(req));
+    return answer::status(kStatusDeviceError);
+  return answer::status(announce_accounts_changed(req));
 }
 
-Answer delete_users(Request& req, const RouteArgs&) {
+answer delete_users(request& req, const route_args&) {
   if (!req.db().exec("delete from UserAccount where UserID!='admin' and UserID!='anonymous'"))
-    return Answer::status(kStatusDeviceError);
-  return Answer::status(announce_accounts_changed(req));
+    return answer::status(kStatusDeviceError);
+  return answer::status(announce_accounts_changed(req));
 }
 
 }  // namespace psia

@@ -7,14 +7,14 @@
 
 namespace psia {
 
-Answer get_users(Request& req, const RouteArgs& route);
-Answer put_users(Request& req, const RouteArgs& route);
-Answer post_user(Request& req, const RouteArgs& route);
-Answer delete_users(Request& req, const RouteArgs& route);
+answer get_users(request& req, const route_args& route);
+answer put_users(request& req, const route_args& route);
+answer post_user(request& req, const route_args& route);
+answer delete_users(request& req, const route_args& route);
 // One account: route.rest is its id.
-Answer get_user(Request& req, const RouteArgs& route);
-Answer put_user(Request& req, const RouteArgs& route);
-Answer delete_user(Request& req, const RouteArgs& route);
+answer get_user(request& req, const route_args& route);
+answer put_user(request& req, const route_args& route);
+answer delete_user(request& req, const route_args& route);
 
 }  // namespace psia
 

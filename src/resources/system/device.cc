@@ -32,8 +32,8 @@ const char kSystemContact[] = "http://www.aldex.com";
 
 // Reads the serial number written at the factory. `serial` holds at least
 // 32 bytes; false when it cannot be read.
-bool read_factory_serial_number(Request& req, char* serial) {
-  UniqueFd fd(open(req.host_path(kFactoryDevicePath).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+bool read_factory_serial_number(request& req, char* serial) {
+  unique_fd fd(open(req.host_path(kFactoryDevicePath).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   if (fd.get() < 1) {
     req.log().diagnostic("EEPROM OPEN: %s\n", std::strerror(errno));
     return false;
@@ -72,14 +72,14 @@ void make_device_id(char id[40]) {
 // until the responder is started again. A factory-default database that
 // cannot be opened (it is never created here) leaves the main connection
 // open and the identifier in the main database only.
-void read_device_id(Request& req, char id[40]) {
+void read_device_id(request& req, char id[40]) {
   // An empty uuid is no identifier either: a client must never be shown one.
   if (!req.db().query_text(id, 40, "select uuid from System") || id[0] == '\0')
     copy_bounded(id, 40, kNoDeviceId);
   if (std::strncmp(id, kNoDeviceId, 16) != 0) return;
   make_device_id(id);
   req.db().exec("update system set uuid=?", id);
-  Store& factory = req.ctx.factory_store;
+  config_store& factory = req.ctx.factory_store;
   if (!factory.is_open() && !factory.open(req.host_path(kFactoryDatabasePath), &req.ctx.clock))
     return;
   factory.exec("update system set uuid=?", id);
@@ -88,7 +88,7 @@ void read_device_id(Request& req, char id[40]) {
 
 }  // namespace
 
-Answer get_device_info(Request& req, const RouteArgs&) {
+answer get_device_info(request& req, const route_args&) {
   char name[128];
   if (!req.db().query_text(name, sizeof name, "select DDNSHostname from Network"))
     copy_bounded(name, req.ctx.settings.host_name.c_str());
@@ -125,28 +125,28 @@ Answer get_device_info(Request& req, const RouteArgs&) {
     doc.append("<firmwareReleasedDate>000000</firmwareReleasedDate>");
   }
   doc.append("</DeviceInfo>");
-  return Answer::document(std::move(doc), ContentType::xml);
+  return answer::document(std::move(doc), content_type::xml);
 }
 
-Answer put_device_info(Request& req, const RouteArgs&) {
-  XmlBody body(req, "DeviceInfo", kStatusDeviceError);
+answer put_device_info(request& req, const route_args&) {
+  xml_body body(req, "DeviceInfo", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   char name[32] = "";
-  for (XmlNode child : body.root().children())
+  for (xml_node child : body.root().children())
     if (child.is("deviceName")) child.copy_text(name);
   bool stored = req.db().exec("update Network set DDNSHostname=?", name);
-  return Answer::status(stored ? kStatusOk : kStatusDeviceError);
+  return answer::status(stored ? kStatusOk : kStatusDeviceError);
 }
 
-Answer get_device_status(Request& req, const RouteArgs&) {
+answer get_device_status(request& req, const route_args&) {
   struct tm local = camera_local_time(req.ctx);
   std::string uptime;
   char line[36] = "";
   double up = 0, idle = 0;
   if (!read_regular_file(req.host_path("/proc/uptime"), 4096, &uptime, kFollowSystemLinks) ||
-      !LineReader(uptime).next(line, sizeof line) || std::sscanf(line, "%lf %lf", &up, &idle) < 2 ||
+      !line_reader(uptime).next(line, sizeof line) || std::sscanf(line, "%lf %lf", &up, &idle) < 2 ||
       !(up >= 0 && up < 2147483648.0))
-    return Answer::status(kStatusDeviceError);
+    return answer::status(kStatusDeviceError);
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   doc.append("<DeviceStatus version=\"1.0\" xmlns=\"urn:psialliance-org\">");
@@ -155,7 +155,7 @@ Answer get_device_status(Request& req, const RouteArgs&) {
               local.tm_sec);
   doc.appendf("<deviceUpTime>%d</deviceUpTime>", static_cast<int>(up));
   doc.append("</DeviceStatus>");
-  return Answer::document(std::move(doc), ContentType::xml);
+  return answer::document(std::move(doc), content_type::xml);
 }
 
 }  // namespace psia

@@ -18,9 +18,9 @@ namespace {
 
 const char kTransferDirectory[] = "/usr/local/httpd/htdocs/Web/updownload/";
 
-Answer store_upload(Request& req, const char* file_name) {
+answer store_upload(request& req, const char* file_name) {
   bool stored = req.store_body(req.host_path(std::string(kTransferDirectory) + file_name));
-  return Answer::status(stored ? kStatusOk : kStatusDeviceError);
+  return answer::status(stored ? kStatusOk : kStatusDeviceError);
 }
 
 // Splits "key=value" into its two fields, each cut to its size; a further
@@ -44,44 +44,44 @@ void split_query(const char* query, char* key, size_t key_size, char* value, siz
 
 }  // namespace
 
-Answer put_reboot(Request& req, const RouteArgs&) {
-  return Answer::status(req.control().send_command(kCommandReboot));
+answer put_reboot(request& req, const route_args&) {
+  return answer::status(req.control().send_command(kCommandReboot));
 }
 
 // PUT factoryReset?MODE=FULL or ?MODE=BASIC. The daemon is not told the
 // mode: both reset the camera the same way.
-Answer put_factory_reset(Request& req, const RouteArgs& route) {
+answer put_factory_reset(request& req, const route_args& route) {
   const char* mark = std::strchr(route.rest, '?');
   char query[256];
   copy_bounded(query, mark != nullptr ? mark + 1 : "");
-  if (query[0] == '\0') return Answer::status(kStatusInvalidXmlFormat);
+  if (query[0] == '\0') return answer::status(kStatusInvalidXmlFormat);
   char key[128], value[128];
   split_query(query, key, sizeof key, value, sizeof value);
   if (strcasecmp(key, "MODE") != 0 ||
       (strcasecmp(value, "FULL") != 0 && strcasecmp(value, "BASIC") != 0))
-    return Answer::status(kStatusDeviceError);
-  return Answer::status(req.control().send_command(kCommandFactoryReset));
+    return answer::status(kStatusDeviceError);
+  return answer::status(req.control().send_command(kCommandFactoryReset));
 }
 
-Answer put_update_firmware(Request& req, const RouteArgs&) {
+answer put_update_firmware(request& req, const route_args&) {
   return store_upload(req, "psia_firmware.dat");
 }
 
-Answer put_configuration_data(Request& req, const RouteArgs&) {
+answer put_configuration_data(request& req, const route_args&) {
   return store_upload(req, "psia_config.dat");
 }
 
 // The daemon writes the configuration into the transfer directory and
 // names the file in its reply; the file goes out as it is.
-Answer get_configuration_data(Request& req, const RouteArgs&) {
+answer get_configuration_data(request& req, const route_args&) {
   control_message msg(kCommandConfigurationFile);
-  if (req.control().send_control_message(msg) != ControlResult::ok)
-    return Answer::status(kStatusDeviceError);
+  if (req.control().send_control_message(msg) != control_result::ok)
+    return answer::status(kStatusDeviceError);
   // The name need not be terminated within the payload: bound it.
   char name[1024];
   const char* named =
-      reinterpret_cast<const char*>(msg.payload + ConfigurationFilePayload::kFileName);
-  size_t length = strnlen(named, sizeof msg.payload - ConfigurationFilePayload::kFileName);
+      reinterpret_cast<const char*>(msg.payload + configuration_file_payload::kFileName);
+  size_t length = strnlen(named, sizeof msg.payload - configuration_file_payload::kFileName);
   if (length > sizeof name - sizeof kTransferDirectory)
     length = sizeof name - sizeof kTransferDirectory;
   std::memcpy(name, named, length);
@@ -90,12 +90,12 @@ Answer get_configuration_data(Request& req, const RouteArgs&) {
   // name may not lead elsewhere, by a path or a link, and an empty name
   // (the directory itself) or a FIFO is no file to send.
   if (std::strchr(name, '/') != nullptr || std::strstr(name, "..") != nullptr)
-    return Answer::status(kStatusDeviceError);
+    return answer::status(kStatusDeviceError);
   off_t size = 0;
-  UniqueFd file =
+  unique_fd file =
       open_regular_file(req.host_path(std::string(kTransferDirectory) + name), &size);
-  if (!file.valid() || size > 0x7fffffff) return Answer::status(kStatusDeviceError);
-  return Answer::file(std::move(file), static_cast<uint32_t>(size));
+  if (!file.valid() || size > 0x7fffffff) return answer::status(kStatusDeviceError);
+  return answer::file(std::move(file), static_cast<uint32_t>(size));
 }
 
 }  // namespace psia

@@ -19,7 +19,7 @@ struct ntp_server {
   bool is_address;  // only digits and dots: an IPv4 address
 };
 
-ntp_server read_ntp_server(Request& req) {
+ntp_server read_ntp_server(request& req) {
   ntp_server s;
   if (!req.db().query_text(s.name, sizeof s.name, "select NTPServerName from DateTime")) {
     std::snprintf(s.name, sizeof s.name, "%s", kDefaultNtpServer);
@@ -54,8 +54,8 @@ struct ntp_update {
   bool use_host_name = true;
 };
 
-void read_server_element(XmlNode server, ntp_update* u) {
-  for (XmlNode child : server.children()) {
+void read_server_element(xml_node server, ntp_update* u) {
+  for (xml_node child : server.children()) {
     if (child.is("addressingFormatType")) {
       u->use_host_name = child.text_is("NTP");
     } else if (child.is("hostName")) {
@@ -66,34 +66,34 @@ void read_server_element(XmlNode server, ntp_update* u) {
   }
 }
 
-Answer store_ntp_server(Request& req, bool list) {
-  XmlBody body(req, list ? "NTPServerList" : "NTPServer", kStatusDeviceError);
+answer store_ntp_server(request& req, bool list) {
+  xml_body body(req, list ? "NTPServerList" : "NTPServer", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   ntp_update u;
   if (list) {
-    for (XmlNode server : body.root().children())
+    for (xml_node server : body.root().children())
       if (server.is("NTPServer") && server.has_children()) read_server_element(server, &u);
   } else {
     read_server_element(body.root(), &u);
   }
   bool stored = req.db().exec("update DateTime set NTPServerName=?",
                               u.use_host_name ? u.host_name : u.address);
-  return Answer::status(stored ? kStatusOk : kStatusDeviceError);
+  return answer::status(stored ? kStatusOk : kStatusDeviceError);
 }
 
 }  // namespace
 
-Answer get_ntp_server(Request& req, const RouteArgs&) {
+answer get_ntp_server(request& req, const route_args&) {
   ntp_server s = read_ntp_server(req);
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   doc.append("  <NTPServer version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   append_server(doc, s, 4);
   doc.append("  </NTPServer>");
-  return Answer::document(std::move(doc), ContentType::xml_utf8);
+  return answer::document(std::move(doc), content_type::xml_utf8);
 }
 
-Answer get_ntp_server_list(Request& req, const RouteArgs&) {
+answer get_ntp_server_list(request& req, const route_args&) {
   ntp_server s = read_ntp_server(req);
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
@@ -102,19 +102,19 @@ Answer get_ntp_server_list(Request& req, const RouteArgs&) {
   append_server(doc, s, 0);
   doc.append("</NTPServer>");
   doc.append("</NTPServerList>");
-  return Answer::document(std::move(doc), ContentType::xml_utf8);
+  return answer::document(std::move(doc), content_type::xml_utf8);
 }
 
-Answer put_ntp_server(Request& req, const RouteArgs&) { return store_ntp_server(req, false); }
+answer put_ntp_server(request& req, const route_args&) { return store_ntp_server(req, false); }
 
-Answer put_ntp_server_list(Request& req, const RouteArgs&) { return store_ntp_server(req, true); }
+answer put_ntp_server_list(request& req, const route_args&) { return store_ntp_server(req, true); }
 
 // The camera has one server: a POST replaces it, as a PUT does.
-Answer post_ntp_server(Request& req, const RouteArgs&) { return store_ntp_server(req, false); }
+answer post_ntp_server(request& req, const route_args&) { return store_ntp_server(req, false); }
 
 // The one server cannot be removed; the request changes nothing.
-Answer delete_ntp_server(Request&, const RouteArgs&) { return Answer::status(kStatusOk); }
+answer delete_ntp_server(request&, const route_args&) { return answer::status(kStatusOk); }
 
-Answer delete_ntp_server_list(Request&, const RouteArgs&) { return Answer::status(kStatusOk); }
+answer delete_ntp_server_list(request&, const route_args&) { return answer::status(kStatusOk); }
 
 }  // namespace psia

@@ -16,9 +16,9 @@ bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 // A left-to-right reader of one TZ string. Each stage says whether its part
 // was well formed; ranges are checked once the whole text has been read.
-class TzReader {
+class tz_reader {
  public:
-  explicit TzReader(const char* text) : p_(text) {}
+  explicit tz_reader(const char* text) : p_(text) {}
 
   bool read() {
     if (!name() || !starts_offset() || !offset()) return false;
@@ -135,7 +135,7 @@ class TzReader {
 
 bool is_posix_time_zone(const char* text) {
   if (text == nullptr || *text == '\0') return true;
-  return TzReader(text).read();
+  return tz_reader(text).read();
 }
 
 std::string last_line_of_zone_file(const std::string& contents) {
@@ -146,7 +146,7 @@ std::string last_line_of_zone_file(const std::string& contents) {
   return contents.substr(start, size - 1 - start);
 }
 
-bool read_posix_time_zone(Request& req, std::string* zone) {
+bool read_posix_time_zone(request& req, std::string* zone) {
   char name[128];
   char path[128];
   int length = req.db().query_text(name, sizeof name, "select TimeZone from DateTime")

@@ -7,12 +7,12 @@
 
 namespace psia {
 
-class Request;
+class request;
 
 // The POSIX TZ string of the zone stored in DateTime.TimeZone: the last
 // line of its zoneinfo file ("GMT" when none is stored; the camera's own
 // "CST-0" has no file). False when the file cannot be read.
-bool read_posix_time_zone(Request& req, std::string* zone);
+bool read_posix_time_zone(request& req, std::string* zone);
 
 // The zoneinfo file's POSIX TZ string: the text after the last line break
 // before the final byte, up to that byte.

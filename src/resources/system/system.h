@@ -9,33 +9,33 @@
 namespace psia {
 
 // Maintenance.
-Answer put_reboot(Request& req, const RouteArgs& route);
-Answer put_update_firmware(Request& req, const RouteArgs& route);
-Answer get_configuration_data(Request& req, const RouteArgs& route);
-Answer put_configuration_data(Request& req, const RouteArgs& route);
-Answer put_factory_reset(Request& req, const RouteArgs& route);  // route.rest: "?MODE=..."
+answer put_reboot(request& req, const route_args& route);
+answer put_update_firmware(request& req, const route_args& route);
+answer get_configuration_data(request& req, const route_args& route);
+answer put_configuration_data(request& req, const route_args& route);
+answer put_factory_reset(request& req, const route_args& route);  // route.rest: "?MODE=..."
 
 // Device information and status.
-Answer get_device_info(Request& req, const RouteArgs& route);
-Answer put_device_info(Request& req, const RouteArgs& route);
-Answer get_device_status(Request& req, const RouteArgs& route);
+answer get_device_info(request& req, const route_args& route);
+answer put_device_info(request& req, const route_args& route);
+answer get_device_status(request& req, const route_args& route);
 
 // Time.
-Answer get_time(Request& req, const RouteArgs& route);
-Answer put_time(Request& req, const RouteArgs& route);
-Answer get_local_time(Request& req, const RouteArgs& route);
-Answer put_local_time(Request& req, const RouteArgs& route);
-Answer get_time_zone(Request& req, const RouteArgs& route);
-Answer put_time_zone(Request& req, const RouteArgs& route);
+answer get_time(request& req, const route_args& route);
+answer put_time(request& req, const route_args& route);
+answer get_local_time(request& req, const route_args& route);
+answer put_local_time(request& req, const route_args& route);
+answer get_time_zone(request& req, const route_args& route);
+answer put_time_zone(request& req, const route_args& route);
 
 // NTP servers.
-Answer get_ntp_server(Request& req, const RouteArgs& route);
-Answer put_ntp_server(Request& req, const RouteArgs& route);
-Answer delete_ntp_server(Request& req, const RouteArgs& route);
-Answer get_ntp_server_list(Request& req, const RouteArgs& route);
-Answer put_ntp_server_list(Request& req, const RouteArgs& route);
-Answer post_ntp_server(Request& req, const RouteArgs& route);
-Answer delete_ntp_server_list(Request& req, const RouteArgs& route);
+answer get_ntp_server(request& req, const route_args& route);
+answer put_ntp_server(request& req, const route_args& route);
+answer delete_ntp_server(request& req, const route_args& route);
+answer get_ntp_server_list(request& req, const route_args& route);
+answer put_ntp_server_list(request& req, const route_args& route);
+answer post_ntp_server(request& req, const route_args& route);
+answer delete_ntp_server_list(request& req, const route_args& route);
 
 }  // namespace psia
 

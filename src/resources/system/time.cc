@@ -56,27 +56,27 @@ struct tm normalised_time(const request_context& ctx, const char* text) {
 
 // Sends command 6: the mode, the stored NTP server and interval, and the
 // time (now for NTP, the client's for manual). Returns the answer.
-Answer send_set_time(Request& req, int mode, const char* manual_time) {
-  QueryResult ntp = req.db().query("select NTPServerName, NTPInterval from DateTime");
-  if (!ntp.has_rows()) return Answer::status(kStatusDeviceError);
+answer send_set_time(request& req, int mode, const char* manual_time) {
+  query_result ntp = req.db().query("select NTPServerName, NTPInterval from DateTime");
+  if (!ntp.has_rows()) return answer::status(kStatusDeviceError);
   struct tm t =
       mode == kModeManual ? normalised_time(req.ctx, manual_time) : camera_local_time(req.ctx);
-  using P = SetTimePayload;
+  using fields = set_time_payload;
   control_message msg(kCommandSetTime);
-  msg.put_int(P::kMode, mode);
-  msg.put_text(P::kNtpServer, P::kNtpServerWidth, ntp.text(0, 0));
-  msg.put_int(P::kInterval, ntp.integer(0, 1, 0));
-  msg.put_int(P::kYear, t.tm_year + 1900);
-  msg.put_int(P::kMonth, t.tm_mon + 1);
-  msg.put_int(P::kDay, t.tm_mday);
-  msg.put_int(P::kHour, t.tm_hour);
-  msg.put_int(P::kMinute, t.tm_min);
-  msg.put_int(P::kSecond, t.tm_sec);
-  return Answer::status(req.control().send_control_message(msg));
+  msg.put_int(fields::kMode, mode);
+  msg.put_text(fields::kNtpServer, fields::kNtpServerWidth, ntp.text(0, 0));
+  msg.put_int(fields::kInterval, ntp.integer(0, 1, 0));
+  msg.put_int(fields::kYear, t.tm_year + 1900);
+  msg.put_int(fields::kMonth, t.tm_mon + 1);
+  msg.put_int(fields::kDay, t.tm_mday);
+  msg.put_int(fields::kHour, t.tm_hour);
+  msg.put_int(fields::kMinute, t.tm_min);
+  msg.put_int(fields::kSecond, t.tm_sec);
+  return answer::status(req.control().send_control_message(msg));
 }
 
 // The zone of the camera as a POSIX TZ string, "GMT0" when unknown.
-std::string camera_zone(Request& req) {
+std::string camera_zone(request& req) {
   std::string zone;
   return read_posix_time_zone(req, &zone) ? zone : "GMT0";
 }
@@ -96,7 +96,7 @@ struct tm camera_local_time(request_context& ctx) {
   return local;
 }
 
-Answer get_time(Request& req, const RouteArgs&) {
+answer get_time(request& req, const route_args&) {
   int mode = req.db().query_int(0, "select DateTimeSync from DateTime");
   struct tm now = camera_local_time(req.ctx);
   const char* current = req.camera().current_zone;
@@ -111,28 +111,28 @@ Answer get_time(Request& req, const RouteArgs&) {
   doc.append(zone.c_str());
   doc.append("</timeZone>");
   doc.append("</Time>");
-  return Answer::document(std::move(doc), ContentType::xml_utf8);
+  return answer::document(std::move(doc), content_type::xml_utf8);
 }
 
-Answer get_local_time(Request& req, const RouteArgs&) {
+answer get_local_time(request& req, const route_args&) {
   text_buffer doc;
   append_date_time(doc, camera_local_time(req.ctx));
-  return Answer::document(std::move(doc), ContentType::xml_utf8);
+  return answer::document(std::move(doc), content_type::xml_utf8);
 }
 
-Answer get_time_zone(Request& req, const RouteArgs&) {
+answer get_time_zone(request& req, const route_args&) {
   text_buffer doc;
   doc.append(camera_zone(req).c_str());
-  return Answer::document(std::move(doc), ContentType::text_utf8);
+  return answer::document(std::move(doc), content_type::text_utf8);
 }
 
-Answer put_time(Request& req, const RouteArgs&) {
-  XmlBody body(req, "Time", kStatusDeviceError);
+answer put_time(request& req, const route_args&) {
+  xml_body body(req, "Time", kStatusDeviceError);
   if (!body.ok()) return body.failure();
   int mode = kModeNtp;  // a document without timeMode asks for NTP
   char local_time[128] = "";
   char zone[128] = "";
-  for (XmlNode child : body.root().children()) {
+  for (xml_node child : body.root().children()) {
     if (child.is("timeMode")) {
       mode = child.text_is("NTP") ? kModeNtp : kModeManual;
     } else if (child.is("localTime")) {
@@ -144,7 +144,7 @@ Answer put_time(Request& req, const RouteArgs&) {
   // A zone too long to keep whole is refused: cut, it could name another.
   auto& current = req.camera().current_zone;
   if (std::strlen(zone) >= sizeof current || !is_posix_time_zone(zone))
-    return Answer::status(kStatusDeviceError);
+    return answer::status(kStatusDeviceError);
   copy_bounded(current, zone);
   if (current[0] == '\0') unsetenv("TZ");  // back to the system's zone
   apply_current_zone(req.ctx);
@@ -153,25 +153,25 @@ Answer put_time(Request& req, const RouteArgs&) {
 
 // In NTP mode a local time is accepted and ignored: the clock follows the
 // time server.
-Answer put_local_time(Request& req, const RouteArgs&) {
-  QueryResult sync = req.db().query("select DateTimeSync from DateTime");
-  if (!sync.has_rows() || !req.read_body()) return Answer::status(kStatusDeviceError);
-  if (sync.integer(0, 0, 0) != kModeManual) return Answer::status(kStatusOk);
+answer put_local_time(request& req, const route_args&) {
+  query_result sync = req.db().query("select DateTimeSync from DateTime");
+  if (!sync.has_rows() || !req.read_body()) return answer::status(kStatusDeviceError);
+  if (sync.integer(0, 0, 0) != kModeManual) return answer::status(kStatusOk);
   return send_set_time(req, kModeManual, req.body());
 }
 
 // The body is a POSIX TZ string, or the beginning of one: the first zone of
 // the camera's table that begins with it is chosen.
-Answer put_time_zone(Request& req, const RouteArgs&) {
-  if (!req.read_body()) return Answer::status(kStatusDeviceError);
+answer put_time_zone(request& req, const route_args&) {
+  if (!req.read_body()) return answer::status(kStatusDeviceError);
   const char* found = find_time_zone(req.body());
   char zoneinfo[128];
   copy_bounded(zoneinfo, found);
   if (found == nullptr || !req.db().exec("update DateTime set TimeZone=?", zoneinfo))
-    return Answer::status(kStatusDeviceError);
+    return answer::status(kStatusDeviceError);
   control_message msg(kCommandSetTimeZone);
-  msg.put_text(SetTimeZonePayload::kZone, SetTimeZonePayload::kZoneWidth, zoneinfo);
-  return Answer::status(req.control().send_control_message(msg));
+  msg.put_text(set_time_zone_payload::kZone, set_time_zone_payload::kZoneWidth, zoneinfo);
+  return answer::status(req.control().send_control_message(msg));
 }
 
 }  // namespace psia
