@@ -99,8 +99,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const uint8_t* head = data + at;
     fuzz_reply reply;
     static const fuzz_reply::reply_to kAddressees[] = {
-        fuzz_reply::reply_to::this_process, fuzz_reply::reply_to::another_process, fuzz_reply::reply_to::type_one,
-        fuzz_reply::reply_to::this_process};
+        fuzz_reply::reply_to::this_process, fuzz_reply::reply_to::another_process,
+        fuzz_reply::reply_to::type_one, fuzz_reply::reply_to::this_process};
     reply.to = kAddressees[head[0] % 4];
     std::memcpy(&reply.status, head + 1, 4);
     reply.size = static_cast<size_t>(head[5] | head[6] << 8) % 4097;

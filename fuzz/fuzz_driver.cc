@@ -229,7 +229,8 @@ void fuzz_camera::answer(const psia::control_message& command) {
   if (command.command == psia::kCommandConfigurationFile)
     reply.put_text(psia::configuration_file_payload::kFileName, 64, kDownloadName);
   if (command.command == psia::kCommandPtzPosition) {
-    const unsigned char frame[] = {position_fields::kPositionFrame, 0, 0x4b, 0x00, 0x27, 0x74, 0x03, 0x70};
+    const unsigned char frame[] = {
+        position_fields::kPositionFrame, 0, 0x4b, 0x00, 0x27, 0x74, 0x03, 0x70};
     std::memcpy(reply.payload + position_fields::kFrameType, frame, sizeof frame);
   }
   msgsnd(reply_queue, &reply, psia::kControlMessageSize, IPC_NOWAIT);
@@ -436,7 +437,7 @@ void fuzz_new_input() {
   }
   psia::request_context& ctx = *c.ctx;
   ctx.camera = psia::camera_state(ctx.settings.login_attempts, ctx.settings.login_lockout,
-                                ctx.settings.login_budget);
+                                  ctx.settings.login_budget);
   ctx.camera.device = c.device;
   // The queues a restarted daemon made are found again.
   ctx.control.attach(c.request_key, c.reply_key);

@@ -13,9 +13,9 @@ for role in "$@"; do
     # busybox, spawn-fcgi, cgi-fcgi (libfcgi-bin) and python3 (a raw
     # FastCGI record) drive the init script test; systemd brings
     # systemd-analyze for the units; llvm brings llvm-profdata and llvm-cov
-    # for the fuzz targets' coverage.
+    # for the fuzz targets' coverage; clang-format keeps the code's layout.
     test) want+=(libgtest-dev clang libclang-rt-14-dev llvm lighttpd curl tzdata
-                 busybox spawn-fcgi libfcgi-bin python3 systemd) ;;
+                 busybox spawn-fcgi libfcgi-bin python3 systemd clang-format) ;;
     demo) want+=(lighttpd curl tzdata) ;;
     package) want+=(dpkg-dev binutils lintian systemd) ;;  # systemd-analyze: the unit's sandbox
     coverage) want+=(gcovr bc) ;;

@@ -441,7 +441,8 @@ TEST(Audit, RequestTextsNeverSplitOrForgeALineAndTheFixedFieldsComeFirst) {
     EXPECT_EQ(std::string(line.data(), line.length()), shown);
   }
   test_camera camera;
-  test_request r = get_as("/PSIA/Custom/Event/notification/ftp/x\n29 forged line", basic_authorization("admin\nfake", "x"));
+  test_request r =
+      get_as("/PSIA/Custom/Event/notification/ftp/x\n29 forged line", basic_authorization("admin\nfake", "x"));
   r.method = "DELETE";
   camera.request(r);
   r.authorization = basic_authorization("admin", "admin");

@@ -146,7 +146,7 @@ std::string test_camera::request(const test_request& r) {
 }
 
 std::string test_camera::send(const std::string& method, const std::string& uri, const std::string& body,
-                         const std::string& query) {
+                              const std::string& query) {
   return request({method, uri, body, query});
 }
 
@@ -202,7 +202,9 @@ database_lock::database_lock(const test_camera& camera, const char* begin) {
 database_lock::~database_lock() { sqlite3_close(db); }
 void database_lock::release() { sqlite3_exec(db, "commit", nullptr, nullptr, nullptr); }
 
-test_request get_as(const std::string& uri, const std::string& authorization) { return {"GET", uri, "", "", authorization}; }
+test_request get_as(const std::string& uri, const std::string& authorization) {
+  return {"GET", uri, "", "", authorization};
+}
 
 std::vector<std::string> test_camera::commands() const {
   std::vector<std::string> out;
@@ -292,7 +294,7 @@ std::string file_text(const std::string& path) {
 }
 
 process_result run_process(const std::vector<std::string>& argv, std::vector<std::string> env,
-                          const std::string& input) {
+                           const std::string& input) {
   for (const char* pass : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"})
     if (const char* v = getenv(pass)) env.push_back(std::string(pass) + "=" + v);
   std::vector<std::string> command = argv;

@@ -53,7 +53,7 @@ struct process_result {
 };
 // Runs argv with exactly `env` (and the sanitizer settings of this process), feeding `input` on its standard input.
 process_result run_process(const std::vector<std::string>& argv, std::vector<std::string> env,
-                          const std::string& input = "");
+                           const std::string& input = "");
 
 class test_camera {
  public:
@@ -114,7 +114,9 @@ struct request_case {
   // command with.
   request_case&& after(std::string sql) && { return setup = std::move(sql), std::move(*this); }
   request_case&& with(std::function<void(test_camera&)> f) && { return prepare = std::move(f), std::move(*this); }
-  request_case&& daemon(int command, int code) && { return daemon_status.emplace_back(command, code), std::move(*this); }
+  request_case&& daemon(int command, int code) && {
+    return daemon_status.emplace_back(command, code), std::move(*this);
+  }
   request_case&& query(std::string text) && { return query_string = std::move(text), std::move(*this); }
   // The answer: a ResponseStatus code, the exact bytes, or none at all.
   request_case&& answers(int code) && { return status = code, std::move(*this); }
@@ -125,9 +127,13 @@ struct request_case {
     return present = std::move(parts), missing = std::move(absent), std::move(*this);
   }
   // The commands the daemon got, as test_camera::commands() shows them; none unless given.
-  request_case&& sends(std::vector<std::string> expected) && { return commands = std::move(expected), std::move(*this); }
+  request_case&& sends(std::vector<std::string> expected) && {
+    return commands = std::move(expected), std::move(*this);
+  }
   // A query afterwards and the rows it must give, as test_camera::rows() shows them.
-  request_case&& leaves(std::string sql, std::string expected) && { return rows.emplace_back(sql, expected), std::move(*this); }
+  request_case&& leaves(std::string sql, std::string expected) && {
+    return rows.emplace_back(sql, expected), std::move(*this);
+  }
 
   std::string method, uri, body;
   std::string setup, query_string, answer;
@@ -138,10 +144,16 @@ struct request_case {
   std::function<void(test_camera&)> prepare;
 };
 inline request_case get(std::string uri) { return request_case("GET", std::move(uri)); }
-inline request_case put(std::string uri, std::string body = "") { return request_case("PUT", std::move(uri), std::move(body)); }
-inline request_case post(std::string uri, std::string body = "") { return request_case("POST", std::move(uri), std::move(body)); }
+inline request_case put(std::string uri, std::string body = "") {
+  return request_case("PUT", std::move(uri), std::move(body));
+}
+inline request_case post(std::string uri, std::string body = "") {
+  return request_case("POST", std::move(uri), std::move(body));
+}
 inline request_case del(std::string uri) { return request_case("DELETE", std::move(uri)); }
-inline request_case request(std::string method, std::string uri, std::string body) { return request_case(method, uri, body); }
+inline request_case request(std::string method, std::string uri, std::string body) {
+  return request_case(method, uri, body);
+}
 // Runs each case on a camera of its own.
 void run_cases(const std::vector<request_case>& cases);
 

@@ -70,13 +70,15 @@ std::string control_simulator::decode_fields(const control_message& m) {
       std::snprintf(
           line, sizeof line, "mode=%d ntp=\"%s\" interval=%d time=%04d-%02d-%02d %02d:%02d:%02d",
           m.get_int(fields::kMode), text_at(m, fields::kNtpServer, fields::kNtpServerWidth).c_str(),
-          m.get_int(fields::kInterval), m.get_int(fields::kYear), m.get_int(fields::kMonth), m.get_int(fields::kDay),
-          m.get_int(fields::kHour), m.get_int(fields::kMinute), m.get_int(fields::kSecond));
+          m.get_int(fields::kInterval), m.get_int(fields::kYear), m.get_int(fields::kMonth),
+          m.get_int(fields::kDay), m.get_int(fields::kHour), m.get_int(fields::kMinute),
+          m.get_int(fields::kSecond));
       break;
     }
     case kCommandSetTimeZone:
-      std::snprintf(line, sizeof line, "zone=\"%s\"",
-                    text_at(m, set_time_zone_payload::kZone, set_time_zone_payload::kZoneWidth).c_str());
+      std::snprintf(
+          line, sizeof line, "zone=\"%s\"",
+          text_at(m, set_time_zone_payload::kZone, set_time_zone_payload::kZoneWidth).c_str());
       break;
     case kCommandPtzKeyValue: {
       using fields = ptz_key_value_payload;

@@ -110,8 +110,8 @@ bool control_channel::pause_before(int64_t deadline, int64_t* pause) {
 // removed one will not come. EINVAL for a queue that is still there is the
 // kernel refusing the frame (its message size limit is below it), which no
 // retry mends; nor does any other error.
-control_channel::recovery_step control_channel::recover(queue_call call, int error, int64_t deadline,
-                                                 int64_t* pause) {
+control_channel::recovery_step control_channel::recover(queue_call call, int error,
+                                                        int64_t deadline, int64_t* pause) {
   if (try_again(error))
     return pause_before(deadline, pause) ? recovery_step::retry : recovery_step::wait_over;
   if (error != EIDRM && error != EINVAL) return recovery_step::refused;

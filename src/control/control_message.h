@@ -58,10 +58,10 @@ constexpr size_t kLeadingWord = 0;
 struct video_input_payload {  // command 2
   static constexpr size_t kChannel = 0;
 };
-struct video_stream_payload {             // command 4
+struct video_stream_payload {           // command 4
   static constexpr size_t kMaster = 4;  // 1 for the master stream
 };
-struct set_time_payload {               // command 6
+struct set_time_payload {             // command 6
   static constexpr size_t kMode = 0;  // 2 NTP, 0 manual
   static constexpr size_t kNtpServer = 4, kNtpServerWidth = 128;
   static constexpr size_t kInterval = 132;

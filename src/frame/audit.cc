@@ -59,7 +59,8 @@ void append_printable(text_buffer& line, const char* text, size_t limit) {
 
 // The lines are put together without a format where they can be: a flood
 // of refused logins costs each one a few copies, not a formatting pass.
-void audit_refused_login(event_log& log, const char* address, const char* user, const char* reason) {
+void audit_refused_login(event_log& log, const char* address, const char* user,
+                         const char* reason) {
   text_buffer line;
   line.append("refused login from ");
   append_printable(line, address, kAddressLimit);

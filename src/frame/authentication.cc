@@ -60,7 +60,8 @@ authentication authenticate_request(request& req) {
     result.refusal = refusal_reason::no_credentials;
     return result;
   }
-  query_result account = req.db().query("select * from UserAccount where UserID=?", result.who.user);
+  query_result account =
+      req.db().query("select * from UserAccount where UserID=?", result.who.user);
   // A query that could not run says nothing about the password: it is no
   // failed login, and the guard does not count it.
   if (!account.ok()) {

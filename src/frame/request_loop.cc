@@ -28,16 +28,18 @@ authentication check_caller(request& req, const char* address) {
   } else if (verdict != login_guard::guard_verdict::check) {
     // Without credentials it is no attempt, and the answer is the same.
     bool sent = read_credentials(req.params.authorization, &who.who);
-    who.refusal = !sent                                          ? refusal_reason::no_credentials
-                  : verdict == login_guard::guard_verdict::budget_spent ? refusal_reason::budget_spent
-                                                                 : refusal_reason::table_full;
+    who.refusal = !sent ? refusal_reason::no_credentials
+                  : verdict == login_guard::guard_verdict::budget_spent
+                      ? refusal_reason::budget_spent
+                      : refusal_reason::table_full;
   } else {
     who = authenticate_request(req);
     // The check may have waited on a locked database.
     now = ctx.clock.monotonic_us();
     if (who.refusal == refusal_reason::none) {
       guard.succeeded(key, now);
-    } else if (who.refusal != refusal_reason::no_credentials && who.refusal != refusal_reason::store_failed) {
+    } else if (who.refusal != refusal_reason::no_credentials &&
+               who.refusal != refusal_reason::store_failed) {
       // A request without credentials is no attempt (browsers send one
       // before they ask their user), and a database that could not be read
       // said nothing about the password.
@@ -58,7 +60,8 @@ authentication check_caller(request& req, const char* address) {
 
 }  // namespace
 
-void serve_request(request_context& ctx, const request_params& params, input_stream& in, output_stream& out) {
+void serve_request(request_context& ctx, const request_params& params, input_stream& in,
+                   output_stream& out) {
   // The previous request's body is not needed any more.
   ctx.body.clear();
   ctx.store.reopen_if_replaced();

@@ -16,7 +16,8 @@
 
 namespace psia {
 
-void serve_request(request_context& ctx, const request_params& params, input_stream& in, output_stream& out);
+void serve_request(request_context& ctx, const request_params& params, input_stream& in,
+                   output_stream& out);
 
 }  // namespace psia
 

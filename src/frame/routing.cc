@@ -58,8 +58,12 @@ struct clause {
   rest_test test = rest_test::none;
   const char* word = "";
 
-  constexpr clause when_rest_holds(const char* w) const { return with_test(rest_test::contains, w); }
-  constexpr clause when_rest_ends(const char* w) const { return with_test(rest_test::ends_with, w); }
+  constexpr clause when_rest_holds(const char* w) const {
+    return with_test(rest_test::contains, w);
+  }
+  constexpr clause when_rest_ends(const char* w) const {
+    return with_test(rest_test::ends_with, w);
+  }
   constexpr clause with_test(rest_test t, const char* w) const {
     clause c = *this;
     c.test = t;
@@ -407,7 +411,8 @@ bool route_request(const char* path, const char* method, int level, int ptz_supp
   return false;
 }
 
-answer dispatch_request(request& req, const char* path, const char* method, int level, bool* changes) {
+answer dispatch_request(request& req, const char* path, const char* method, int level,
+                        bool* changes) {
   route_target target;
   if (!route_request(path, method, level, req.camera().device.ptz_support, &target))
     return answer::status(kStatusInvalidOperation);

@@ -34,7 +34,8 @@ bool route_request(const char* path, const char* method, int level, int ptz_supp
 // Calls the one handler the routing table gives for the request, or
 // answers ResponseStatus 4 when no rule takes it. `changes` tells whether
 // a handler that changes the camera was called.
-answer dispatch_request(request& req, const char* path, const char* method, int level, bool* changes);
+answer dispatch_request(request& req, const char* path, const char* method, int level,
+                        bool* changes);
 
 }  // namespace psia
 

@@ -112,7 +112,8 @@ bool xml_node::text_is(const char* word) const {
   return strcasecmp(value, word) == 0;
 }
 
-xml_body::xml_body(request& req, const char* root_name, int wrong_root_code) : library_(req.ctx.xml) {
+xml_body::xml_body(request& req, const char* root_name, int wrong_root_code)
+    : library_(req.ctx.xml) {
   failure_ = kStatusDeviceError;
   if (!req.read_body() || !req.ctx.xml.load(req.log())) return;
   // The parse runs over the text up to its first NUL, as a C string would.

@@ -96,8 +96,8 @@ bool config_store::open(const std::string& path, clock_source* clock) {
   return following_;
 }
 
-store_open config_store::open_camera_database(const std::string& path, clock_source* clock, event_log* log,
-                                      int64_t patience_us) {
+store_open config_store::open_camera_database(const std::string& path, clock_source* clock,
+                                              event_log* log, int64_t patience_us) {
   close();
   clock_ = clock;
   log_ = log;
@@ -206,8 +206,8 @@ int config_store::db_busy_handler(void* store, int count) {
   return stop_requested() ? 0 : 1;
 }
 
-bool config_store::run(query_result* result, const char* sql, const bound_value* values, size_t count,
-                int* rc) {
+bool config_store::run(query_result* result, const char* sql, const bound_value* values,
+                       size_t count, int* rc) {
   int code = SQLITE_MISUSE;
   if (rc == nullptr) rc = &code;
   *rc = SQLITE_MISUSE;

@@ -133,7 +133,7 @@ class config_store {
   // checked the same way before it is used (see reopen_if_replaced), and
   // refused with a line on `log`.
   store_open open_camera_database(const std::string& path, clock_source* clock, event_log* log,
-                                 int64_t patience_us);
+                                  int64_t patience_us);
   // Finalizes the kept statements and closes the connection for good; every
   // later statement fails cleanly.
   void close();

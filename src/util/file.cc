@@ -26,8 +26,8 @@ bool resolves_within(const std::string& path, const char* within, std::string* r
     size_t n = std::strlen(directory);
     // The root directory holds everything; any other holds what follows
     // its name and a slash.
-    inside = std::strncmp(target, directory, n) == 0 &&
-             (n == 1 || target[n] == '/') && target[n] != '\0';
+    inside = std::strncmp(target, directory, n) == 0 && (n == 1 || target[n] == '/') &&
+             target[n] != '\0';
     if (inside) *resolved = target;
   }
   free(target);

@@ -43,7 +43,8 @@ class unique_fd {
 // in which case a link is followed when it resolves inside that directory
 // (many zoneinfo names are links to others). An invalid descriptor when the
 // file cannot be opened or is not a regular file; `size` gets its size.
-unique_fd open_regular_file(const std::string& path, off_t* size, const char* links_within = nullptr);
+unique_fd open_regular_file(const std::string& path, off_t* size,
+                            const char* links_within = nullptr);
 
 // For the system's own files (/proc/uptime, /etc/resolv.conf), whose names
 // no data chooses: their links are followed wherever they lead (Buildroot's

@@ -51,7 +51,7 @@ address_key guard_key(const char* address);
 void guard_key_text(const address_key& key, char* out, size_t size);
 
 struct guard_record {
-  address_key key;          // kind kUnused: a free slot
+  address_key key;       // kind kUnused: a free slot
   int32_t failures;      // failed logins in a row
   int32_t lockouts;      // lock-outs so far (each doubles the next)
   int64_t locked_until;  // microseconds of the guard's clock
@@ -60,9 +60,9 @@ struct guard_record {
 
 // One address's refusals in the current minute of the log.
 struct refusal_window {
-  address_key key;   // kind kUnused: a free slot
-  int64_t since;  // the refusal that was written
-  int32_t more;   // refusals not written since
+  address_key key;  // kind kUnused: a free slot
+  int64_t since;    // the refusal that was written
+  int32_t more;     // refusals not written since
 };
 
 struct login_guard_table {

@@ -195,7 +195,7 @@ const entry kTree[] = {resource("index"),
 // Each document is made on first use and kept (immutable) for the life of
 // the process: the catalogue never changes.
 #define PSIA_CONSTANT(handler, type, document)     \
-  answer handler(request&, const route_args&) {     \
+  answer handler(request&, const route_args&) {    \
     static const std::string kDocument = document; \
     return constant(kDocument, type);              \
   }

@@ -53,7 +53,7 @@ void append_destination(text_buffer& doc, const destination_kind& kind, const qu
 
 void append_destination_list(request& req, text_buffer& doc, const destination_kind& kind) {
   query_result rows = kind.mailing ? req.db().query("select * from SMTPServer")
-                                  : req.db().query("select * from FTPServer");
+                                   : req.db().query("select * from FTPServer");
   doc.appendf("<%s version=\"1.0\" xmlns=\"urn:psialliance-org\">", kind.list_element);
   for (int r = 0; r < rows.rows(); ++r) append_destination(doc, kind, rows, r);
   doc.appendf("</%s>", kind.list_element);
@@ -243,8 +243,7 @@ answer get_ftps(request& req, const route_args&) { return answer_destination_lis
 
 answer get_ftp(request& req, const route_args& route) {
   const char* id = route.rest;
-  return answer_destination(kFtp,
-                            req.db().query("select * from FTPServer where ServerName=?", id));
+  return answer_destination(kFtp, req.db().query("select * from FTPServer where ServerName=?", id));
 }
 
 answer put_ftps(request& req, const route_args&) { return put_destinations(req, kFtp, true); }

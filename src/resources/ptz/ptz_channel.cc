@@ -57,7 +57,9 @@ answer apply(request& req, bool all_rows, int enable) {
 
 }  // namespace
 
-answer get_ptz_channel_list(request& req, const route_args&) { return answer_channel(req, true, 0); }
+answer get_ptz_channel_list(request& req, const route_args&) {
+  return answer_channel(req, true, 0);
+}
 
 // Any channel number shows channel 0's setting under the number asked for.
 answer get_ptz_channel(request& req, const route_args& route) {

@@ -22,7 +22,8 @@ answer get_ptz_status(request& req, const route_args&) {
   control_message reply(kCommandPtzPosition);
   req.control().send_control_message(reply);
   // No reply leaves the payload zero, which is no position frame either.
-  if (reply.payload[fields::kFrameType] != fields::kPositionFrame) return answer::status(kStatusDeviceError);
+  if (reply.payload[fields::kFrameType] != fields::kPositionFrame)
+    return answer::status(kStatusDeviceError);
   int azimuth = truncated(raw_at(reply, fields::kAzimuth) * 360.0 / 38399.0);
   int elevation = truncated(raw_at(reply, fields::kElevation) * 180.0 / 20200.0 - 90.0);
   int zoom = truncated(raw_at(reply, fields::kZoom) * 100.0 / 2200.0);

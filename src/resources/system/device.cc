@@ -144,8 +144,8 @@ answer get_device_status(request& req, const route_args&) {
   char line[36] = "";
   double up = 0, idle = 0;
   if (!read_regular_file(req.host_path("/proc/uptime"), 4096, &uptime, kFollowSystemLinks) ||
-      !line_reader(uptime).next(line, sizeof line) || std::sscanf(line, "%lf %lf", &up, &idle) < 2 ||
-      !(up >= 0 && up < 2147483648.0))
+      !line_reader(uptime).next(line, sizeof line) ||
+      std::sscanf(line, "%lf %lf", &up, &idle) < 2 || !(up >= 0 && up < 2147483648.0))
     return answer::status(kStatusDeviceError);
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");

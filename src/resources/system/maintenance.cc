@@ -92,8 +92,7 @@ answer get_configuration_data(request& req, const route_args&) {
   if (std::strchr(name, '/') != nullptr || std::strstr(name, "..") != nullptr)
     return answer::status(kStatusDeviceError);
   off_t size = 0;
-  unique_fd file =
-      open_regular_file(req.host_path(std::string(kTransferDirectory) + name), &size);
+  unique_fd file = open_regular_file(req.host_path(std::string(kTransferDirectory) + name), &size);
   if (!file.valid() || size > 0x7fffffff) return answer::status(kStatusDeviceError);
   return answer::file(std::move(file), static_cast<uint32_t>(size));
 }
