@@ -8,13 +8,16 @@ source bench/endpoints.sh
 base=$PSIA_BASE_URL
 n=200
 
-send() {  # send COUNT METHOD PATH BODY AUTH
-  local i
+sent=0
+send() {  # send COUNT METHOD PATH BODY AUTH ("unknown": a new user name each time)
+  local i auth=$5
   for i in $(seq "$1"); do
+    sent=$((sent + 1))
+    [ "$5" = unknown ] && auth="Basic $(printf 'visitor%d:x' "$sent" | base64 -w0)"
     if [ "$2" = GET ]; then
-      curl -s -o /dev/null -H "Authorization: $5" "$base$3"
+      curl -s -o /dev/null -H "Authorization: $auth" "$base$3"
     else
-      curl -s -o /dev/null -H "Authorization: $5" -X "$2" --data-binary "$4" "$base$3"
+      curl -s -o /dev/null -H "Authorization: $auth" -X "$2" --data-binary "$4" "$base$3"
     fi
   done
 }
@@ -61,7 +64,7 @@ echo "| Request | instructions |"
 echo "|---|---|"
 for e in "${endpoints[@]}"; do
   IFS='|' read -r name method path body who target <<<"$e"
-  auth=$admin; [ "$who" = wrong ] && auth=$wrong
+  case "$who" in wrong) auth=$wrong ;; unknown) auth=unknown ;; *) auth=$admin ;; esac
   count=$(measure "$method" "$path" "$body" "$auth")
   echo "| $name | $count |"
   [ -n "$target" ] && result instructions "$name" "$count" "<= $target"
