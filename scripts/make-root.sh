@@ -18,7 +18,8 @@ root=$1; shift
 
 mkdir -p "$root/usr/local/korvia/conf" \
          "$root/usr/local/httpd/htdocs/Web/updownload" \
-         "$root/dev" "$root/proc/net" "$root/etc" "$root/usr/share"
+         "$root/dev" "$root/proc/net" "$root/etc" "$root/usr/share" \
+         "$root/run/psia-responder"
 
 db=$root/usr/local/korvia/kkorvia.db
 factory=$root/usr/local/korvia/conf/default.db

@@ -412,7 +412,7 @@ TEST(LoginGuard, CannotBeOutrunAndABusyDatabaseIsNoFailedLogin) {
   for (const guard_case& c : cases) {
     SCOPED_TRACE(c.name);
     test_camera camera;
-    camera.ctx().camera.guard = psia::login_guard(c.attempts, c.lockout, c.budget);
+    psia::camera_lock(camera.ctx().camera).shared().guard = psia::login_guard(c.attempts, c.lockout, c.budget);
     std::unique_ptr<database_lock> lock;
     if (c.database_locked) lock = std::make_unique<database_lock>(camera, "begin exclusive");
     c.before(camera);
