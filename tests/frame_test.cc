@@ -568,7 +568,7 @@ TEST(Workers, TwoProcessesAreOneCamera) {
     psia::system_clock clock;
     psia::event_log quiet;
     psia::shared_camera held(10, 60, 100);
-    held.attach(region, psia::camera_sharing::whole_camera, clock, quiet);
+    held.attach(region, psia::camera_sharing::guard_only, clock, quiet);  // another parent: no rebuild
     psia::camera_lock lock(held);
     char c = lock.held() ? 'y' : 'n';
     if (write(ready[1], &c, 1) == 1) pause();

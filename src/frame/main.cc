@@ -4,10 +4,10 @@
 // serves requests strictly one after another; several of them on the one
 // socket (PSIA_WORKERS) share the camera's state (io/shared_camera.h).
 //
-//   psia-responder                   one process (lighttpd and spawn-fcgi
-//                                    start as many as they are told)
+//   psia-responder                   one process
 //   psia-responder --start-workers   PSIA_WORKERS processes on the socket of
-//                                    standard input, and their parent
+//                                    standard input, and their parent (the
+//                                    process alone when PSIA_WORKERS is 1)
 //
 // This is the only file that sees libfcgi's stdio layer; its printf is
 // libfcgi's own formatter, so nothing here formats through it: every answer
@@ -71,8 +71,7 @@ int main(int argc, char** argv) {
     psia::event_log parent_log;
     parent_log.set_stream(write_error);
     psia::install_stop_handlers(nullptr);
-    std::string region = settings.host_path(psia::kRuntimeDirectory) + "/camera-state";
-    int status = psia::run_workers(settings.workers, region, clock, parent_log);
+    int status = psia::run_workers(settings.workers, clock, parent_log);
     if (status >= 0) return status;
   }
   psia::request_context ctx(settings, clock);

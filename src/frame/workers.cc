@@ -44,14 +44,15 @@ int start_worker(worker* w, clock_source& clock, event_log& log) {
 
 }  // namespace
 
-int run_workers(int count, const std::string& region_path, clock_source& clock, event_log& log) {
-  unlink(region_path.c_str());
+int run_workers(int count, clock_source& clock, event_log& log) {
+  if (count <= 1) return -1;  // the process serves alone, as it always did
   std::vector<worker> workers(static_cast<size_t>(count));
   for (worker& w : workers) {
     int started = start_worker(&w, clock, log);
     if (started == 0) return -1;
   }
-  while (!stop_requested()) {
+  int failed = 0;
+  while (!stop_requested() && failed == 0) {
     int status = 0;
     pid_t ended = waitpid(-1, &status, WNOHANG);
     if (ended <= 0) {
@@ -60,13 +61,21 @@ int run_workers(int count, const std::string& region_path, clock_source& clock, 
     for (worker& w : workers) {
       if (ended > 0 && w.pid != ended) continue;
       if (ended > 0) {
-        log.error("PSIA: worker %d ended (status %d); starting another\n", static_cast<int>(w.pid),
-                  WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status));
-        // One that cannot start (no database) is not restarted in a loop.
-        if (clock.monotonic_us() - w.started < kQuickEndUs) clock.sleep_us(kQuickEndUs);
         w.pid = -1;
+        bool quick = clock.monotonic_us() - w.started < kQuickEndUs;
+        // A worker that could not start (no database) ends them all: the
+        // responder cannot serve, as a single process would say.
+        if (quick && WIFEXITED(status) && WEXITSTATUS(status) != 0) {
+          failed = WEXITSTATUS(status);
+          break;
+        }
+        log.error("PSIA: worker %d ended (status %d); starting another\n", static_cast<int>(ended),
+                  WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status));
+        // One that keeps crashing at once is not restarted in a loop.
+        if (quick) clock.sleep_us(kQuickEndUs);
       }
-      if (w.pid < 0 && !stop_requested() && start_worker(&w, clock, log) == 0) return -1;
+      if (w.pid < 0 && !stop_requested() && failed == 0 && start_worker(&w, clock, log) == 0)
+        return -1;
     }
   }
   for (worker& w : workers)
@@ -86,7 +95,7 @@ int run_workers(int count, const std::string& region_path, clock_source& clock, 
       }
     }
   }
-  return 0;
+  return failed;
 }
 
 }  // namespace psia

@@ -32,15 +32,6 @@ bool set_lock(int fd, short type) {
   return fcntl(fd, F_OFD_SETLK, &range) == 0;
 }
 
-// The socket the process serves (descriptor 0 under FastCGI), or zeros.
-void listening_socket(uint64_t* device, uint64_t* inode) {
-  struct stat st;
-  *device = *inode = 0;
-  if (fstat(0, &st) != 0 || !S_ISSOCK(st.st_mode)) return;
-  *device = static_cast<uint64_t>(st.st_dev);
-  *inode = static_cast<uint64_t>(st.st_ino);
-}
-
 // As PUT /PSIA/System/time applies its zone: exported, or the system's.
 void apply_zone(const char* zone) {
   if (zone[0] != '\0')
@@ -68,7 +59,7 @@ void shared_camera::reset(const camera_state& fresh) {
   applied_zone_[0] = '\0';
   seen_generation_ = 0;
   camera_lock lock(*this);
-  if (lock.held()) rebuild(region_->socket_device, region_->socket_inode);
+  if (lock.held()) rebuild(region_->parent_process);
 }
 
 bool shared_camera::attach(const std::string& path, camera_sharing sharing, clock_source& clock,
@@ -100,14 +91,12 @@ bool shared_camera::attach(const std::string& path, camera_sharing sharing, cloc
       error = errno;
     } else {
       region_ = static_cast<camera_region*>(map);
-      uint64_t device = 0, inode = 0;
-      if (sharing == camera_sharing::whole_camera) listening_socket(&device, &inode);
+      uint64_t parent = sharing == camera_sharing::whole_camera ? getppid() : 0;
       const camera_region& r = *region_;
       bool current = sized && r.magic == camera_region::kMagic &&
                      r.layout == camera_region::kLayout && r.size == sizeof(camera_region);
-      if (!current || (sharing == camera_sharing::whole_camera &&
-                       (r.socket_device != device || r.socket_inode != inode))) {
-        rebuild(device, inode);
+      if (!current || (sharing == camera_sharing::whole_camera && r.parent_process != parent)) {
+        rebuild(parent);
       } else {
         const login_guard_table& mine = own_.guard.table();
         const login_guard_table& theirs = r.camera.guard.table();
@@ -135,13 +124,12 @@ bool shared_camera::attach(const std::string& path, camera_sharing sharing, cloc
   return true;
 }
 
-void shared_camera::rebuild(uint64_t socket_device, uint64_t socket_inode) {
+void shared_camera::rebuild(uint64_t parent_process) {
   std::memset(static_cast<void*>(region_), 0, sizeof *region_);
   std::memcpy(static_cast<void*>(&region_->camera), &own_, sizeof own_);
   region_->layout = camera_region::kLayout;
   region_->size = sizeof(camera_region);
-  region_->socket_device = socket_device;
-  region_->socket_inode = socket_inode;
+  region_->parent_process = parent_process;
   region_->magic = camera_region::kMagic;
 }
 

@@ -22,8 +22,10 @@
 //
 // The region starts with a header (magic, layout, size) so that one left by
 // another build is rebuilt instead of read with the wrong layout; under
-// FastCGI it also names the listening socket it belongs to, so that a web
-// server started afresh starts from a fresh state, as one process would.
+// FastCGI it also names the process that started the responders (lighttpd,
+// or psia-responder --start-workers), so that a web server started afresh
+// starts from a fresh state, as one process would, while a worker it
+// replaces finds the state of the others.
 //
 // A zone change carries a generation number: each process compares it
 // before a request and applies the new zone (TZ) only when it changed.
@@ -59,9 +61,9 @@ struct camera_region {
   uint32_t magic;
   uint32_t layout;
   uint64_t size;
-  // The listening socket's device and inode (FastCGI), 0 under CGI.
-  uint64_t socket_device;
-  uint64_t socket_inode;
+  // The process that started the responders (FastCGI), 0 under CGI.
+  uint64_t parent_process;
+  uint64_t unused_id;
   // Raised with each zone change; read without the lock (atomically).
   uint32_t zone_generation;
   uint32_t unused;
@@ -79,7 +81,7 @@ class shared_camera {
   shared_camera& operator=(const shared_camera&) = delete;
 
   // Maps the region at `path`, making it, or rebuilding one of another
-  // layout, size or socket. False (the process then keeps its own state)
+  // layout, size or parent. False (the process then keeps its own state)
   // when it cannot: the reason is logged.
   bool attach(const std::string& path, camera_sharing sharing, clock_source& clock, event_log& log);
   bool attached() const { return region_ != nullptr; }
@@ -106,7 +108,7 @@ class shared_camera {
   bool lock(int64_t wait_us);
   void unlock();
   void detach();
-  void rebuild(uint64_t socket_device, uint64_t socket_inode);
+  void rebuild(uint64_t parent_process);
   void take_zone(const char* zone);
 
   camera_state own_;
