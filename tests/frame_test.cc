@@ -602,6 +602,19 @@ TEST(Workers, TwoProcessesAreOneCamera) {
   ASSERT_EQ(bytes.size(), sizeof(psia::camera_region));
   std::memcpy(&now_layout, bytes.data() + offsetof(psia::camera_region, layout), sizeof now_layout);
   EXPECT_EQ(now_layout, psia::camera_region::kLayout);
+
+  // CGI runs share the guard: ten failures in ten runs lock the address out, here too.
+  auto cgi = [&camera](const char* password) {
+    return camera
+        .run_cgi({"REQUEST_METHOD=GET", "REQUEST_URI=/PSIA/index", "REMOTE_ADDR=203.0.113.9",
+                  "HTTP_AUTHORIZATION=" + basic_authorization("admin", password)})
+        .out;
+  };
+  for (int i = 0; i < 10; ++i) cgi("guess");
+  EXPECT_EQ(cgi("admin").rfind("Status: 401", 0), 0u);
+  test_request from = get_as("/PSIA/index", basic_authorization("admin", "admin"));
+  from.remote_addr = "203.0.113.9";
+  EXPECT_EQ(camera.request(*third, from), kUnauthorized);
 }
 
 }  // namespace
