@@ -28,7 +28,8 @@
 // replaces finds the state of the others.
 //
 // A zone change carries a generation number: each process compares it
-// before a request and applies the new zone (TZ) only when it changed.
+// before a request and applies the new zone (TZ) only when it changed. The
+// guard's times are the system's monotonic clock, the same in every process.
 #ifndef PSIA_IO_SHARED_CAMERA_H
 #define PSIA_IO_SHARED_CAMERA_H
 
