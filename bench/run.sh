@@ -36,12 +36,17 @@ echo "taken in one run."
 echo
 # The login guard is off but where its own cost is measured: the load
 # comes from one address, and a wrong password would lock it out.
+# One worker: these figures are one process's.
+export PSIA_WORKERS=1
 PSIA_LOGIN_ATTEMPTS=0 taskset -c 0 scripts/demo.sh --build-dir build-bench --port auto --run bench/throughput.sh
 echo
 PSIA_LOGIN_ATTEMPTS=0 taskset -c 0 scripts/demo.sh --build-dir build-bench --port auto \
   --responder "$source_dir/bench/callgrind-responder.sh" --run bench/instructions.sh
 taskset -c 0 scripts/demo.sh --build-dir build-bench --port auto \
   --responder "$source_dir/bench/callgrind-responder.sh" --run bench/instructions.sh
+unset PSIA_WORKERS
+echo
+bench/workers-report.sh
 echo
 bench/bind-now.sh
 echo

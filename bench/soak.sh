@@ -18,7 +18,7 @@ scripts/install-deps.sh build bench >/dev/null
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build -j"$(nproc)" --target psia-responder psia-control-sim >/dev/null
 
-exec scripts/demo.sh --build-dir build --port auto --run '
+PSIA_WORKERS=1 exec scripts/demo.sh --build-dir build --port auto --run '
 set -euo pipefail
 db=$PSIA_DEMO_ROOT/usr/local/korvia/kkorvia.db
 auth="Authorization: Basic YWRtaW46YWRtaW4="

@@ -23,6 +23,8 @@ set(PSIA_RUN_DIR /run/psia-responder CACHE STRING
     "Run-time directory of the responder, owned by its user (below /run)")
 set(PSIA_FASTCGI_SOCKET ${PSIA_RUN_DIR}/psia-responder.socket CACHE STRING
     "Unix socket between lighttpd and the responder")
+set(PSIA_WORKERS 2 CACHE STRING
+    "Responder processes lighttpd starts (the snippet's max-procs)")
 set(PSIA_USER www-data CACHE STRING
     "User the responder runs as (the web server's)")
 # S49: BusyBox's rcS starts /etc/init.d/S??* in order, and the responder's
@@ -48,5 +50,6 @@ set(PSIA_INIT_NAME \"${PSIA_INIT_NAME}\")
 set(PSIA_FASTCGI_SOCKET \"${PSIA_FASTCGI_SOCKET}\")
 set(PSIA_RUN_DIR \"${PSIA_RUN_DIR}\")
 set(PSIA_USER \"${PSIA_USER}\")
+set(PSIA_WORKERS \"${PSIA_WORKERS}\")
 ")
 install(SCRIPT ${PROJECT_SOURCE_DIR}/cmake/psia-install-files.cmake)

@@ -311,7 +311,7 @@ fuzz_camera& camera() {
     c->syslog->send(priority, line);
   });
   if (!psia::start_up(*c->ctx)) abort();
-  c->device = c->ctx->camera.device;
+  c->device = c->ctx->camera.own().device;
   return *c;
 }
 
@@ -436,9 +436,9 @@ void fuzz_new_input() {
     c.seen_version = data_version(c.version);
   }
   psia::request_context& ctx = *c.ctx;
-  ctx.camera = psia::camera_state(ctx.settings.login_attempts, ctx.settings.login_lockout,
-                                  ctx.settings.login_budget);
-  ctx.camera.device = c.device;
+  ctx.camera.reset(psia::camera_state(ctx.settings.login_attempts, ctx.settings.login_lockout,
+                                      ctx.settings.login_budget));
+  ctx.camera.own().device = c.device;
   // The queues a restarted daemon made are found again.
   ctx.control.attach(c.request_key, c.reply_key);
   c.clock.now_us = 0;

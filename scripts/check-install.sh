@@ -26,7 +26,7 @@ check() {  # check WHAT COMMAND...: the command must succeed
 named_paths() {  # named_paths TREE
   grep -rHo -e '"bin-path" => "[^"]*"' -e '^DAEMON=.*' -e '^DEFAULTS=.*' \
        -e '^LIGHTTPD_CONF=.*' -e '^ExecStart=.*' -e '^EnvironmentFile=.*' "$1" |
-    sed -E 's/"bin-path" => "([^"]*)"/\1/; s/:[A-Za-z_]+=-?/:/'
+    sed -E 's/"bin-path" => "([^"]*)"/\1/; s/:[A-Za-z_]+=-?/:/; s/ --start-workers$//'
 }
 # The named paths exist once ROOT is put in front of them.
 paths_match() {  # paths_match TREE ROOT

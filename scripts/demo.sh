@@ -79,6 +79,7 @@ for _ in $(seq 50); do [ -e "$run/control.ready" ] && break; sleep 0.1; done
 sed -e "s|@PORT@|$port|" -e "s|@RUN@|$run|g" -e "s|@RESPONDER@|$responder|" \
     -e "s|@ROOT@|$root|" -e "s|@REQUEST_KEY@|$request_key|" \
     -e "s|@REPLY_KEY@|$reply_key|" -e "s|@LOGIN_ATTEMPTS@|${PSIA_LOGIN_ATTEMPTS:-10}|" \
+    -e "s|@WORKERS@|${PSIA_WORKERS:-2}|" \
     demo/lighttpd.conf.in > "$run/lighttpd.conf"
 # More configuration for this run (the benchmarks add their references).
 if [ -n "${PSIA_LIGHTTPD_EXTRA:-}" ]; then

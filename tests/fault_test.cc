@@ -273,9 +273,9 @@ TEST(Fault, EachQueueCallFailureIsAnsweredWithinTheCommandsWait) {
   }
 }
 
-// Replies are matched by process alone: a late reply waits in the queue and is taken by the next exchange, whose own
-// reply answers the one after.
-TEST(Fault, ALateReplyAnswersTheNextExchange) {
+// Replies are matched by process alone: a reply that came after its exchange gave up is dropped before the next command
+// is sent, so each exchange is answered by its own reply.
+TEST(Fault, ALateReplyIsDroppedBeforeTheNextExchange) {
   test_camera late;
   late.daemon().delay_ms[8] = 5600;
   late.daemon().status[8] = 7;
@@ -284,8 +284,9 @@ TEST(Fault, ALateReplyAnswersTheNextExchange) {
   late.clock().sleep_us(600000);  // the reply comes in between requests
   const char* ip = "/PSIA/System/Network/interfaces/eth0/ipAddress";
   const char* dhcp = "<IPAddress><addressingType>dhcp</addressingType></IPAddress>";
-  EXPECT_EQ(late.put(ip, dhcp), status_answer(ip, 3));          // command 8's status 7
-  EXPECT_EQ(late.put(kReboot, ""), status_answer(kReboot, 2));  // 41's
+  EXPECT_EQ(late.put(ip, dhcp), status_answer(ip, 2));  // 41's own, not command 8's status 7
+  late.daemon().delay_ms[8] = 0;
+  EXPECT_EQ(late.put(kReboot, ""), status_answer(kReboot, 3));  // its own status 7
   EXPECT_EQ(late.commands(), (std::vector<std::string>{"8", "41", "8"}));
 }
 
@@ -357,7 +358,8 @@ TEST(Injection, TextsAreStoredAsSentAndNothingHostileIsAdmitted) {
   }
   // Paths, headers and XML tricks admit nothing.
   test_camera camera;
-  camera.ctx().camera.guard = psia::login_guard(0, 0);  // a dozen refused logins in a row follow
+  psia::camera_lock(camera.ctx().camera).shared().guard =
+      psia::login_guard(0, 0);  // a dozen refused logins in a row follow
   for (const std::string& hostile : kHostile)
     for (const std::string& authorization :
          {basic_authorization(hostile, hostile), basic_authorization("admin", hostile)})

@@ -1,10 +1,14 @@
 // The request frame: authentication, the login guard on a clock the test sets and the audit trail, routing, the
 // catalogue, unreadable bodies, start-up, the executable as CGI (logging to a syslog socket of the test's).
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstddef>
+#include <cstring>
 #include <fstream>
 
 #include "frame/audit.h"
@@ -412,7 +416,7 @@ TEST(LoginGuard, CannotBeOutrunAndABusyDatabaseIsNoFailedLogin) {
   for (const guard_case& c : cases) {
     SCOPED_TRACE(c.name);
     test_camera camera;
-    camera.ctx().camera.guard = psia::login_guard(c.attempts, c.lockout, c.budget);
+    psia::camera_lock(camera.ctx().camera).shared().guard = psia::login_guard(c.attempts, c.lockout, c.budget);
     std::unique_ptr<database_lock> lock;
     if (c.database_locked) lock = std::make_unique<database_lock>(camera, "begin exclusive");
     c.before(camera);
@@ -522,6 +526,95 @@ TEST(Audit, TheExecutableWritesToTheSystemLogger) {
                      "from 0 to 900, seconds of the first lock-out; 0 turns the login guard off",
                      "<27>PSIA: DB Open Failed",
                  }));
+}
+
+// Two responder processes of one camera, as two contexts on one region: a zone, a PTZ position and failed logins
+// through one are the other's; a process killed while it holds the lock does not keep it (and a live holder delays the
+// other no longer than the lock's wait); a region of another layout is made anew.
+TEST(Workers, TwoProcessesAreOneCamera) {
+  test_camera camera("update Spec2 set PTZSupport=2");
+  std::unique_ptr<psia::request_context> other = camera.another_worker();
+  auto through = [&camera](psia::request_context& worker, test_request r) { return camera.request(worker, r); };
+  const std::string time = "/PSIA/System/time", absolute = "/PSIA/PTZ/channels/0/absolute";
+  const std::string seen = "<localTime>2011-05-12T11:20:30</localTime><timeZone>CET-1</timeZone>";
+  EXPECT_EQ(camera.put(time, "<Time><timeMode>NTP</timeMode><timeZone>CET-1</timeZone></Time>"),
+            status_answer(time, 1));
+  EXPECT_NE(through(*other, {"GET", time}).find(seen), std::string::npos);
+
+  const char* position =
+      "<PTZData><azimuth>90</azimuth><elevation>10</elevation><absolutezoom>50</absolutezoom></PTZData>";
+  size_t before = camera.commands().size();
+  camera.put(absolute, position);
+  through(*other, {"PUT", absolute, position});  // the position is the camera's: not sent again
+  std::vector<std::string> sent = camera.commands();
+  EXPECT_EQ(std::vector<std::string>(sent.begin() + static_cast<long>(before), sent.end()),
+            (std::vector<std::string>{"63 frame=E50100CF7F254429682E", "63 frame=E50100CD0005CB83"}));
+
+  auto login = [&camera](psia::request_context& worker, const char* password) {
+    test_request r = get_as("/PSIA/index", basic_authorization("admin", password));
+    r.remote_addr = "198.51.100.7";
+    return camera.request(worker, r);
+  };
+  for (int i = 0; i < 10; ++i) login(i % 2 != 0 ? *other : camera.ctx(), "guess");  // five failures through each
+  EXPECT_EQ(login(camera.ctx(), "admin"), kUnauthorized);
+  EXPECT_EQ(login(*other, "admin"), kUnauthorized);
+
+  const std::string region = camera.path("/run/psia-responder/camera-state");
+  int ready[2];
+  ASSERT_EQ(pipe(ready), 0);
+  pid_t holder = fork();
+  if (holder == 0) {
+    alarm(30);
+    psia::system_clock clock;
+    psia::event_log quiet;
+    psia::shared_camera held(10, 60, 100);
+    held.attach(region, psia::camera_sharing::guard_only, clock, quiet);  // another parent: no rebuild
+    psia::camera_lock lock(held);
+    char c = lock.held() ? 'y' : 'n';
+    if (write(ready[1], &c, 1) == 1) pause();
+    _exit(1);
+  }
+  char c = 'n';
+  EXPECT_EQ(read(ready[0], &c, 1), 1);
+  EXPECT_EQ(c, 'y');
+  int64_t start = camera.clock().now_us;
+  EXPECT_FALSE(psia::camera_lock(other->camera).held());
+  EXPECT_EQ(camera.clock().now_us - start, psia::shared_camera::kLockWaitUs);
+  kill(holder, SIGKILL);
+  waitpid(holder, nullptr, 0);
+  close(ready[0]);
+  close(ready[1]);
+  start = camera.clock().now_us;
+  EXPECT_NE(through(*other, {"GET", time}).find("<timeZone>CET-1</timeZone>"), std::string::npos);
+  EXPECT_EQ(camera.clock().now_us, start);  // no wait
+  EXPECT_EQ(camera.errors(), "PSIA: the shared camera state stayed locked: this request uses its own\n");
+
+  // Another build's region (its layout word differs): the state starts afresh, in the current layout.
+  int fd = open(region.c_str(), O_WRONLY);
+  const uint32_t layout = psia::camera_region::kLayout + 1;
+  EXPECT_EQ(pwrite(fd, &layout, sizeof layout, offsetof(psia::camera_region, layout)), 4);
+  close(fd);
+  std::unique_ptr<psia::request_context> third = camera.another_worker();
+  EXPECT_EQ(through(*third, {"GET", time}).find("<timeZone>CET-1</timeZone>"), std::string::npos);
+  EXPECT_EQ(login(*third, "admin"), document_answer(golden("index.xml")));
+  const std::string bytes = file_text(region);
+  uint32_t now_layout = 0;
+  ASSERT_EQ(bytes.size(), sizeof(psia::camera_region));
+  std::memcpy(&now_layout, bytes.data() + offsetof(psia::camera_region, layout), sizeof now_layout);
+  EXPECT_EQ(now_layout, psia::camera_region::kLayout);
+
+  // CGI runs share the guard: ten failures in ten runs lock the address out, here too.
+  auto cgi = [&camera](const char* password) {
+    return camera
+        .run_cgi({"REQUEST_METHOD=GET", "REQUEST_URI=/PSIA/index", "REMOTE_ADDR=203.0.113.9",
+                  "HTTP_AUTHORIZATION=" + basic_authorization("admin", password)})
+        .out;
+  };
+  for (int i = 0; i < 10; ++i) cgi("guess");
+  EXPECT_EQ(cgi("admin").rfind("Status: 401", 0), 0u);
+  test_request from = get_as("/PSIA/index", basic_authorization("admin", "admin"));
+  from.remote_addr = "203.0.113.9";
+  EXPECT_EQ(camera.request(*third, from), kUnauthorized);
 }
 
 }  // namespace

@@ -129,7 +129,14 @@ test_camera::~test_camera() {
   fs::remove_all(root_, ignored);
 }
 
-std::string test_camera::request(const test_request& r) {
+std::unique_ptr<psia::request_context> test_camera::another_worker() {
+  auto worker = std::make_unique<psia::request_context>(ctx_->settings, clock_);
+  worker->log.set_stream([this](const char* text, size_t size) { errors_.append(text, size); });
+  if (!psia::start_up(*worker)) throw std::runtime_error("the worker did not start: " + errors_);
+  return worker;
+}
+
+std::string test_camera::request(psia::request_context& worker, const test_request& r) {
   std::string length = r.content_length != nullptr ? r.content_length : std::to_string(r.body.size());
   psia::request_params params;
   params.method = r.method.c_str();
@@ -141,7 +148,7 @@ std::string test_camera::request(const test_request& r) {
   params.remote_addr = r.remote_addr.c_str();
   psia::string_input in(r.body);
   psia::string_output out;
-  psia::serve_request(*ctx_, params, in, out);
+  psia::serve_request(worker, params, in, out);
   return out.text;
 }
 

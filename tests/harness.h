@@ -62,7 +62,11 @@ class test_camera {
   ~test_camera();
 
   // Serves one request; everything it wrote.
-  std::string request(const test_request& r);
+  std::string request(const test_request& r) { return request(*ctx_, r); }
+  // Another responder process of this camera, in this process: a context of its own on the same region, database and
+  // queues, logging with the camera. Served through request(worker, r).
+  std::unique_ptr<psia::request_context> another_worker();
+  std::string request(psia::request_context& worker, const test_request& r);
   std::string get(const std::string& uri) { return send("GET", uri); }
   std::string put(const std::string& uri, const std::string& body) { return send("PUT", uri, body); }
   std::string send(const std::string& method, const std::string& uri, const std::string& body = "",

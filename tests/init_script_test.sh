@@ -93,11 +93,13 @@ if command -v cgi-fcgi >/dev/null; then
            HTTP_AUTHORIZATION="Basic YWRtaW46YWRtaW4=" cgi-fcgi -bind -connect "$socket")
   check "it answers on the socket" grep -q '<ResourceList' <<<"$answer"
 fi
-expect status 0 "running (pid $first)"
+expect status 0 "running (pid $first, 2 workers)"
+workers() { pgrep -P "$1" -x psia-responder | sort; }
+before=$(workers "$first")
 expect start 0 "already running"
 # The FastCGI record that makes libfcgi abort (two parameter lengths of
-# 0x40000000, whose sum overflows its int): the responder ends, and the
-# supervisor starts another.
+# 0x40000000, whose sum overflows its int): the worker that took it ends,
+# and its parent starts another.
 python3 - "$socket" <<'EOF'
 import socket, struct, sys
 s = socket.socket(socket.AF_UNIX)
@@ -108,9 +110,13 @@ s.settimeout(5)
 try: s.recv(1)
 except OSError: pass
 EOF
-check "the record ends the responder" eventually gone "$first"
-check "a crashed responder comes back" eventually eval '[ -n "$(pid)" ] && [ "$(pid)" != "$first" ] && is_responder "$(pid)" && [ -S "$socket" ]'
+check "the record ends a worker, which its parent replaces" eventually eval \
+  '[ "$(workers "$first" | wc -l)" = 2 ] && [ "$(workers "$first")" != "$before" ]'
+before=$(workers "$first")
+kill -9 "$first"  # the parent: the supervisor starts another, and its workers end with it
+check "a killed responder comes back" eventually eval '[ -n "$(pid)" ] && [ "$(pid)" != "$first" ] && is_responder "$(pid)" && [ -S "$socket" ]'
 check "the restart is logged" grep -q "responder $first ended" "$t/log"
+for w in $before; do check "its worker $w ended with it" eventually gone "$w"; done
 second=$(pid)
 expect restart 0 OK
 check "restart ends the old responder" gone "$second"

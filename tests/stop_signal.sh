@@ -4,7 +4,7 @@
 # once. Usage: tests/stop_signal.sh BUILD_DIR
 set -euo pipefail
 cd "$(dirname "$0")/.."
-PSIA_SIM_ARGS="--silent 10" exec scripts/demo.sh --build-dir "$1" --port auto --run '
+PSIA_WORKERS=1 PSIA_SIM_ARGS="--silent 10" exec scripts/demo.sh --build-dir "$1" --port auto --run '
 set -euo pipefail
 responder() { pgrep -P "$(cat "$PSIA_DEMO_RUN/lighttpd.pid")" -x psia-responder || true; }
 ended() {  # ended PID WHAT: the process is gone within 20 s

@@ -206,6 +206,9 @@ TEST(Settings, EveryNumberReadsWholeOrTheResponderDoesNotStart) {
   const std::string key =
       "\" is not a setting: it takes a whole number (digits only) from 1 to 2147483647, the "
       "control daemon's request queue key";
+  const std::string workers =
+      "\" is not a setting: it takes a whole number (digits only) from 1 to 16, responder "
+      "processes serving the socket together; 1: one process";
   // clang-format off
   const struct { const char *name, *value; int read; std::string error; } cases[] = {
       {"PSIA_LOGIN_ATTEMPTS", "7", 7}, {"PSIA_LOGIN_ATTEMPTS", "0", 0}, {"PSIA_LOGIN_ATTEMPTS", "", 10} /* default */,
@@ -221,6 +224,8 @@ TEST(Settings, EveryNumberReadsWholeOrTheResponderDoesNotStart) {
       {"PSIA_LOGIN_BUDGET", "100000", 100000}, {"PSIA_LOGIN_BUDGET", "0", 0},
       {"PSIA_LOGIN_BUDGET", "1e3", 0, "PSIA: PSIA_LOGIN_BUDGET=\"1e3\" is not a setting: it takes a whole number (digits "
                                      "only) from 0 to 100000, failed logins a minute from all addresses; 0: no shared budget"},
+      {"PSIA_WORKERS", "", 2}, {"PSIA_WORKERS", "1", 1}, {"PSIA_WORKERS", "16", 16},
+      {"PSIA_WORKERS", "0", 0, "PSIA: PSIA_WORKERS=\"0" + workers}, {"PSIA_WORKERS", "17", 0, "PSIA: PSIA_WORKERS=\"17" + workers},
       {"PSIA_REQUEST_QUEUE_KEY", "0", 0, "PSIA: PSIA_REQUEST_QUEUE_KEY=\"0" + key} /* IPC_PRIVATE */,
       {"PSIA_REQUEST_QUEUE_KEY", "0x457", 0, "PSIA: PSIA_REQUEST_QUEUE_KEY=\"0x457" + key},
       {"PSIA_REQUEST_QUEUE_KEY", "2147483647", 2147483647},
@@ -238,6 +243,7 @@ TEST(Settings, EveryNumberReadsWholeOrTheResponderDoesNotStart) {
     const std::map<std::string, int> read = {{"PSIA_LOGIN_ATTEMPTS", settings.login_attempts},
                                              {"PSIA_LOGIN_LOCKOUT", settings.login_lockout},
                                              {"PSIA_LOGIN_BUDGET", settings.login_budget},
+                                             {"PSIA_WORKERS", settings.workers},
                                              {"PSIA_REQUEST_QUEUE_KEY", settings.request_queue_key}};
     EXPECT_EQ(read.at(c.name), c.read) << c.name << "=" << c.value;
   }

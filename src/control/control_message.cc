@@ -167,6 +167,7 @@ control_result control_channel::send_control_message(control_message& msg) {
     lookup(request_key_, &request_queue_);
     lookup(reply_key_, &reply_queue_);
   }
+  drop_late_replies(mtype);
   if (!send_within(msg, deadline) || !receive_within(msg, mtype, deadline)) {
     std::memset(static_cast<void*>(&msg), 0, sizeof msg);
     return control_result::no_reply;
@@ -176,6 +177,14 @@ control_result control_channel::send_control_message(control_message& msg) {
     case 2: return control_result::busy;
     default: return control_result::failed;
   }
+}
+
+void control_channel::drop_late_replies(long mtype) {
+  if (reply_queue_ < 0) return;
+  control_message late;
+  for (int i = 0; i < kMostLateReplies; ++i)
+    if (msgrcv(reply_queue_, &late, kControlMessageSize, mtype, IPC_NOWAIT | MSG_NOERROR) < 0)
+      return;
 }
 
 control_result control_channel::send_command(int32_t command) {

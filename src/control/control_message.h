@@ -156,6 +156,12 @@ class control_channel {
   // The usual exchange of a command without payload.
   control_result send_command(int32_t command);
 
+  // Takes and drops the replies waiting for this process before a command
+  // is sent: they answer exchanges that gave up waiting, and taken later
+  // they would answer this one. At most kMostLateReplies.
+  void drop_late_replies(long mtype);
+  static constexpr int kMostLateReplies = 64;
+
   // Removes whatever waits on a queue (stale replies of an earlier run).
   static void drain_control_queue(int queue_id);
 

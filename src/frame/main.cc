@@ -1,7 +1,13 @@
 // psia-responder: the configuration and control service of the camera's PSIA
-// resource tree. One single-threaded FastCGI process behind the camera's web
-// server (or, unchanged, a plain CGI program): it starts up once and then
-// serves requests strictly one after another.
+// resource tree. Single-threaded FastCGI processes behind the camera's web
+// server (or, unchanged, a plain CGI program): each starts up once and then
+// serves requests strictly one after another; several of them on the one
+// socket (PSIA_WORKERS) share the camera's state (io/shared_camera.h).
+//
+//   psia-responder                   one process
+//   psia-responder --start-workers   PSIA_WORKERS processes on the socket of
+//                                    standard input, and their parent (the
+//                                    process alone when PSIA_WORKERS is 1)
 //
 // This is the only file that sees libfcgi's stdio layer; its printf is
 // libfcgi's own formatter, so nothing here formats through it: every answer
@@ -10,11 +16,13 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
 #include "frame/request_loop.h"
 #include "frame/startup.h"
+#include "frame/workers.h"
 #include "util/stop.h"
 #include "util/syslog.h"
 
@@ -49,13 +57,23 @@ void write_error(const char* text, size_t size) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
   psia::system_clock clock;
   // Settings are read before the first accept: FastCGI replaces the
   // environment with each request's parameters.
   psia::runtime_settings settings;
   std::vector<std::string> problems;
   bool usable = psia::load_settings(&settings, &problems);
+  // Under CGI each request is a process of its own: only what guards
+  // logins is shared (README.md, "Several workers").
+  bool cgi = FCGX_IsCGI();
+  if (usable && !cgi && argc > 1 && std::strcmp(argv[1], "--start-workers") == 0) {
+    psia::event_log parent_log;
+    parent_log.set_stream(write_error);
+    psia::install_stop_handlers(nullptr);
+    int status = psia::run_workers(settings.workers, clock, parent_log);
+    if (status >= 0) return status;
+  }
   psia::request_context ctx(settings, clock);
   ctx.log.set_stream(write_error);
   psia::syslog_socket syslog(ctx.settings.host_path("/dev/log"), "psia-responder");
@@ -67,7 +85,9 @@ int main() {
   // would fail open.
   for (const std::string& problem : problems) ctx.log.error("%s\n", problem.c_str());
   if (!usable) return -1;
-  if (!psia::start_up(ctx)) return psia::stop_requested() ? 0 : -1;
+  if (!psia::start_up(ctx,
+                      cgi ? psia::camera_sharing::guard_only : psia::camera_sharing::whole_camera))
+    return psia::stop_requested() ? 0 : -1;
 
   fcgi_output out;
   fcgi_input in;

@@ -9,19 +9,25 @@ namespace psia {
 namespace {
 
 // Authentication behind the login guard: a login the guard holds back is
-// refused before the database is asked anything.
+// refused before the database is asked anything. The guard is every
+// responder process's: it is read and changed under the camera's lock,
+// which is let go while the database checks the password.
 authentication check_caller(request& req, const char* address) {
   request_context& ctx = req.ctx;
-  login_guard& guard = ctx.camera.guard;
   int64_t now = ctx.clock.monotonic_us();
   address_key key = guard_key(address);
-  guard.end_refusal_windows(now, [&ctx](const address_key* from, int more) {
-    char shown[64] = "";
-    if (from != nullptr) guard_key_text(*from, shown, sizeof shown);
-    audit_refusals_not_written(ctx.log, from != nullptr ? shown : nullptr, more);
-  });
+  login_guard::guard_verdict verdict;
+  {
+    camera_lock lock(ctx.camera);
+    login_guard& guard = lock.shared().guard;
+    guard.end_refusal_windows(now, [&ctx](const address_key* from, int more) {
+      char shown[64] = "";
+      if (from != nullptr) guard_key_text(*from, shown, sizeof shown);
+      audit_refusals_not_written(ctx.log, from != nullptr ? shown : nullptr, more);
+    });
+    verdict = guard.admit(key, now);
+  }
   authentication who;
-  login_guard::guard_verdict verdict = guard.admit(key, now);
   if (verdict == login_guard::guard_verdict::locked_out) {
     read_credentials(req.params.authorization, &who.who);
     who.refusal = refusal_reason::locked_out;
@@ -36,6 +42,8 @@ authentication check_caller(request& req, const char* address) {
     who = authenticate_request(req);
     // The check may have waited on a locked database.
     now = ctx.clock.monotonic_us();
+    camera_lock lock(ctx.camera);
+    login_guard& guard = lock.shared().guard;
     if (who.refusal == refusal_reason::none) {
       guard.succeeded(key, now);
     } else if (who.refusal != refusal_reason::no_credentials &&
@@ -53,7 +61,7 @@ authentication check_caller(request& req, const char* address) {
     }
   }
   if (who.refusal != refusal_reason::none && who.refusal != refusal_reason::no_credentials &&
-      guard.refusal_written(key, now))
+      camera_lock(ctx.camera).shared().guard.refusal_written(key, now))
     audit_refused_login(ctx.log, address, who.who.user, refusal_text(who.refusal));
   return who;
 }
@@ -64,6 +72,8 @@ void serve_request(request_context& ctx, const request_params& params, input_str
                    output_stream& out) {
   // The previous request's body is not needed any more.
   ctx.body.clear();
+  // A zone another responder process set is this one's from now on.
+  ctx.camera.refresh();
   ctx.store.reopen_if_replaced();
   if (ctx.factory_store.is_open()) ctx.factory_store.reopen_if_replaced();
   request req(ctx, params, in);

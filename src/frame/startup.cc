@@ -15,7 +15,7 @@ constexpr int64_t kBusyPatienceUs = 10 * 1000000;
 
 }  // namespace
 
-bool start_up(request_context& ctx) {
+bool start_up(request_context& ctx, camera_sharing sharing) {
   // A file-size limit ends an upload with an error instead of the process;
   // a connection closed under a write is that write's error.
   signal(SIGXFSZ, SIG_IGN);
@@ -29,13 +29,16 @@ bool start_up(request_context& ctx) {
     case store_open::busy: ctx.log.error("PSIA: database busy\n"); return false;
     case store_open::unusable: ctx.log.error("PSIA: DB Open Failed\n"); return false;
   }
-  device_facts& device = ctx.camera.device;
+  device_facts& device = ctx.camera.own().device;
   device.ptz_support = ctx.store.query_int(0, "select PTZSupport from Spec2");
   // Only the model family (its first three characters) is kept; the
   // streaming and PTZ handlers compare it with model codes.
   query_result model = ctx.store.query("select model from Spec");
   const char* cell = model.text(0, 0);
   copy_bounded(device.model_prefix, cell != nullptr ? cell : "");
+  // Without the region the process still serves, as a camera of its own.
+  ctx.camera.attach(ctx.settings.host_path(kRuntimeDirectory) + "/camera-state", sharing, ctx.clock,
+                    ctx.log);
   return ctx.control.attach(ctx.settings.request_queue_key, ctx.settings.reply_queue_key);
 }
 

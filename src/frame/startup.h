@@ -8,11 +8,12 @@
 namespace psia {
 
 // Opens the configuration database, reads the device facts (PTZ support and
-// model family), and attaches to the control daemon's queues (waiting for
+// model family), maps the camera's shared state (shared_camera.h), and
+// attaches to the control daemon's queues (waiting for
 // them as long as it takes, or until a stop is requested). Returns false
 // when the database cannot be opened (the responder cannot serve without
 // it) or when stopped while waiting.
-bool start_up(request_context& ctx);
+bool start_up(request_context& ctx, camera_sharing sharing = camera_sharing::whole_camera);
 
 }  // namespace psia
 

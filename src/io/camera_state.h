@@ -1,10 +1,11 @@
 // The camera's state: what the responder knows and remembers about the
 // camera between requests, apart from the infrastructure that serves them
 // (request_context.h). Device facts are read once at start-up; the time
-// zone and the PTZ position change with requests. Both are plain fixed
-// fields (no owned memory, no pointers), so that the state can be copied
-// byte for byte or placed in memory that several responder processes
-// share. The login guard keeps its own table (util/login_guard.h).
+// zone and the PTZ position change with requests. Everything here is plain
+// fixed fields (no owned memory, no pointers): the state lives in memory
+// that every responder process of the camera shares (io/shared_camera.h),
+// and anything added here is shared with it. The login guard keeps its own
+// table (util/login_guard.h).
 #ifndef PSIA_IO_CAMERA_STATE_H
 #define PSIA_IO_CAMERA_STATE_H
 
@@ -36,7 +37,7 @@ struct camera_state {
 
   device_facts device;
   // The zone last given with PUT /PSIA/System/time (empty: none); the local
-  // times this process prints follow it.
+  // times the responder prints follow it.
   char current_zone[64] = "";
   ptz_position last_absolute;
   login_guard guard;

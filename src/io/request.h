@@ -59,7 +59,9 @@ class request {
   config_store& db() { return ctx.store; }
   control_channel& control() { return ctx.control; }
   event_log& log() { return ctx.log; }
-  camera_state& camera() { return ctx.camera; }
+  // The device facts; what requests change is reached through a
+  // camera_lock on ctx.camera.
+  const camera_state& camera() { return ctx.camera.own(); }
   std::string host_path(const std::string& absolute_path) const {
     return ctx.settings.host_path(absolute_path);
   }

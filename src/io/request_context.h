@@ -6,16 +6,17 @@
 // Two concerns: the infrastructure that serves requests (settings, clock,
 // log, the databases, the control channel, the XML library, the body
 // buffer), and the camera's state that requests read and change
-// (camera_state.h: device facts, time zone, PTZ position, login guard).
+// (camera_state.h: device facts, time zone, PTZ position, login guard),
+// shared with the camera's other responder processes (shared_camera.h).
 #ifndef PSIA_IO_REQUEST_CONTEXT_H
 #define PSIA_IO_REQUEST_CONTEXT_H
 
 #include <string>
 
 #include "control/control_message.h"
-#include "io/camera_state.h"
 #include "io/request_body.h"
 #include "io/settings.h"
+#include "io/shared_camera.h"
 #include "io/xml_library.h"
 #include "store/database.h"
 #include "util/clock.h"
@@ -45,8 +46,9 @@ struct request_context {
   xml_library xml;
   request_body body;
 
-  // What requests read and change of the camera (camera_state.h).
-  camera_state camera;
+  // What requests read and change of the camera (camera_state.h), shared
+  // with the other responder processes: changed only under a camera_lock.
+  shared_camera camera;
 };
 
 }  // namespace psia

@@ -29,6 +29,8 @@ const number_setting kNumbers[] = {
      "seconds of the first lock-out; 0 turns the login guard off"},
     {"PSIA_LOGIN_BUDGET", &runtime_settings::login_budget, 0, 100000,
      "failed logins a minute from all addresses; 0: no shared budget"},
+    {"PSIA_WORKERS", &runtime_settings::workers, 1, 16,
+     "responder processes serving the socket together; 1: one process"},
 };
 
 // Digits only, no sign or blank, and within [low, high].

@@ -15,6 +15,10 @@
 
 namespace psia {
 
+// The responder's own run-time directory (below PSIA_ROOT): the region of
+// the camera's state its processes share lives there.
+constexpr char kRuntimeDirectory[] = "/run/psia-responder";
+
 struct runtime_settings {
   std::string root;              // PSIA_ROOT, put in front of absolute paths
   int request_queue_key = 1111;  // PSIA_REQUEST_QUEUE_KEY
@@ -29,6 +33,9 @@ struct runtime_settings {
   int login_attempts = 10;
   int login_lockout = 60;
   int login_budget = 100;
+  // PSIA_WORKERS: responder processes serving the one socket together (1:
+  // one process, serving one request at a time).
+  int workers = 2;
 
   // An absolute file path of the camera, moved below `root` when it is set.
   std::string host_path(const std::string& absolute_path) const;

@@ -173,23 +173,35 @@ answer put_ptz_absolute(request& req, const route_args&) {
   if (!in_range(azimuth, 0.0f, 360.0f) || !in_range(elevation, -90.0f, 90.0f) ||
       !in_range(zoom, 0.0f, 100.0f))
     return answer::status(kStatusDeviceError);
-  ptz_position& last = req.camera().last_absolute;
+  bool move = false, zoom_in = false;
+  {
+    // The position is taken and noted under the lock, the frames sent
+    // after: the lock is never held across a wait on the daemon.
+    camera_lock lock(req.ctx.camera);
+    ptz_position& last = lock.camera().last_absolute;
+    if (azimuth != last.azimuth || elevation != last.elevation) {
+      move = true;
+      if (azimuth == kNotGiven)
+        azimuth = last.azimuth;
+      else
+        last.azimuth = azimuth;
+      if (elevation == kNotGiven)
+        elevation = last.elevation;
+      else
+        last.elevation = elevation;
+    }
+    if (zoom != last.zoom && zoom != kNotGiven) {
+      zoom_in = true;
+      last.zoom = zoom;
+    }
+  }
   control_result sent = control_result::ok;
   char frame[1024];
-  if (azimuth != last.azimuth || elevation != last.elevation) {
-    if (azimuth == kNotGiven)
-      azimuth = last.azimuth;
-    else
-      last.azimuth = azimuth;
-    if (elevation == kNotGiven)
-      elevation = last.elevation;
-    else
-      last.elevation = elevation;
+  if (move) {
     ptz_position_frame(azimuth, elevation, frame, sizeof frame);
     sent = send_frame(req, frame);
   }
-  if (zoom != last.zoom && zoom != kNotGiven) {
-    last.zoom = zoom;
+  if (zoom_in) {
     // One model family has a shorter zoom lens. The comparison runs over its
     // full name against the kept three-letter family, so it never matches
     // and the common scale applies; the camera has always sent these steps.

@@ -2,9 +2,9 @@
 // zone. The responder never sets the clock itself: a new time or mode goes
 // to the control daemon as command 6, a new zone as command 7.
 //
-// A zone given with PUT /PSIA/System/time is kept for the life of the
-// process (the context's current zone) and exported as TZ, so the local
-// times this process prints follow it; it is not stored in the database.
+// A zone given with PUT /PSIA/System/time is kept while the responder runs
+// (the camera's current zone, shared by its processes) and exported as TZ,
+// so the local times it prints follow it; it is not stored in the database.
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -84,7 +84,8 @@ std::string camera_zone(request& req) {
 }  // namespace
 
 void apply_current_zone(const request_context& ctx) {
-  if (ctx.camera.current_zone[0] != '\0') setenv("TZ", ctx.camera.current_zone, 1);
+  const char* zone = ctx.camera.applied_zone();
+  if (zone[0] != '\0') setenv("TZ", zone, 1);
   tzset();
 }
 
@@ -99,7 +100,7 @@ struct tm camera_local_time(request_context& ctx) {
 answer get_time(request& req, const route_args&) {
   int mode = req.db().query_int(0, "select DateTimeSync from DateTime");
   struct tm now = camera_local_time(req.ctx);
-  const char* current = req.camera().current_zone;
+  const char* current = req.ctx.camera.applied_zone();
   std::string zone = current[0] != '\0' ? current : camera_zone(req);
   text_buffer doc;
   doc.append("<Time version=\"1.0\" xmlns=\"urn:psialliance-org\">");
@@ -142,12 +143,15 @@ answer put_time(request& req, const route_args&) {
     }
   }
   // A zone too long to keep whole is refused: cut, it could name another.
-  auto& current = req.camera().current_zone;
-  if (std::strlen(zone) >= sizeof current || !is_posix_time_zone(zone))
+  if (std::strlen(zone) >= sizeof camera_state::current_zone || !is_posix_time_zone(zone))
     return answer::status(kStatusDeviceError);
-  copy_bounded(current, zone);
-  if (current[0] == '\0') unsetenv("TZ");  // back to the system's zone
-  apply_current_zone(req.ctx);
+  {
+    // Every responder process of the camera takes the zone (an empty one:
+    // back to the system's zone).
+    camera_lock lock(req.ctx.camera);
+    copy_bounded(lock.camera().current_zone, zone);
+    lock.zone_changed();
+  }
   return send_set_time(req, mode, local_time);
 }
 

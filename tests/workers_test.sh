@@ -1,0 +1,96 @@
+#!/usr/bin/env bash
+# Two workers behind lighttpd with the packaged snippet (lighttpd starts their parent, PSIA_WORKERS unset: 2) are one
+# camera: a GET is answered while a PUT waits on a slow daemon, a zone set through one worker is seen through the
+# other, failed logins count across workers, and a killed worker is replaced by one that knows the camera's state.
+# Requests go through lighttpd; one worker is stopped (SIGSTOP) so that the other takes them. Exits 77 (skipped)
+# without lighttpd or curl.
+#   tests/workers_test.sh BUILD_DIR
+set -uo pipefail
+build=$(cd "$1" && pwd)
+cd "$(dirname "$0")/.."
+for tool in lighttpd curl; do command -v "$tool" >/dev/null || { echo "skipped: no $tool"; exit 77; }; done
+
+t=$(mktemp -d /tmp/psia-workers-XXXXXX)
+pids=()
+cleanup() {
+  kill "${pids[@]}" 2>/dev/null
+  wait 2>/dev/null
+  [ -n "${KEEP:-}" ] || rm -rf "$t"
+}
+trap cleanup EXIT
+
+DESTDIR=$t/stage cmake --install "$build" >/dev/null
+snippet=$(find "$t/stage" -path '*/lighttpd/*' -name '*psia-responder.conf')
+scripts/make-root.sh "$t/root" >/dev/null
+port=$((20000 + ($$ + 10007) % 20000))
+request_key=$((70000 + $$ % 10000)) reply_key=$((80000 + $$ % 10000))
+"$build/tools/psia-control-sim" --request-key $request_key --reply-key $reply_key --delay 8=3000 \
+  --ready-file "$t/ready" --log "$t/control.log" &
+pids+=($!)
+
+socket=$t/psia.socket
+{
+  printf '%s\n' "server.bind = \"127.0.0.1\"" "server.port = $port" "server.document-root = \"$t\"" \
+    "server.errorlog = \"$t/lighttpd-error.log\"" "server.pid-file = \"$t/lighttpd.pid\""
+  # The snippet as installed, with this run's socket, program and settings.
+  sed -e "s|\"socket\" => \"[^\"]*\"|\"socket\" => \"$socket\"|" \
+      -e "s|\"bin-path\" => \"[^\" ]*|\"bin-path\" => \"$build/psia-responder|" \
+      -e "s|^\\( *\\)\"check-local\".*|&\\n\\1\"bin-environment\" => (\"PSIA_ROOT\" => \"$t/root\", \"PSIA_REQUEST_QUEUE_KEY\" => \"$request_key\", \"PSIA_REPLY_QUEUE_KEY\" => \"$reply_key\"),|" \
+      "$snippet"
+} > "$t/lighttpd.conf"
+for _ in $(seq 50); do [ -e "$t/ready" ] && break; sleep 0.1; done
+lighttpd -D -f "$t/lighttpd.conf" &
+lighttpd=$!
+pids+=($lighttpd)
+base=http://127.0.0.1:$port
+
+failures=0
+check() {  # check WHAT COMMAND...: the command must succeed
+  local what=$1; shift
+  if "$@"; then echo "ok   $what"; else echo "FAIL $what"; failures=$((failures + 1)); fi
+}
+eventually() { local n; for n in $(seq 50); do "$@" && return 0; sleep 0.1; done; "$@"; }
+parent() { pgrep -P "$lighttpd" -x psia-responder; }
+workers() { pgrep -P "$(parent)" -x psia-responder | sort; }
+two_workers() { [ "$(workers | wc -l)" = 2 ]; }
+# through WORKER METHOD URI [PASSWORD [BODY]]: a request through lighttpd, taken by WORKER (the other one is stopped
+# meanwhile), from 127.0.0.1.
+through() {
+  local other
+  other=$(workers | grep -vx "$1")
+  kill -STOP $other
+  curl -s -i -m 20 -u "admin:${4:-admin}" -X "$2" ${5:+--data-binary "$5"} "$base$3"
+  kill -CONT $other
+}
+has() { grep -q -e "$1" <<<"$2"; }
+
+check "lighttpd starts two workers" eventually two_workers
+check "the camera answers" eventually eval 'curl -s -u admin:admin "$base/PSIA/index" | grep -q "<ResourceList"'
+
+# The daemon takes 3 s over the reboot: the GET sent meanwhile is answered by the other worker before it.
+curl -s -o "$t/put" -m 20 -u admin:admin -X PUT "$base/PSIA/System/reboot" &
+put=$!
+sleep 0.5
+index=$(curl -s -m 20 -u admin:admin "$base/PSIA/index")
+check "a GET is answered while a PUT waits on the daemon" has "<ResourceList" "$index"
+check "... before the PUT" kill -0 "$put"
+wait "$put"
+check "... which is answered too" grep -q "<statusCode>1</statusCode>" "$t/put"
+
+read -r one two <<<"$(workers | tr '\n' ' ')"
+zone='<Time><timeMode>NTP</timeMode><timeZone>CET-1</timeZone></Time>'
+check "a zone is set through one worker" has "<statusCode>1</statusCode>" "$(through "$one" PUT /PSIA/System/time admin "$zone")"
+check "... and seen through the other" has "<timeZone>CET-1</timeZone>" "$(through "$two" GET /PSIA/System/time)"
+
+kill -9 "$one"
+replaced() { two_workers && ! workers | grep -qx "$one"; }
+check "a killed worker is replaced" eventually replaced
+new=$(workers | grep -vx "$two")
+check "... by one that knows the camera's zone" has "<timeZone>CET-1</timeZone>" "$(through "$new" GET /PSIA/System/time)"
+
+for i in 1 2 3 4 5; do through "$new" GET /PSIA/index guess >/dev/null; through "$two" GET /PSIA/index guess >/dev/null; done
+check "ten failed logins, five through each worker, lock the address out of both" \
+  eval 'has "^HTTP/1.1 401" "$(through "$new" GET /PSIA/index)" && has "^HTTP/1.1 401" "$(through "$two" GET /PSIA/index)"'
+
+[ "$failures" -eq 0 ] && echo "all passed"
+exit $((failures > 0))
