@@ -145,7 +145,7 @@ TEST(TimeZones, ChecksTheGrammarTheZoneFilesLastLineAndTheTable) {
   }
 }
 
-TEST(Ptz, FramesSpeedsAndTheQueryScan) {
+TEST(Ptz, SpeedsAndTheQueryScan) {
   // The position frames are checked as sent, with the absolute moves: here the speeds at each step's edges.
   const int move[][2] = {{1, 1}, {10, 12}, {50, 63}, {99, 125}, {100, 127}, {0, 0}};
   for (const auto& m : move) EXPECT_EQ(ptz_move_speed(m[0]), m[1]) << m[0];
