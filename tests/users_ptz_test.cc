@@ -138,7 +138,7 @@ std::string ptz_channel(const std::string& id, const char* enabled, bool list) {
   return xml_answer(list ? psia_element("PTZChannelList", c) : c);
 }
 
-TEST(Ptz, ChannelAndTheBranchesSupport) {
+TEST(Ptz, ChannelAndTheBranchGate) {
   // clang-format off
   run_cases({
       get(kPtzChannels).answers(ptz_channel("0", "true", true)),
