@@ -91,21 +91,60 @@ std::function<void(test_camera&)> refused_until(void (*repair)(const std::string
   };
 }
 
-TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
-  const std::string body = "<DeviceInfo><deviceName>hall</deviceName></DeviceInfo>";
-  const std::string upload(5000, 'f');
+// Serves each fault's request under it, then the next ordinary request.
+void expect_each_costs_one_answer(const std::vector<environment_fault>& faults) {
+  for (const environment_fault& f : faults) {
+    SCOPED_TRACE(f.what);
+    test_camera camera;
+    const std::function<void()> serve_daemon = camera.clock().on_sleep;
+    std::string out = [&] {  // the fault lasts for this request only
+      std::shared_ptr<void> fault = f.make(camera);
+      return camera.send(f.method, f.uri, f.body);
+    }();
+    if (f.answer.size() == 1)
+      EXPECT_EQ(out, status_answer(f.uri, f.answer[0] - '0'));
+    else
+      EXPECT_NE(out.find(f.answer), std::string::npos) << out;
+    EXPECT_EQ(camera.clock().now_us, f.waited_us);
+    if (f.leaves) f.leaves(camera);
+    camera.clock().on_sleep = serve_daemon;
+    out = camera.request(f.next);
+    EXPECT_NE(out.find(f.next_answer), std::string::npos) << out;
+  }
+}
+
+const std::string kDeviceBody = "<DeviceInfo><deviceName>hall</deviceName></DeviceInfo>";
+const std::string kUpload(5000, 'f');
+
+// The database locked by another process.
+TEST(Fault, DatabaseLocksCostOneAnswerWithinTheirBound) {
   // clang-format off
-  const environment_fault faults[] = {
+  expect_each_costs_one_answer({
       {"a lock released while it is waited for",
        [](test_camera& c) {
          auto lock = std::make_shared<db_lock>(c, "begin exclusive");
          c.clock().on_sleep = [&c, lock] { if (c.clock().now_us >= 300000) lock->release(); };
          return lock;
        },
-       "PUT", kDeviceInfo, body, "1", 300000},  // 50 + 100 + 150 ms
+       "PUT", kDeviceInfo, kDeviceBody, "1", 300000},  // 50 + 100 + 150 ms
       {"a write lock held past the back-off",
        [](test_camera& c) { return std::make_shared<db_lock>(c, "begin immediate; update Audio set Enable=Enable"); },
-       "PUT", kDeviceInfo, body, "3", 1050000},
+       "PUT", kDeviceInfo, kDeviceBody, "3", 1050000},
+      {"a stop while a write lock is waited for",
+       [](test_camera& c) {
+         c.clock().on_sleep = psia::request_stop;
+         auto lock = std::make_shared<db_lock>(c, "begin immediate; update Audio set Enable=Enable");
+         return std::shared_ptr<void>(nullptr, [lock](void*) { psia::cancel_stop(); });
+       },
+       "PUT", kDeviceInfo, kDeviceBody, "3", 50000},
+  });
+  // clang-format on
+}
+
+// A slow, silent, hung or restarted control daemon, or none.
+TEST(Fault, DaemonFaultsCostOneAnswerWithinTheirBound) {
+  // clang-format off
+  expect_each_costs_one_answer({
       {"a slow daemon", [](test_camera& c) { c.daemon().delay_ms[8] = 2000; return nothing(); },
        "PUT", kReboot, "", "1", 2002350},
       {"a silent daemon", [](test_camera& c) { c.daemon().silent.insert(8); return nothing(); },
@@ -134,13 +173,14 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
       {"a stop (SIGTERM) while a silent daemon is awaited",
        [](test_camera& c) { c.daemon().silent.insert(8); c.clock().on_sleep = psia::request_stop; return stop_undone(); },
        "PUT", kReboot, "", "2", 50},
-      {"a stop while a write lock is waited for",
-       [](test_camera& c) {
-         c.clock().on_sleep = psia::request_stop;
-         auto lock = std::make_shared<db_lock>(c, "begin immediate; update Audio set Enable=Enable");
-         return std::shared_ptr<void>(nullptr, [lock](void*) { psia::cancel_stop(); });
-       },
-       "PUT", kDeviceInfo, body, "3", 50000},
+  });
+  // clang-format on
+}
+
+// Files planted where the responder reads or writes, and a full disk.
+TEST(Fault, PlantedFilesAndAFullDiskCostOneAnswer) {
+  // clang-format off
+  expect_each_costs_one_answer({
       {"a FIFO named as the configuration file",
        [](test_camera& c) { mkfifo(c.path(std::string(kTransfer) + "fifo").c_str(), 0600); daemon_names(c, "fifo"); return nothing(); },
        "GET", kConfiguration, "", "3", 50},
@@ -166,18 +206,26 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
          fs::create_symlink(c.path("/victim"), c.path(std::string(kTransfer) + "psia_firmware.dat.part"));
          return nothing();
        },
-       "PUT", kFirmware, upload, "1", 0,
-       [&upload](test_camera& c) {
+       "PUT", kFirmware, kUpload, "1", 0,
+       [](test_camera& c) {
          EXPECT_EQ(file_text(c.path("/victim")), "kept");
-         EXPECT_EQ(file_text(c.path(std::string(kTransfer) + "psia_firmware.dat")), upload);
+         EXPECT_EQ(file_text(c.path(std::string(kTransfer) + "psia_firmware.dat")), kUpload);
        }},
       {"a file-size limit (or a full disk) during an upload",
        [](test_camera&) { return std::make_shared<size_limit>(RLIMIT_FSIZE, 4096); },
-       "PUT", kFirmware, upload, "3", 0,
+       "PUT", kFirmware, kUpload, "3", 0,
        [](test_camera& c) {
          EXPECT_FALSE(fs::exists(c.path(std::string(kTransfer) + "psia_firmware.dat")));
          EXPECT_FALSE(fs::exists(c.path(std::string(kTransfer) + "psia_firmware.dat.part")));
        }},
+  });
+  // clang-format on
+}
+
+// The database replaced under the running responder.
+TEST(Fault, AReplacedDatabaseIsReadOrRefusedUntilRepaired) {
+  // clang-format off
+  expect_each_costs_one_answer({
       {"the database replaced by a rename",
        [](test_camera& c) {
          std::string db = c.path(kDatabase);
@@ -190,31 +238,13 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
          return nothing();
        },
        "GET", kDeviceInfo, "", "<deviceName>replaced</deviceName>", 0, nullptr,
-       {"PUT", kDeviceInfo, body}, "<statusCode>1<"},
+       {"PUT", kDeviceInfo, kDeviceBody}, "<statusCode>1<"},
       {"an empty file renamed over the database, then a good one", empty_database, "GET", kDeviceInfo, "", "Status: 401",
        0, refused_until([](const std::string& db) { fs::rename(db + ".good", db); })},
       {"an empty file renamed over the database, then written in place", empty_database, "GET", kDeviceInfo, "",
        "Status: 401", 0, refused_until([](const std::string& db) { std::ofstream(db) << file_text(db + ".good"); })},
-  };
+  });
   // clang-format on
-  for (const environment_fault& f : faults) {
-    SCOPED_TRACE(f.what);
-    test_camera camera;
-    const std::function<void()> serve_daemon = camera.clock().on_sleep;
-    std::string out = [&] {  // the fault lasts for this request only
-      std::shared_ptr<void> fault = f.make(camera);
-      return camera.send(f.method, f.uri, f.body);
-    }();
-    if (f.answer.size() == 1)
-      EXPECT_EQ(out, status_answer(f.uri, f.answer[0] - '0'));
-    else
-      EXPECT_NE(out.find(f.answer), std::string::npos) << out;
-    EXPECT_EQ(camera.clock().now_us, f.waited_us);
-    if (f.leaves) f.leaves(camera);
-    camera.clock().on_sleep = serve_daemon;
-    out = camera.request(f.next);
-    EXPECT_NE(out.find(f.next_answer), std::string::npos) << out;
-  }
 }
 
 // The kernel failing a queue call of the control exchange: what the command is answered, the camera time it took
@@ -302,8 +332,7 @@ TEST(Fault, TheXmlLibraryIsLoadedAgainAfterAFailure) {
     EXPECT_FALSE(camera.ctx().xml.load(camera.ctx().log));
   }
   EXPECT_NE(camera.errors().find("PSIA: libxml2 cannot be loaded"), std::string::npos);
-  const std::string body = "<DeviceInfo><deviceName>hall</deviceName></DeviceInfo>";
-  EXPECT_EQ(camera.put(kDeviceInfo, body), status_answer(kDeviceInfo, 1));
+  EXPECT_EQ(camera.put(kDeviceInfo, kDeviceBody), status_answer(kDeviceInfo, 1));
 }
 
 const std::string kHostile[] = {"' or '1'='1", "x'); drop table UserAccount; --", "%n%n%s%s%x%d",
@@ -356,7 +385,9 @@ TEST(Injection, TextsAreStoredAsSentAndNothingHostileIsAdmitted) {
       EXPECT_EQ(hostile.rfind(stored, 0), 0u) << "stored as " << stored;  // cut, never changed
     }
   }
-  // Paths, headers and XML tricks admit nothing.
+}
+
+TEST(Injection, HostileCredentialsPathsAndQueriesAdmitNothing) {
   test_camera camera;
   psia::camera_lock(camera.ctx().camera).shared().guard =
       psia::login_guard(0, 0);  // a dozen refused logins in a row follow
@@ -374,7 +405,10 @@ TEST(Injection, TextsAreStoredAsSentAndNothingHostileIsAdmitted) {
       EXPECT_EQ(camera.query("select count(*) from UserAccount"), "4") << path;
     }
   }
-  EXPECT_EQ(camera.get("/PSIA/%n%s%x%s%s%s"), status_answer("/PSIA/%n%s%x%s%s%s", 4));
+}
+
+TEST(Injection, XmlTricksAreRefusedAndEntitiesAreText) {
+  test_camera camera;
   // Entity expansion, external entities, deep nesting, a body too large.
   std::string deep;
   for (int i = 0; i < 5000; ++i) deep += "<a>";
@@ -387,14 +421,14 @@ TEST(Injection, TextsAreStoredAsSentAndNothingHostileIsAdmitted) {
       "<DeviceInfo>" + deep + "</DeviceInfo>",
       "<DeviceInfo><deviceName>" + std::string(2 << 20, 'x') + "</deviceName></DeviceInfo>",
   };
-  const char* uri = "/PSIA/System/deviceInfo";
   for (const std::string& body : bodies) {
-    EXPECT_EQ(camera.put(uri, body), status_answer(uri, 3)) << body.substr(0, 60);
+    EXPECT_EQ(camera.put(kDeviceInfo, body), status_answer(kDeviceInfo, 3)) << body.substr(0, 60);
     EXPECT_EQ(camera.query("select DDNSHostname from Network"), "camera-lobby");
   }
   // Entities the parser replaces itself, and CDATA, are text like any other.
-  EXPECT_EQ(camera.put(uri, "<DeviceInfo><deviceName>a&amp;b&#65;<![CDATA[<c>]]><x>y</x>z</deviceName></DeviceInfo>"),
-            status_answer(uri, 1));
+  EXPECT_EQ(camera.put(kDeviceInfo,
+                       "<DeviceInfo><deviceName>a&amp;b&#65;<![CDATA[<c>]]><x>y</x>z</deviceName></DeviceInfo>"),
+            status_answer(kDeviceInfo, 1));
   EXPECT_EQ(camera.query("select DDNSHostname from Network"), "a&bA<c>z");
 }
 

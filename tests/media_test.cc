@@ -21,161 +21,197 @@ std::string video(int indent, const char* mode, int b, int c, int h) {
          "</hueLevel>";
 }
 
-TEST(Media, DocumentsAndUpdates) {
-  const char* one = "/PSIA/System/Video/inputs/channels/1";
-  const char* levels = "select Brightness, Contrast, Hue, VideoStandard from VideoChannel";
-  auto channel = [](const char* mode, int b, int c, int h) {
-    return xml_answer(psia_element("VideoInputChannel", video(4, mode, b, c, h)));
-  };
-  auto doc = [](bool list, const std::string& enabled) {
-    std::string c =
-        psia_element("AudioChannel", "<id>1</id><enabled>" + enabled + "</enabled><audioMode>listenonly</audioMode>");
-    return xml_answer(list ? psia_element("AudioChannelList", c) : c, kXmlUtf8);
-  };
-  const char* uri = "/PSIA/System/Audio/channels/1";
-  const char* stream = "select Enable from AudioStream";
-  const char* set = "update AudioStream set Enable=1";
-  const char* none = "delete from VideoStream; delete from VideoChannel";
-  const char* list = "/PSIA/Streaming/channels";
-  const char* master = "/PSIA/Streaming/channels/1";
-  const char* slave = "/PSIA/Streaming/channels/2";
-  const char* off = "update VideoStream set Enable=-1";
-  auto clients = [](const std::string& address) {
-    return xml_answer(psia_element("StreamingSessionStatusList",
-                                   "    <StreamingSessionStatus>        <clientAddress>            <ipAddress>" +
-                                       address + "</ipAddress>        </clientAddress>    </StreamingSessionStatus>"));
-  };
-  // The updates' elements become the stored codes of each writer.
-  const std::vector<std::string> sent = {"4 master=1", "3 value=0", "46"};
-  auto audio = [&](const std::string& elements, const char* stored) {
-    return put("/PSIA/Streaming/channels/2",
-               "<StreamingChannel><Transport><rtspPortNo>8554</rtspPortNo></Transport><Audio>" + elements +
-                   "</Audio></StreamingChannel>")
-        .answers(1)
-        .sends(sent)
-        .leaves(kAudio, stored)
-        .leaves("select RTSPPort from Services", "8554");
-  };
-  auto encoding = [&](const std::string& elements, const std::string& row) {
-    return put(master, "<StreamingChannel><id>Master-0</id><Video>" + elements + "</Video></StreamingChannel>")
-        .answers(1)
-        .sends(sent)
-        .leaves(kStream, row + "\n1|1|2|1|1024|3|15|15");
-  };
+const char kVideoChannel[] = "/PSIA/System/Video/inputs/channels/1";
+const char kLevels[] = "select Brightness, Contrast, Hue, VideoStandard from VideoChannel";
+
+std::string video_channel(const char* mode, int b, int c, int h) {
+  return xml_answer(psia_element("VideoInputChannel", video(4, mode, b, c, h)));
+}
+
+TEST(Media, VideoInputs) {
   // clang-format off
-  std::vector<request_case> cases = {
+  run_cases({
       get("/PSIA/System/Video/inputs").answers(document_answer(golden("video_inputs.xml"))),
       get("/PSIA/System/Video/inputs/channels").answers(xml_answer(psia_element("VideoInputChannelList", "    <VideoInputChannel version=\"1.0\">" + video(8, "50hz", 50, 50, 50) + "    </VideoInputChannel>"))),
-      get(one).after("update VideoChannel set VideoStandard=2, Brightness=60, Contrast=40, Hue=30").answers(channel("60hz", 60, 40, 30)),
-      get(one).after("update VideoChannel set VideoStandard=0").answers(channel("60hz", 50, 50, 50)),
-      get(one).after("delete from VideoChannel").answers(channel("50hz", 50, 50, 50)),
+      get(kVideoChannel).after("update VideoChannel set VideoStandard=2, Brightness=60, Contrast=40, Hue=30").answers(video_channel("60hz", 60, 40, 30)),
+      get(kVideoChannel).after("update VideoChannel set VideoStandard=0").answers(video_channel("60hz", 50, 50, 50)),
+      get(kVideoChannel).after("delete from VideoChannel").answers(video_channel("50hz", 50, 50, 50)),
       // The body's id is the row key; a missing level is written as 0.
-      put(one, "<videoinputchannel><id>0</id><powerLineFrequencyMode>60hz</powerLineFrequencyMode><brightnessLevel>70</brightnessLevel><hueLevel>20</hueLevel></videoinputchannel>").daemon(2, 3).answers(3).sends({"2 channel=0"}).leaves(levels, "70|0|20|1"),
-      put(one, "<VideoInputChannel><brightnessLevel>9</brightnessLevel></VideoInputChannel>").answers(1).sends({"2 channel=-1"}).leaves(levels, "50|50|50|1"),
-      put(one, "<VideoInput/>").answers(3).leaves(levels, "50|50|50|1"),
+      put(kVideoChannel, "<videoinputchannel><id>0</id><powerLineFrequencyMode>60hz</powerLineFrequencyMode><brightnessLevel>70</brightnessLevel><hueLevel>20</hueLevel></videoinputchannel>").daemon(2, 3).answers(3).sends({"2 channel=0"}).leaves(kLevels, "70|0|20|1"),
+      put(kVideoChannel, "<VideoInputChannel><brightnessLevel>9</brightnessLevel></VideoInputChannel>").answers(1).sends({"2 channel=-1"}).leaves(kLevels, "50|50|50|1"),
+      put(kVideoChannel, "<VideoInput/>").answers(3).leaves(kLevels, "50|50|50|1"),
+  });
+  // clang-format on
+}
+
+const char kAudioChannel[] = "/PSIA/System/Audio/channels/1";
+const char kAudioEnabled[] = "select Enable from AudioStream";
+const char kAudioOn[] = "update AudioStream set Enable=1";
+
+std::string audio_channel(bool list, const std::string& enabled) {
+  std::string c =
+      psia_element("AudioChannel", "<id>1</id><enabled>" + enabled + "</enabled><audioMode>listenonly</audioMode>");
+  return xml_answer(list ? psia_element("AudioChannelList", c) : c, kXmlUtf8);
+}
+
+TEST(Media, AudioChannels) {
+  // clang-format off
+  run_cases({
       // The audio documents read Audio; the update writes the stream.
-      get(uri).after("update Audio set Enable=2").answers(doc(false, "true")),
-      get("/PSIA/System/Audio/channels").answers(doc(true, "true")),
-      get("/PSIA/System/Audio/channels").after("update Audio set Enable=0").answers(doc(true, "false")),
-      get(uri).after("delete from Audio").answers(doc(false, "false")),
-      put(uri, "<AUDIOchannel><id>1</id><enabled>TRUE</enabled></AUDIOchannel>").after("update AudioStream set Enable=0").daemon(3, 2).answers(2).sends({"3 value=0"}).leaves(stream, "1").leaves("select Enable from Audio", "1"),
-      put(uri, "<AudioChannel><enabled>yes</enabled></AudioChannel>").after(set).answers(1).sends({"3 value=0"}).leaves(stream, "0"),
-      put(uri, "<AudioChannel/>").after(set).answers(1).sends({"3 value=0"}).leaves(stream, "0"),
-      put(uri, "<Audio><enabled>true</enabled></Audio>").after(set).answers(3).leaves(stream, "1"),
-      put(uri, "<AudioChannel>").after(set).answers(3).leaves(stream, "1"),
+      get(kAudioChannel).after("update Audio set Enable=2").answers(audio_channel(false, "true")),
+      get("/PSIA/System/Audio/channels").answers(audio_channel(true, "true")),
+      get("/PSIA/System/Audio/channels").after("update Audio set Enable=0").answers(audio_channel(true, "false")),
+      get(kAudioChannel).after("delete from Audio").answers(audio_channel(false, "false")),
+      put(kAudioChannel, "<AUDIOchannel><id>1</id><enabled>TRUE</enabled></AUDIOchannel>").after("update AudioStream set Enable=0").daemon(3, 2).answers(2).sends({"3 value=0"}).leaves(kAudioEnabled, "1").leaves("select Enable from Audio", "1"),
+      put(kAudioChannel, "<AudioChannel><enabled>yes</enabled></AudioChannel>").after(kAudioOn).answers(1).sends({"3 value=0"}).leaves(kAudioEnabled, "0"),
+      put(kAudioChannel, "<AudioChannel/>").after(kAudioOn).answers(1).sends({"3 value=0"}).leaves(kAudioEnabled, "0"),
+      put(kAudioChannel, "<Audio><enabled>true</enabled></Audio>").after(kAudioOn).answers(3).leaves(kAudioEnabled, "1"),
+      put(kAudioChannel, "<AudioChannel>").after(kAudioOn).answers(3).leaves(kAudioEnabled, "1"),
+  });
+  // clang-format on
+}
+
+const char kChannels[] = "/PSIA/Streaming/channels";
+const char kMaster[] = "/PSIA/Streaming/channels/1";
+const char kSlave[] = "/PSIA/Streaming/channels/2";
+const char kStreamsOff[] = "update VideoStream set Enable=-1";
+const char kNoRows[] = "delete from VideoStream; delete from VideoChannel";
+
+TEST(Media, StreamingChannelDocuments) {
+  // clang-format off
+  run_cases({
       // The streaming channel documents follow the stored values.
-      get(list).answers(document_answer(golden("streaming_channels.xml"))),
-      get(master).answers(document_answer(golden("streaming_channel_1.xml"))),
+      get(kChannels).answers(document_answer(golden("streaming_channels.xml"))),
+      get(kMaster).answers(document_answer(golden("streaming_channel_1.xml"))),
       // The capabilities show the master stream's values under the id asked for.
       get("/PSIA/Streaming/channels/2/capabilities").answers(document_answer(golden("streaming_capabilities.xml"))),
-      get(list).after(off).answers(3),
-      get(slave).after(off).answers(3),
-      get("/PSIA/Streaming/channels/1/capabilities").after(off).answers(3),
+      get(kChannels).after(kStreamsOff).answers(3),
+      get(kSlave).after(kStreamsOff).answers(3),
+      get("/PSIA/Streaming/channels/1/capabilities").after(kStreamsOff).answers(3),
       // No rows: the camera's defaults, with each document's own default mains frequency.
-      get(slave).after(none).holds({"<channelName>Slave stream", "H.264", "<videoResolutionWidth>704<", "<videoResolutionHeight>480<",
+      get(kSlave).after(kNoRows).holds({"<channelName>Slave stream", "H.264", "<videoResolutionWidth>704<", "<videoResolutionHeight>480<",
                                     "<fixedQuality>50<", "<vbrUpperCap>10240</vbrUpperCap>", "<maxFrameRate>1500<", "<keyFrameInterval>1000<"}),
-      get(list).after(none).holds({"<videoResolutionHeight>576<"}),
-      get("/PSIA/Streaming/channels/1/capabilities").after(none).holds({"min=\"144\" max=\"576\">576<"}),
+      get(kChannels).after(kNoRows).holds({"<videoResolutionHeight>576<"}),
+      get("/PSIA/Streaming/channels/1/capabilities").after(kNoRows).holds({"min=\"144\" max=\"576\">576<"}),
       get("/PSIA/Streaming/channels/master-0").after("update VideoStream set GOPSize=7, Framerate=10, QualityType=5, Quality=9")
           .holds({"<id>1</id>", "<keyFrameInterval>699<", "<videoQualityControlType>VBR<", "<fixedQuality>50<"}),
-      get(master).after("update VideoStream set Framerate=30000000").holds({"<maxFrameRate>-1294967296<"}),  // 32-bit wrap
+      get(kMaster).after("update VideoStream set Framerate=30000000").holds({"<maxFrameRate>-1294967296<"}),  // 32-bit wrap
       get("/PSIA/Streaming/channels/10").after("update VideoStream set Framerate=0").holds({"<id>1</id>", "<keyFrameInterval>2147483647<"}),
-      get(master).after("update VideoStream set Framerate=0, GOPSize=-1").holds({"<keyFrameInterval>-2147483648<"}),
-      get(master).after("update VideoStream set Framerate=0, GOPSize=0").holds({"<keyFrameInterval>0<"}),
+      get(kMaster).after("update VideoStream set Framerate=0, GOPSize=-1").holds({"<keyFrameInterval>-2147483648<"}),
+      get(kMaster).after("update VideoStream set Framerate=0, GOPSize=0").holds({"<keyFrameInterval>0<"}),
       get("/PSIA/Streaming/channels/Slave-0").after("update AudioStream set Codec=3; update VideoChannel set VideoStandard=0")
           .holds({"<id>2</id>", ">G.726<", "<audioBitRate>32<", "<videoResolutionHeight>240<"}),
-      get(master).after("update AudioStream set Codec=2").holds({">G.726<", "<audioBitRate>24<"}),
-      get(master).after("update AudioStream set Codec=1").holds({">G.711alaw<", "<audioBitRate>64<"}),
+      get(kMaster).after("update AudioStream set Codec=2").holds({">G.726<", "<audioBitRate>24<"}),
+      get(kMaster).after("update AudioStream set Codec=1").holds({">G.711alaw<", "<audioBitRate>64<"}),
       get("/PSIA/Streaming/channels/x").after("update AudioStream set Codec=4, Enable=2; delete from Services")
           .holds({"<id>2</id>", ">G.711<", "<audioBitRate>64<", "<rtspPortNo>554<", "<Audio>            <enabled>false<"}),
-      get(list).after("update VideoChannel set VideoStandard=0").holds({"<videoResolutionHeight>576<", "<videoResolutionHeight>288<"}),
-      get(master).after("update VideoStream set Resolution=1, QualityType=1").holds({"<videoResolutionWidth>704<", "<videoResolutionHeight>288<"}),
-      get(master).after("update VideoStream set Resolution=3").holds({"        <videoResolutionWidth>176<", "<videoResolutionHeight>144<"}),
+      get(kChannels).after("update VideoChannel set VideoStandard=0").holds({"<videoResolutionHeight>576<", "<videoResolutionHeight>288<"}),
+      get(kMaster).after("update VideoStream set Resolution=1, QualityType=1").holds({"<videoResolutionWidth>704<", "<videoResolutionHeight>288<"}),
+      get(kMaster).after("update VideoStream set Resolution=3").holds({"        <videoResolutionWidth>176<", "<videoResolutionHeight>144<"}),
       // The quality steps, each read back as the PSIA value.
-      get(master).after("update VideoStream set QualityType=1, Quality=0").holds({"<fixedQuality>100<"}),
-      get(master).after("update VideoStream set QualityType=1, Quality=1").holds({"<fixedQuality>75<"}),
-      get(master).after("update VideoStream set QualityType=1, Quality=3").holds({"<fixedQuality>25<"}),
-      get(master).after("update VideoStream set QualityType=1, Quality=4").holds({"<fixedQuality>0<"}),
-      get(master).after("update VideoStream set QualityType=1, Quality=2").holds({"<fixedQuality>50<"}),
+      get(kMaster).after("update VideoStream set QualityType=1, Quality=0").holds({"<fixedQuality>100<"}),
+      get(kMaster).after("update VideoStream set QualityType=1, Quality=1").holds({"<fixedQuality>75<"}),
+      get(kMaster).after("update VideoStream set QualityType=1, Quality=3").holds({"<fixedQuality>25<"}),
+      get(kMaster).after("update VideoStream set QualityType=1, Quality=4").holds({"<fixedQuality>0<"}),
+      get(kMaster).after("update VideoStream set QualityType=1, Quality=2").holds({"<fixedQuality>50<"}),
       // The slave's list entry leaves out a size it cannot name.
-      get(list).after("update VideoStream set Resolution=3 where VideoStreamID=1").holds({"<videoResolutionWidth>176<", "<videoResolutionHeight>144<"}),
-      get(list).after("update VideoStream set Resolution=0 where VideoStreamID=1").holds({"Slave Stream", "576</videoResolutionHeight>            <videoQualityControlType>VBR"}),
-      get(list).after("update VideoStream set Resolution=4 where VideoStreamID=1").holds({"<channelName>Slave Stream</channelName>", "<maxPacketSize>1448</maxPacketSize>"}, {"<videoResolutionWidth>352<", "<videoResolutionHeight>288<"}),
-      get(list).after("update VideoStream set Resolution=-1 where VideoStreamID=1").holds({"<videoScanType>progressive</videoScanType>            <videoQualityControlType>VBR"}),
-      get(slave).after("update VideoStream set Resolution=7 where VideoStreamID=1").holds({"<videoResolutionWidth>704<", "<videoResolutionHeight>576<"}),
+      get(kChannels).after("update VideoStream set Resolution=3 where VideoStreamID=1").holds({"<videoResolutionWidth>176<", "<videoResolutionHeight>144<"}),
+      get(kChannels).after("update VideoStream set Resolution=0 where VideoStreamID=1").holds({"Slave Stream", "576</videoResolutionHeight>            <videoQualityControlType>VBR"}),
+      get(kChannels).after("update VideoStream set Resolution=4 where VideoStreamID=1").holds({"<channelName>Slave Stream</channelName>", "<maxPacketSize>1448</maxPacketSize>"}, {"<videoResolutionWidth>352<", "<videoResolutionHeight>288<"}),
+      get(kChannels).after("update VideoStream set Resolution=-1 where VideoStreamID=1").holds({"<videoScanType>progressive</videoScanType>            <videoQualityControlType>VBR"}),
+      get(kSlave).after("update VideoStream set Resolution=7 where VideoStreamID=1").holds({"<videoResolutionWidth>704<", "<videoResolutionHeight>576<"}),
+  });
+  // clang-format on
+}
+
+std::string stream_clients(const std::string& address) {
+  return xml_answer(psia_element("StreamingSessionStatusList",
+                                 "    <StreamingSessionStatus>        <clientAddress>            <ipAddress>" +
+                                     address + "</ipAddress>        </clientAddress>    </StreamingSessionStatus>"));
+}
+
+TEST(Media, StreamingStatus) {
+  // clang-format off
+  run_cases({
       // The clients of the camera and of each stream.
       get("/PSIA/Streaming/status").answers(document_answer(golden("streaming_status.xml"))),
       get("/PSIA/Streaming/status").after("delete from ClientList").answers(xml_answer(psia_element("StreamingStatus",
           "    <totalStreamingSessions>0</totalStreamingSessions>    <StreamingSessionStatusList version=\"1.0\">    </StreamingSessionStatusList>"))),
       // The stream is chosen by the length of the path alone.
-      get("/PSIA/Streaming/channels/Slave-0/status").answers(clients("192.168.1.21")),
-      get("/PSIA/Streaming/channels/XXXXX-0/status").answers(clients("192.168.1.21")),
-      get("/PSIA/Streaming/channels/Master-0/status").answers(clients("192.168.1.20")),
-      get("/PSIA/Streaming/channels/2/status").answers(clients("192.168.1.20")),
+      get("/PSIA/Streaming/channels/Slave-0/status").answers(stream_clients("192.168.1.21")),
+      get("/PSIA/Streaming/channels/XXXXX-0/status").answers(stream_clients("192.168.1.21")),
+      get("/PSIA/Streaming/channels/Master-0/status").answers(stream_clients("192.168.1.20")),
+      get("/PSIA/Streaming/channels/2/status").answers(stream_clients("192.168.1.20")),
       get("/PSIA/Streaming/channels/1/status").after("delete from ClientList where StreamName='Master-0'").answers(3),
-      // The updates.
-      encoding("<videoCodecType>mjpeg</videoCodecType><maxFrameRate>2999</maxFrameRate>", "1|0|0|1|2048|2|29|30"),
-      encoding("<maxFrameRate>-150</maxFrameRate>", "1|1|0|1|2048|2|-1|30"),
-      encoding("<videoResolutionWidth>176</videoResolutionWidth><videoResolutionHeight>288</videoResolutionHeight>", "1|1|2|1|2048|2|15|30"),
-      encoding("<videoResolutionWidth>160</videoResolutionWidth>", "1|1|3|1|2048|2|15|30"),
-      encoding("<videoResolutionHeight>288</videoResolutionHeight>", "1|1|1|1|2048|2|15|30"),
-      encoding("<videoResolutionHeight>240</videoResolutionHeight><videoResolutionWidth>352</videoResolutionWidth>", "1|1|2|1|2048|2|15|30"),
-      encoding("<videoResolutionHeight>112</videoResolutionHeight>", "1|1|3|1|2048|2|15|30"),
-      encoding("<videoResolutionWidth>352</videoResolutionWidth><videoResolutionHeight>144</videoResolutionHeight>", "1|1|3|1|2048|2|15|30"),
-      encoding("<videoResolutionHeight>112</videoResolutionHeight><videoResolutionWidth>640</videoResolutionWidth>", "1|1|0|1|2048|2|15|30"),
-      encoding("<videoQualityControlType>cbr</videoQualityControlType><constantBitRate>999</constantBitRate><maxFrameRate>50</maxFrameRate>", "1|1|0|0|999|2|0|30"),
+  });
+  // clang-format on
+}
+
+// What an update of one channel sends: the encoding, the audio, the services.
+const std::vector<std::string> kSentOnUpdate = {"4 master=1", "3 value=0", "46"};
+
+// The slave's audio `elements`, stored as `stored` (enable and codec); the updates' elements become the stored codes.
+request_case audio_update(const std::string& elements, const char* stored) {
+  return put(kSlave, "<StreamingChannel><Transport><rtspPortNo>8554</rtspPortNo></Transport><Audio>" + elements +
+                         "</Audio></StreamingChannel>")
+      .answers(1)
+      .sends(kSentOnUpdate)
+      .leaves(kAudio, stored)
+      .leaves("select RTSPPort from Services", "8554");
+}
+// The master's video `elements`, stored as the master's `row`.
+request_case encoding_update(const std::string& elements, const std::string& row) {
+  return put(kMaster, "<StreamingChannel><id>Master-0</id><Video>" + elements + "</Video></StreamingChannel>")
+      .answers(1)
+      .sends(kSentOnUpdate)
+      .leaves(kStream, row + "\n1|1|2|1|1024|3|15|15");
+}
+
+TEST(Media, StreamingChannelUpdates) {
+  // clang-format off
+  std::vector<request_case> cases = {
+      encoding_update("<videoCodecType>mjpeg</videoCodecType><maxFrameRate>2999</maxFrameRate>", "1|0|0|1|2048|2|29|30"),
+      encoding_update("<maxFrameRate>-150</maxFrameRate>", "1|1|0|1|2048|2|-1|30"),
+      encoding_update("<videoResolutionWidth>176</videoResolutionWidth><videoResolutionHeight>288</videoResolutionHeight>", "1|1|2|1|2048|2|15|30"),
+      encoding_update("<videoResolutionWidth>160</videoResolutionWidth>", "1|1|3|1|2048|2|15|30"),
+      encoding_update("<videoResolutionHeight>288</videoResolutionHeight>", "1|1|1|1|2048|2|15|30"),
+      encoding_update("<videoResolutionHeight>240</videoResolutionHeight><videoResolutionWidth>352</videoResolutionWidth>", "1|1|2|1|2048|2|15|30"),
+      encoding_update("<videoResolutionHeight>112</videoResolutionHeight>", "1|1|3|1|2048|2|15|30"),
+      encoding_update("<videoResolutionWidth>352</videoResolutionWidth><videoResolutionHeight>144</videoResolutionHeight>", "1|1|3|1|2048|2|15|30"),
+      encoding_update("<videoResolutionHeight>112</videoResolutionHeight><videoResolutionWidth>640</videoResolutionWidth>", "1|1|0|1|2048|2|15|30"),
+      encoding_update("<videoQualityControlType>cbr</videoQualityControlType><constantBitRate>999</constantBitRate><maxFrameRate>50</maxFrameRate>", "1|1|0|0|999|2|0|30"),
       // The body's id names the stream; the path's does not. Everything the body leaves out is written at its default
       // (GOP size kept).
-      put(master, "<StreamingChannel><id>2</id></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15").leaves(kAudio, "0|2").leaves("select RTSPPort from Services", "554"),
-      put(master, "<StreamingChannel><id>slave-0x</id><enabled>TRUE</enabled></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15"),
-      audio("<enabled>true</enabled><audioCompressionType>G.711alaw</audioCompressionType>", "0|1"),
-      audio("<enabled>1</enabled><audioCompressionType>G.726</audioCompressionType><audioBitRate>32</audioBitRate>", "1|3"),
-      audio("<audioCompressionType>G.726</audioCompressionType><audioBitRate>31</audioBitRate>", "0|2"),
-      audio("<audioCompressionType>G.726</audioCompressionType><audioBitRate>33</audioBitRate>", "0|2"),
-      audio("<audioBitRate>32</audioBitRate><audioCompressionType>G.726</audioCompressionType>", "0|2"),
-      audio("<audioCompressionType>AAC</audioCompressionType>", "0|0"),
+      put(kMaster, "<StreamingChannel><id>2</id></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15").leaves(kAudio, "0|2").leaves("select RTSPPort from Services", "554"),
+      put(kMaster, "<StreamingChannel><id>slave-0x</id><enabled>TRUE</enabled></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15"),
+      audio_update("<enabled>true</enabled><audioCompressionType>G.711alaw</audioCompressionType>", "0|1"),
+      audio_update("<enabled>1</enabled><audioCompressionType>G.726</audioCompressionType><audioBitRate>32</audioBitRate>", "1|3"),
+      audio_update("<audioCompressionType>G.726</audioCompressionType><audioBitRate>31</audioBitRate>", "0|2"),
+      audio_update("<audioCompressionType>G.726</audioCompressionType><audioBitRate>33</audioBitRate>", "0|2"),
+      audio_update("<audioBitRate>32</audioBitRate><audioCompressionType>G.726</audioCompressionType>", "0|2"),
+      audio_update("<audioCompressionType>AAC</audioCompressionType>", "0|0"),
       // A list or a POST writes both streams; the other is reset.
-      put(list, "<StreamingChannelList><StreamingChannel><id>1</id><enabled>false</enabled></StreamingChannel></StreamingChannelList>").answers(1).sends({"4 master=1", "4 master=1", "3 value=0", "46"}).leaves(kStream, "0|1|0|1|2048|2|15|30\n1|1|0|1|2048|2|15|15"),
-      post(list, "<StreamingChannel><enabled>false</enabled><id>2</id><Video><maxFrameRate>500</maxFrameRate></Video></StreamingChannel>").answers(1).sends({"4 master=0", "4 master=0", "3 value=0", "46"}).leaves(kStream, "0|1|0|1|2048|2|15|30\n1|1|0|1|2048|2|5|15"),
+      put(kChannels, "<StreamingChannelList><StreamingChannel><id>1</id><enabled>false</enabled></StreamingChannel></StreamingChannelList>").answers(1).sends({"4 master=1", "4 master=1", "3 value=0", "46"}).leaves(kStream, "0|1|0|1|2048|2|15|30\n1|1|0|1|2048|2|15|15"),
+      post(kChannels, "<StreamingChannel><enabled>false</enabled><id>2</id><Video><maxFrameRate>500</maxFrameRate></Video></StreamingChannel>").answers(1).sends({"4 master=0", "4 master=0", "3 value=0", "46"}).leaves(kStream, "0|1|0|1|2048|2|15|30\n1|1|0|1|2048|2|5|15"),
       // Refused: a pretty-printed list (its first child is text), a wrong root, malformed XML. Nothing stored,
       // nothing sent.
-      put(list, "<StreamingChannelList>\n  <StreamingChannel/>\n</StreamingChannelList>").answers(3).leaves(kStream, kSeededStreams),
-      put(list, "<StreamingChannelList/>").answers(3),
-      put(list, "<StreamingChannel/>").answers(3),
-      post(list, "<StreamingChannelList/>").answers(3),
-      put(master, "<StreamingChannel>").answers(3).leaves(kStream, kSeededStreams),
-      del(list).answers(1).leaves(kStream, kSeededStreams),
-      del(master).answers(1).leaves(kStream, kSeededStreams),
+      put(kChannels, "<StreamingChannelList>\n  <StreamingChannel/>\n</StreamingChannelList>").answers(3).leaves(kStream, kSeededStreams),
+      put(kChannels, "<StreamingChannelList/>").answers(3),
+      put(kChannels, "<StreamingChannel/>").answers(3),
+      post(kChannels, "<StreamingChannelList/>").answers(3),
+      put(kMaster, "<StreamingChannel>").answers(3).leaves(kStream, kSeededStreams),
+      del(kChannels).answers(1).leaves(kStream, kSeededStreams),
+      del(kMaster).answers(1).leaves(kStream, kSeededStreams),
   };
   // clang-format on
   // PSIA quality (0..100) to the camera's steps, at every edge.
   const std::pair<int, int> steps[] = {{-5, 3}, {0, 4},  {1, 3},  {25, 3}, {26, 2},  {50, 2},
                                        {51, 1}, {75, 1}, {76, 2}, {99, 2}, {100, 0}, {101, 2}};
   for (const auto& [quality, step] : steps)
-    cases.push_back(put(master, "<StreamingChannel><Video><fixedQuality>" + std::to_string(quality) +
-                                    "</fixedQuality></Video></StreamingChannel>")
+    cases.push_back(put(kMaster, "<StreamingChannel><Video><fixedQuality>" + std::to_string(quality) +
+                                     "</fixedQuality></Video></StreamingChannel>")
                         .answers(1)
-                        .sends(sent)
+                        .sends(kSentOnUpdate)
                         .leaves("select Quality from VideoStream where VideoStreamID=0", std::to_string(step)));
   run_cases(cases);
 }

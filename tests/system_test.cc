@@ -46,99 +46,124 @@ std::string made_device_id(const std::string& answer) {
   return id;
 }
 
-TEST(System, TimeServerDeviceAndMaintenance) {
-  const char* now = "2011-05-12T10:20:30";
-  const std::string cet = "CET-1CEST,M3.5.0,M10.5.0/3";  // Europe/Berlin's zone file
-  const std::string zone = "update DateTime set TimeZone=";
-  const std::string zone63 = std::string(62, 'A') + "5";
-  auto time = [](const std::string& elements) { return "<Time>" + elements + "</Time>"; };
-  const char* manual = "update DateTime set DateTimeSync=0";
-  const char* stored = "select TimeZone from DateTime";
-  auto doc = [](bool list, const std::string& name, bool address = false) {
-    const std::string pad = list ? "" : "    ";
-    const std::string kind = address ? "ipaddress" : "hostname", element = address ? "ipAddress" : "hostName";
-    const std::string server = pad + "<id>1</id>" + pad + "<addressingFormatType>" + kind + "</addressingFormatType>" +
-                               pad + "<" + element + ">" + name + "</" + element + ">" + pad + "<portNo>123</portNo>";
-    return xml_answer(list ? psia_element("NTPServerList", psia_element("NTPServer", server))
-                           : "  " + psia_element("NTPServer", server + "  "),
-                      kXmlUtf8);
-  };
-  const std::string list = "/PSIA/System/time/ntpServers", one = list + "/1";
-  const char* name = "select NTPServerName from DateTime";
-  const std::string set = "update DateTime set NTPServerName=";
-  auto server = [](const std::string& elements) { return "<NTPServer>" + elements + "</NTPServer>"; };
-  const char* uri = kDevice;
-  const char* host = "select DDNSHostname from Network";
-  auto info = [](const std::string& elements) { return "<DeviceInfo>" + elements + "</DeviceInfo>"; };
-  const std::string n31(31, 'n'), status = "/PSIA/System/status";
-  auto up = [](const std::string& seconds) {
-    const std::string at = "<currentDeviceTime>2011-05-12T10:20:30</currentDeviceTime>";
-    return xml_answer(psia_element("DeviceStatus", at + "<deviceUpTime>" + seconds + "</deviceUpTime>"));
-  };
-  auto uptime = [](std::string text) { return [text](test_camera& c) { write_file(c.path("/proc/uptime"), text); }; };
-  const std::string reboot = "/PSIA/System/reboot", reset = "/PSIA/System/factoryReset";
+const char kNow[] = "2011-05-12T10:20:30";
+const char kCet[] = "CET-1CEST,M3.5.0,M10.5.0/3";  // Europe/Berlin's zone file
+const std::string kSetZone = "update DateTime set TimeZone=";
+const std::string kZone63 = std::string(62, 'A') + "5";
+const char kStoredZone[] = "select TimeZone from DateTime";
+std::string set_time(const std::string& elements) { return "<Time>" + elements + "</Time>"; }
+
+TEST(System, TimeAndTimeZone) {
   // clang-format off
   run_cases({
-      get(kTime).answers(time_doc("NTP", now, cet)),
-      get(kTime).after(zone + "'CST-0', DateTimeSync=1").answers(time_doc("manual", now, "CST-0")),
-      get(kTime).after(zone + "'No/Such_Zone'").answers(time_doc("NTP", now, "GMT0")),
-      get(kTime).after(zone + "'US/Eastern'").answers(time_doc("NTP", now, "EST5EDT,M3.2.0,M11.1.0")),  // a link
-      get(kTime).after(zone + "'../../../etc/passwd'").answers(time_doc("NTP", now, "GMT0")),
-      get(kTime).after(zone + "'Europe'").answers(time_doc("NTP", now, "GMT0")),  // a directory
-      get(kTime).after("delete from DateTime").answers(time_doc("manual", now, "GMT0")),
-      get(kLocal).answers(document_answer(now, kXmlUtf8)),
-      get(kZone).answers(document_answer(cet, kTextUtf8)),
-      get(kZone).after(zone + "'Japan'").answers(document_answer("JST-9", kTextUtf8)),
+      get(kTime).answers(time_doc("NTP", kNow, kCet)),
+      get(kTime).after(kSetZone + "'CST-0', DateTimeSync=1").answers(time_doc("manual", kNow, "CST-0")),
+      get(kTime).after(kSetZone + "'No/Such_Zone'").answers(time_doc("NTP", kNow, "GMT0")),
+      get(kTime).after(kSetZone + "'US/Eastern'").answers(time_doc("NTP", kNow, "EST5EDT,M3.2.0,M11.1.0")),  // a link
+      get(kTime).after(kSetZone + "'../../../etc/passwd'").answers(time_doc("NTP", kNow, "GMT0")),
+      get(kTime).after(kSetZone + "'Europe'").answers(time_doc("NTP", kNow, "GMT0")),  // a directory
+      get(kTime).after("delete from DateTime").answers(time_doc("manual", kNow, "GMT0")),
+      get(kLocal).answers(document_answer(kNow, kXmlUtf8)),
+      get(kZone).answers(document_answer(kCet, kTextUtf8)),
+      get(kZone).after(kSetZone + "'Japan'").answers(document_answer("JST-9", kTextUtf8)),
       get(kZone).after("delete from DateTime").answers(document_answer("GMT0", kTextUtf8)),
       // Out-of-range fields roll over; every field is read at its place.
-      put(kTime, time("<timeMode>manual</timeMode><localTime>2010-02-30T25:00:00</localTime>")).answers(1).sends({kSent + "2010-03-03 01:00:00"}),
+      put(kTime, set_time("<timeMode>manual</timeMode><localTime>2010-02-30T25:00:00</localTime>")).answers(1).sends({kSent + "2010-03-03 01:00:00"}),
       put(kTime, "<time><timeMode>Manual</timeMode><localTime>2012-11-26T17:38:49</localTime></time>").answers(1).sends({kSent + "2012-11-26 17:38:49"}),
       // A stored server name as long as its field is sent cut by one.
-      put(kTime, time("<timeMode>NTP</timeMode>")).after("update DateTime set NTPServerName='" + std::string(128, 'n') + "'").answers(1).sends({"6 mode=2 ntp=\"" + std::string(127, 'n') + "\" interval=24 time=2011-05-12 10:20:30"}),
+      put(kTime, set_time("<timeMode>NTP</timeMode>")).after("update DateTime set NTPServerName='" + std::string(128, 'n') + "'").answers(1).sends({"6 mode=2 ntp=\"" + std::string(127, 'n') + "\" interval=24 time=2011-05-12 10:20:30"}),
       // No timeMode asks for NTP, which carries the camera's own time.
-      put(kTime, time("<localTime>1999-01-01T00:00:00</localTime>")).answers(1).sends({kSentNtp + "2011-05-12 10:20:30"}),
+      put(kTime, set_time("<localTime>1999-01-01T00:00:00</localTime>")).answers(1).sends({kSentNtp + "2011-05-12 10:20:30"}),
       // A zone that fits its 64-byte field; the time sent is in that zone.
-      put(kTime, time("<timeZone>" + zone63 + "</timeZone>")).answers(1).sends({kSentNtp + "2011-05-12 05:20:30"}),
-      put(kTime, time("<timeZone>A" + zone63 + "</timeZone>")).answers(3),  // cut, it would name another
-      put(kTime, time("<timeZone>EST</timeZone>")).answers(3),
+      put(kTime, set_time("<timeZone>" + kZone63 + "</timeZone>")).answers(1).sends({kSentNtp + "2011-05-12 05:20:30"}),
+      put(kTime, set_time("<timeZone>A" + kZone63 + "</timeZone>")).answers(3),  // cut, it would name another
+      put(kTime, set_time("<timeZone>EST</timeZone>")).answers(3),
       put(kTime, "<Clock/>").answers(3),
       put(kTime, "<Time>").answers(3),
       put(kTime, "<Time/>").after("delete from DateTime").answers(3),
       put(kLocal, "2011-05-06T07:08:09").answers(1),  // ignored under NTP
       put(kLocal, "2011-05-06T07:08:09").after("update DateTime set DateTimeSync=1").answers(1),
-      put(kLocal, "2012-11-26T17:38:49").after(manual).answers(1).sends({kSent + "2012-11-26 17:38:49"}),
+      put(kLocal, "2012-11-26T17:38:49").after("update DateTime set DateTimeSync=0").answers(1).sends({kSent + "2012-11-26 17:38:49"}),
       put(kLocal, "2011-05-06T07:08:09").after("delete from DateTime").answers(3),
-      put(kZone, "JST-9").answers(1).sends({"7 zone=\"Japan\""}).leaves(stored, "Japan"),
-      put(kZone, "est5edt").answers(1).sends({"7 zone=\"EST5EDT\""}).leaves(stored, "EST5EDT"),
-      put(kZone, "XYZ4").answers(3).leaves(stored, "Europe/Berlin"),
-      // The one NTP server, shown and replaced.
-      get(list).answers(doc(true, "pool.ntp.org")),
-      get(list + "/7").after(set + "'192.168.0.1'").answers(doc(false, "192.168.0.1", true)),
-      get(one).after(set + "'ntp-1.example.com.and.a.long.tail'").answers(doc(false, "ntp-1.example.com.and.a.long.ta")),
-      get(list).after("delete from DateTime").answers(doc(true, "pool.ntp.org")),
-      put(one, server("<addressingFormatType>ipaddress</addressingFormatType><ipAddress>10.0.0.1</ipAddress>")).answers(1).leaves(name, "10.0.0.1"),
-      put(one, server("<hostName>time.lan</hostName>")).answers(1).leaves(name, "time.lan"),
+      put(kZone, "JST-9").answers(1).sends({"7 zone=\"Japan\""}).leaves(kStoredZone, "Japan"),
+      put(kZone, "est5edt").answers(1).sends({"7 zone=\"EST5EDT\""}).leaves(kStoredZone, "EST5EDT"),
+      put(kZone, "XYZ4").answers(3).leaves(kStoredZone, "Europe/Berlin"),
+  });
+  // clang-format on
+}
+
+const std::string kNtpServers = "/PSIA/System/time/ntpServers", kNtpServer = kNtpServers + "/1";
+const char kNtpName[] = "select NTPServerName from DateTime";
+const std::string kSetNtpName = "update DateTime set NTPServerName=";
+
+// The NTP server document, alone or as the list, naming `name` by host name or by address.
+std::string ntp_document(bool list, const std::string& name, bool address = false) {
+  const std::string pad = list ? "" : "    ";
+  const std::string kind = address ? "ipaddress" : "hostname", element = address ? "ipAddress" : "hostName";
+  const std::string server = pad + "<id>1</id>" + pad + "<addressingFormatType>" + kind + "</addressingFormatType>" +
+                             pad + "<" + element + ">" + name + "</" + element + ">" + pad + "<portNo>123</portNo>";
+  return xml_answer(list ? psia_element("NTPServerList", psia_element("NTPServer", server))
+                         : "  " + psia_element("NTPServer", server + "  "),
+                    kXmlUtf8);
+}
+std::string ntp_server(const std::string& elements) { return "<NTPServer>" + elements + "</NTPServer>"; }
+
+TEST(System, TheOneNtpServerShownAndReplaced) {
+  // clang-format off
+  run_cases({
+      get(kNtpServers).answers(ntp_document(true, "pool.ntp.org")),
+      get(kNtpServers + "/7").after(kSetNtpName + "'192.168.0.1'").answers(ntp_document(false, "192.168.0.1", true)),
+      get(kNtpServer).after(kSetNtpName + "'ntp-1.example.com.and.a.long.tail'").answers(ntp_document(false, "ntp-1.example.com.and.a.long.ta")),
+      get(kNtpServers).after("delete from DateTime").answers(ntp_document(true, "pool.ntp.org")),
+      put(kNtpServer, ntp_server("<addressingFormatType>ipaddress</addressingFormatType><ipAddress>10.0.0.1</ipAddress>")).answers(1).leaves(kNtpName, "10.0.0.1"),
+      put(kNtpServer, ntp_server("<hostName>time.lan</hostName>")).answers(1).leaves(kNtpName, "time.lan"),
       // Only a format type of "NTP" selects the host name.
-      put(one, server("<addressingFormatType>hostname</addressingFormatType><hostName>time.lan</hostName>")).answers(1).leaves(name, ""),
-      post(list, "<ntpserver><hostName>o'clock</hostName></ntpserver>").answers(1).leaves(name, "o'clock"),
-      put(list, "<NTPServerList>" + server("<hostName>a.lan</hostName>") + "<NTPServer/>" +
-                server("<addressingFormatType>NTP</addressingFormatType><hostName>b.lan</hostName>") + "</NTPServerList>").answers(1).leaves(name, "b.lan"),
-      put(list, "<NTPServer/>").answers(3).leaves(name, "pool.ntp.org"),
-      del(one).answers(1).leaves(name, "pool.ntp.org"),
-      del(list).answers(1).leaves(name, "pool.ntp.org"),
-      // The device name and status, reboot and factory reset.
-      put(uri, "<deviceinfo><deviceName>hall</deviceName><deviceName>lobby</deviceName></deviceinfo>").answers(1).leaves(host, "lobby"),
-      put(uri, info("<deviceName>" + n31 + "</deviceName>")).answers(1).leaves(host, n31),
-      put(uri, info("<deviceName>" + n31 + "nnnnnnnn</deviceName>")).answers(1).leaves(host, n31),
-      put(uri, "<DeviceInfo/>").answers(1).leaves(host, ""),
-      put(uri, "<Device><deviceName>x</deviceName></Device>").answers(3).leaves(host, "camera-lobby"),
-      put(uri, "<DeviceInfo><deviceName>x</deviceName>").answers(3),
-      get(status).answers(up("12345")),
-      get(status).with(uptime("2147483647.5 1\n")).answers(up("2147483647")),
-      get(status).with(uptime("")).answers(3),
-      get(status).with(uptime("abc def\n")).answers(3),
-      get(status).with(uptime("12345.67\n")).answers(3),
-      // Reboot and factory reset.
+      put(kNtpServer, ntp_server("<addressingFormatType>hostname</addressingFormatType><hostName>time.lan</hostName>")).answers(1).leaves(kNtpName, ""),
+      post(kNtpServers, "<ntpserver><hostName>o'clock</hostName></ntpserver>").answers(1).leaves(kNtpName, "o'clock"),
+      put(kNtpServers, "<NTPServerList>" + ntp_server("<hostName>a.lan</hostName>") + "<NTPServer/>" +
+                ntp_server("<addressingFormatType>NTP</addressingFormatType><hostName>b.lan</hostName>") + "</NTPServerList>").answers(1).leaves(kNtpName, "b.lan"),
+      put(kNtpServers, "<NTPServer/>").answers(3).leaves(kNtpName, "pool.ntp.org"),
+      del(kNtpServer).answers(1).leaves(kNtpName, "pool.ntp.org"),
+      del(kNtpServers).answers(1).leaves(kNtpName, "pool.ntp.org"),
+  });
+  // clang-format on
+}
+
+const char kHost[] = "select DDNSHostname from Network";
+const std::string kStatus = "/PSIA/System/status";
+std::string device_info(const std::string& elements) { return "<DeviceInfo>" + elements + "</DeviceInfo>"; }
+std::string device_status(const std::string& seconds) {
+  const std::string at = "<currentDeviceTime>2011-05-12T10:20:30</currentDeviceTime>";
+  return xml_answer(psia_element("DeviceStatus", at + "<deviceUpTime>" + seconds + "</deviceUpTime>"));
+}
+// /proc/uptime reads `text`.
+std::function<void(test_camera&)> uptime_reads(std::string text) {
+  return [text](test_camera& c) { write_file(c.path("/proc/uptime"), text); };
+}
+
+TEST(System, DeviceNameAndStatus) {
+  const std::string n31(31, 'n');
+  // clang-format off
+  run_cases({
+      put(kDevice, "<deviceinfo><deviceName>hall</deviceName><deviceName>lobby</deviceName></deviceinfo>").answers(1).leaves(kHost, "lobby"),
+      put(kDevice, device_info("<deviceName>" + n31 + "</deviceName>")).answers(1).leaves(kHost, n31),
+      put(kDevice, device_info("<deviceName>" + n31 + "nnnnnnnn</deviceName>")).answers(1).leaves(kHost, n31),
+      put(kDevice, "<DeviceInfo/>").answers(1).leaves(kHost, ""),
+      put(kDevice, "<Device><deviceName>x</deviceName></Device>").answers(3).leaves(kHost, "camera-lobby"),
+      put(kDevice, "<DeviceInfo><deviceName>x</deviceName>").answers(3),
+      get(kStatus).answers(device_status("12345")),
+      get(kStatus).with(uptime_reads("2147483647.5 1\n")).answers(device_status("2147483647")),
+      get(kStatus).with(uptime_reads("")).answers(3),
+      get(kStatus).with(uptime_reads("abc def\n")).answers(3),
+      get(kStatus).with(uptime_reads("12345.67\n")).answers(3),
+  });
+  // clang-format on
+}
+
+TEST(System, RebootAndFactoryReset) {
+  const std::string reboot = "/PSIA/System/reboot", reset = "/PSIA/System/factoryReset";
+  // clang-format off
+  run_cases({
       put(reboot).answers(1).sends({"8"}),
       put(reboot).daemon(8, 2).answers(2).sends({"8"}),
       put(reboot).daemon(8, 7).answers(3).sends({"8"}),  // above 2: a device error

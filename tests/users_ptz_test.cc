@@ -60,126 +60,163 @@ TEST(Users, DocumentsAndChanges) {
   EXPECT_EQ(camera.commands(), std::vector<std::string>{"94"});
 }
 
-TEST(Ptz, ChannelPresetsStatusAndMotion) {
-  const std::string continuous = "/PSIA/PTZ/channels/0/continuous", absolute = "/PSIA/PTZ/channels/0/absolute";
-  auto move = [&](const std::string& body, const std::string& pairs, const std::string& query = "") {
-    return put(continuous, body).query(query).answers(1).sends({"50 " + pairs});
-  };
-  auto frames = [&](const std::string& body, std::vector<std::string> sent) {
-    for (std::string& f : sent) f = "63 frame=" + f;
-    return put(absolute, body).answers(1).sends(sent);
-  };
-  auto channel = [](const std::string& id, const char* enabled, bool list) {
-    std::string c = "<id>" + id + "</id><enabled>" + enabled + "</enabled><videoInputID>0</videoInputID>";
-    c = psia_element("PTZChannel", c + "<controlProtocol>Aldex Pellix</controlProtocol>");
-    return xml_answer(list ? psia_element("PTZChannelList", c) : c);
-  };
-  const char* list = "/PSIA/PTZ/channels";
-  const char* one = "/PSIA/PTZ/channels/0";
-  const char* enable = "select Enable from PTZControl";
-  const char* five = "update PTZControl set Enable=5";
-  const std::string base = "/PSIA/PTZ/channels/0/presets";
-  auto preset = [](int id, const char* name) {
-    return psia_element("PTZPreset", "<id>" + std::to_string(id) + "</id><presetName>" + name + "</presetName>");
-  };
-  const char* presets = "select PresetAlias, Sequence from Preset";
-  const char* status = "/PSIA/PTZ/channels/0/status";
-  auto frame = [](const std::string& hex) {
-    return [hex](test_camera& c) {
-      c.daemon().position_frame.clear();
-      for (size_t i = 0; i < hex.size(); i += 2)
-        c.daemon().position_frame.push_back(std::stoi(hex.substr(i, 2), 0, 16));
-    };
-  };
-  auto at = [](const std::string& a) {
-    return xml_answer(psia_element("PTZStatus", "<Absolute>" + a + "</Absolute>"));
-  };
+const std::string kContinuous = "/PSIA/PTZ/channels/0/continuous", kAbsolute = "/PSIA/PTZ/channels/0/absolute";
+
+// A continuous move of `body` (and `query`) sent as the command's `pairs`.
+request_case continuous_move(const std::string& body, const std::string& pairs, const std::string& query = "") {
+  return put(kContinuous, body).query(query).answers(1).sends({"50 " + pairs});
+}
+
+TEST(Ptz, ContinuousMotion) {
   // clang-format off
   run_cases({
-      move("<PTZData><pan>0</pan><tilt>0</tilt><zoom>0</zoom></PTZData>", "- - STOP=PAN - -"),
-      move("<PTZData><zoom>20</zoom></PTZData>", "- - - ZOOMSPEED=0 ZOOM=IN"),
-      move("<PTZData><pan>-100</pan></PTZData>", "PANSPEED=127 TILTSPEED=0 MOVE=LEFT - -"),
-      move("<PTZData><pan>100</pan><tilt>1</tilt></PTZData>", "PANSPEED=127 TILTSPEED=1 MOVE=RIGHTUP - -"),
-      move("<ptzdata><PAN>50</PAN><tilt>-10</tilt><zoom>-100</zoom></ptzdata>", "PANSPEED=63 TILTSPEED=12 MOVE=RIGHTDOWN ZOOMSPEED=3 ZOOM=OUT"),
-      move("<PTZData><tilt>-100</tilt><pan>-1</pan><zoom>100</zoom></PTZData>", "PANSPEED=1 TILTSPEED=127 MOVE=LEFTDOWN ZOOMSPEED=3 ZOOM=IN"),
+      continuous_move("<PTZData><pan>0</pan><tilt>0</tilt><zoom>0</zoom></PTZData>", "- - STOP=PAN - -"),
+      continuous_move("<PTZData><zoom>20</zoom></PTZData>", "- - - ZOOMSPEED=0 ZOOM=IN"),
+      continuous_move("<PTZData><pan>-100</pan></PTZData>", "PANSPEED=127 TILTSPEED=0 MOVE=LEFT - -"),
+      continuous_move("<PTZData><pan>100</pan><tilt>1</tilt></PTZData>", "PANSPEED=127 TILTSPEED=1 MOVE=RIGHTUP - -"),
+      continuous_move("<ptzdata><PAN>50</PAN><tilt>-10</tilt><zoom>-100</zoom></ptzdata>", "PANSPEED=63 TILTSPEED=12 MOVE=RIGHTDOWN ZOOMSPEED=3 ZOOM=OUT"),
+      continuous_move("<PTZData><tilt>-100</tilt><pan>-1</pan><zoom>100</zoom></PTZData>", "PANSPEED=1 TILTSPEED=127 MOVE=LEFTDOWN ZOOMSPEED=3 ZOOM=IN"),
       // The query can only zero the first key; the body wins.
-      move("<PTZData><tilt>30</tilt></PTZData>", "PANSPEED=0 TILTSPEED=38 MOVE=UP - -", "PAN=50&TILT=20"),
-      move("<PTZData><pan>7</pan></PTZData>", "PANSPEED=8 TILTSPEED=0 MOVE=RIGHT - -", "PAN=50&"),
-      put(continuous, "<PTZData><pan>101</pan></PTZData>").answers(3),
-      put(continuous, "<PTZData><zoom>-101</zoom></PTZData>").answers(3),
-      put(continuous, "<Move/>").answers(5),
-      put(continuous, "<PTZData>").answers(3),
+      continuous_move("<PTZData><tilt>30</tilt></PTZData>", "PANSPEED=0 TILTSPEED=38 MOVE=UP - -", "PAN=50&TILT=20"),
+      continuous_move("<PTZData><pan>7</pan></PTZData>", "PANSPEED=8 TILTSPEED=0 MOVE=RIGHT - -", "PAN=50&"),
+      put(kContinuous, "<PTZData><pan>101</pan></PTZData>").answers(3),
+      put(kContinuous, "<PTZData><zoom>-101</zoom></PTZData>").answers(3),
+      put(kContinuous, "<Move/>").answers(5),
+      put(kContinuous, "<PTZData>").answers(3),
       put("/PSIA/PTZ/channels/0/homePosition").answers(1).sends({"50 HOME=HOME - - - -"}),
       get("/PSIA/PTZ/channels/0/momentary").answers(4),
       put("/PSIA/PTZ/channels/0/relative").answers(4),
       put("/PSIA/PTZ/channels/0/digital").answers(4),
-      frames("<PTZData><azimuth>180</azimuth><elevation>0</elevation></PTZData>", {"E50100CF7F4A8825446F"}),
-      frames("<PTZData><azimuth>0</azimuth><elevation>0</elevation></PTZData>", {}),  // where it is
-      frames("<PTZData/>", {"E50100CF7F000025449D"}),                                 // the remembered 0, 0
-      frames("<PTZData><azimuth>360</azimuth><elevation>90</elevation><absolutezoom>100</absolutezoom></PTZData>", {"E50100CF7F95104A88AB", "E50100CD000B9654"}),
-      frames("<PTZData><azimuth>0</azimuth><elevation>-90</elevation></PTZData>", {"E50100CF7F0000000034"}),
-      put(absolute, "<PTZData><azimuth>360.5</azimuth></PTZData>").answers(3),
-      put(absolute, "<PTZData><elevation>-90.5</elevation></PTZData>").answers(3),
-      put(absolute, "<PTZData><absolutezoom>-1</absolutezoom></PTZData>").answers(3),
-      put(absolute, "<PTZ/>").answers(5),
-      // The channel, its presets and its status.
-      get(list).answers(channel("0", "true", true)),
-      get("/PSIA/PTZ/channels/7").after(five).answers(channel("7", "false", false)),
-      put(one, "<PTZChannel><id>1</id></PTZChannel>").after(five).answers(1).sends({"61"}).leaves(enable, "0"),
-      put(one, "<ptzchannel><enabled>TRUE</enabled></ptzchannel>").after(five).daemon(61, 2).answers(2).sends({"61"}).leaves(enable, "1"),
-      put(one, "<PTZChannel><enabled>yes</enabled></PTZChannel>").after(five).answers(1).sends({"61"}).leaves(enable, "0"),
-      put(one, "<Channel/>").after(five).answers(5).leaves(enable, "5"),
-      put(one, "<PTZChannel>").after(five).answers(3).leaves(enable, "5"),
-      put(list, "<PTZChannelList><PTZChannel><enabled>true</enabled></PTZChannel><PTZChannel><enabled>false</enabled></PTZChannel></PTZChannelList>").after(five).answers(1).sends({"61"}).leaves(enable, "1"),
-      put(list, "<PTZChannelList><PTZChannel><id>1</id></PTZChannel></PTZChannelList>").after(five).answers(3).leaves(enable, "5"),
-      put(list, "<PTZChannelList><PTZChannel><videoInputID>2</videoInputID></PTZChannel></PTZChannelList>").after(five).answers(3).leaves(enable, "5"),
-      put(list, "<PTZChannel/>").answers(5),
-      post(list).answers(1),
-      del(list).answers(1),
-      del(one).answers(1),
-      // The branch opens only with PTZ support 2.
-      get("/PSIA/PTZ/index").after("update Spec2 set PTZSupport=0").answers(4),
-      get("/PSIA/PTZ/index").after("update Spec2 set PTZSupport=1").answers(4),
-      get("/PSIA/PTZ/index").after("update Spec2 set PTZSupport=2").answers(document_answer(golden("ptz_index.xml"))),
-      get("/PSIA/PTZ/index").after("delete from Spec2").answers(4),
-      // The presets.
-      get(base).answers(xml_answer(psia_element("PTZPresetList", preset(1, "Entrance") + preset(2, "Parking")))),
-      get(base).after("delete from Preset").answers(3),  // an empty list
-      get(base + "/2").answers(xml_answer(preset(2, "Parking"))),
-      get(base + "/9").answers(3),
-      put(base + "/2", "<PTZPreset><id>2</id><presetName>Gate's</presetName></PTZPreset>").answers(1).leaves(presets, "Entrance|1\nGate's|2"),
-      put(base + "/2", "<PTZPreset><id>5</id></PTZPreset>").answers(3).leaves(presets, "Entrance|1\nParking|2"),
-      put(base + "/2", "<Preset/>").answers(5),
-      post(base, "<PTZPreset><presetName>Any</presetName></PTZPreset>").answers(1).sends({"52 preset=-1"}).leaves(presets, "Entrance|1\nParking|2\nAny|-1"),
-      post(base, "<PTZPreset><id>1</id></PTZPreset>").answers(3).leaves(presets, "Entrance|1\nParking|2"),
-      put(base + "/3/goto").daemon(53, 2).answers(2).sends({"53 preset=3"}),
-      del(base + "/8").answers(1).sends({"54 preset=8"}),
-      del(base + "/1").answers(1).sends({"54 preset=1"}).leaves(presets, "Parking|2"),
-      put(base, "<PTZPresetList><PTZPreset><id>1</id><presetName>A</presetName></PTZPreset><PTZPreset><id>2</id></PTZPreset></PTZPresetList>").answers(1).leaves(presets, "A|1\nA|2"),
-      del(base).answers(1).leaves(presets, ""),
-      // The status decodes the position frame.
-      get(status).with(frame("FF0100A1004AFF2774044C")).answers(at("<elevation>0</elevation><azimuth>179</azimuth><absoluteZoom>50</absoluteZoom>")).sends({"65"}),
-      get(status).with(frame("FF0100A10095FF00000015")).answers(at("<elevation>-90</elevation><azimuth>360</azimuth><absoluteZoom>0</absoluteZoom>")).sends({"65"}),
-      get(status).with(frame("FF0100A10000004EE8")).answers(at("<elevation>90</elevation><azimuth>0</azimuth><absoluteZoom>0</absoluteZoom>")).sends({"65"}),
-      get(status).with(frame("FF0100A1000000277408980015")).answers(at("<elevation>0</elevation><azimuth>0</azimuth><absoluteZoom>100</absoluteZoom>")).sends({"65"}),
-      get(status).with(frame("FF0100A2")).answers(3).sends({"65"}),  // not a position
-      get(status).with([](test_camera& c) { c.daemon().silent.insert(65); }).answers(3).sends({"65"}),
+  });
+  // clang-format on
+}
+
+// An absolute move of `body`, sent as the position frames `sent`.
+request_case absolute_move(const std::string& body, std::vector<std::string> sent) {
+  for (std::string& f : sent) f = "63 frame=" + f;
+  return put(kAbsolute, body).answers(1).sends(sent);
+}
+
+TEST(Ptz, AbsoluteMotion) {
+  // clang-format off
+  run_cases({
+      absolute_move("<PTZData><azimuth>180</azimuth><elevation>0</elevation></PTZData>", {"E50100CF7F4A8825446F"}),
+      absolute_move("<PTZData><azimuth>0</azimuth><elevation>0</elevation></PTZData>", {}),  // where it is
+      absolute_move("<PTZData/>", {"E50100CF7F000025449D"}),                                 // the remembered 0, 0
+      absolute_move("<PTZData><azimuth>360</azimuth><elevation>90</elevation><absolutezoom>100</absolutezoom></PTZData>", {"E50100CF7F95104A88AB", "E50100CD000B9654"}),
+      absolute_move("<PTZData><azimuth>0</azimuth><elevation>-90</elevation></PTZData>", {"E50100CF7F0000000034"}),
+      put(kAbsolute, "<PTZData><azimuth>360.5</azimuth></PTZData>").answers(3),
+      put(kAbsolute, "<PTZData><elevation>-90.5</elevation></PTZData>").answers(3),
+      put(kAbsolute, "<PTZData><absolutezoom>-1</absolutezoom></PTZData>").answers(3),
+      put(kAbsolute, "<PTZ/>").answers(5),
   });
   // clang-format on
   // The last absolute position is remembered.
   test_camera camera;
   const char* position =
       "<PTZData><azimuth>90</azimuth><elevation>10</elevation><absolutezoom>50</absolutezoom></PTZData>";
-  camera.put(absolute, position);
-  camera.put(absolute, position);                                        // neither again
-  camera.put(absolute, "<PTZData><elevation>20</elevation></PTZData>");  // the azimuth kept
+  camera.put(kAbsolute, position);
+  camera.put(kAbsolute, position);                                        // neither again
+  camera.put(kAbsolute, "<PTZData><elevation>20</elevation></PTZData>");  // the azimuth kept
   // Without a position, "not given" differs from the last one sent: the remembered position goes again, then the zoom
   // (0 differs from 50).
-  camera.put(absolute, "<PTZData><absolutezoom>0</absolutezoom></PTZData>");
+  camera.put(kAbsolute, "<PTZData><absolutezoom>0</absolutezoom></PTZData>");
   EXPECT_EQ(camera.commands(),
             (std::vector<std::string>{"63 frame=E50100CF7F254429682E", "63 frame=E50100CD0005CB83",
                                       "63 frame=E50100CF7F25442D8C56", "63 frame=E50100CF7F25442D8C56",
                                       "63 frame=E50100CD000000B3"}));
+}
+
+const char kPtzChannels[] = "/PSIA/PTZ/channels";
+const char kPtzChannel[] = "/PSIA/PTZ/channels/0";
+const char kEnable[] = "select Enable from PTZControl";
+const char kEnableFive[] = "update PTZControl set Enable=5";
+
+std::string ptz_channel(const std::string& id, const char* enabled, bool list) {
+  std::string c = "<id>" + id + "</id><enabled>" + enabled + "</enabled><videoInputID>0</videoInputID>";
+  c = psia_element("PTZChannel", c + "<controlProtocol>Aldex Pellix</controlProtocol>");
+  return xml_answer(list ? psia_element("PTZChannelList", c) : c);
+}
+
+TEST(Ptz, ChannelAndTheBranchGate) {
+  // clang-format off
+  run_cases({
+      get(kPtzChannels).answers(ptz_channel("0", "true", true)),
+      get("/PSIA/PTZ/channels/7").after(kEnableFive).answers(ptz_channel("7", "false", false)),
+      put(kPtzChannel, "<PTZChannel><id>1</id></PTZChannel>").after(kEnableFive).answers(1).sends({"61"}).leaves(kEnable, "0"),
+      put(kPtzChannel, "<ptzchannel><enabled>TRUE</enabled></ptzchannel>").after(kEnableFive).daemon(61, 2).answers(2).sends({"61"}).leaves(kEnable, "1"),
+      put(kPtzChannel, "<PTZChannel><enabled>yes</enabled></PTZChannel>").after(kEnableFive).answers(1).sends({"61"}).leaves(kEnable, "0"),
+      put(kPtzChannel, "<Channel/>").after(kEnableFive).answers(5).leaves(kEnable, "5"),
+      put(kPtzChannel, "<PTZChannel>").after(kEnableFive).answers(3).leaves(kEnable, "5"),
+      put(kPtzChannels, "<PTZChannelList><PTZChannel><enabled>true</enabled></PTZChannel><PTZChannel><enabled>false</enabled></PTZChannel></PTZChannelList>").after(kEnableFive).answers(1).sends({"61"}).leaves(kEnable, "1"),
+      put(kPtzChannels, "<PTZChannelList><PTZChannel><id>1</id></PTZChannel></PTZChannelList>").after(kEnableFive).answers(3).leaves(kEnable, "5"),
+      put(kPtzChannels, "<PTZChannelList><PTZChannel><videoInputID>2</videoInputID></PTZChannel></PTZChannelList>").after(kEnableFive).answers(3).leaves(kEnable, "5"),
+      put(kPtzChannels, "<PTZChannel/>").answers(5),
+      post(kPtzChannels).answers(1),
+      del(kPtzChannels).answers(1),
+      del(kPtzChannel).answers(1),
+      // The branch opens only with PTZ support 2.
+      get("/PSIA/PTZ/index").after("update Spec2 set PTZSupport=0").answers(4),
+      get("/PSIA/PTZ/index").after("update Spec2 set PTZSupport=1").answers(4),
+      get("/PSIA/PTZ/index").after("update Spec2 set PTZSupport=2").answers(document_answer(golden("ptz_index.xml"))),
+      get("/PSIA/PTZ/index").after("delete from Spec2").answers(4),
+  });
+  // clang-format on
+}
+
+const std::string kPresets = "/PSIA/PTZ/channels/0/presets";
+const char kPresetRows[] = "select PresetAlias, Sequence from Preset";
+
+std::string ptz_preset(int id, const char* name) {
+  return psia_element("PTZPreset", "<id>" + std::to_string(id) + "</id><presetName>" + name + "</presetName>");
+}
+
+TEST(Ptz, Presets) {
+  // clang-format off
+  run_cases({
+      get(kPresets).answers(xml_answer(psia_element("PTZPresetList", ptz_preset(1, "Entrance") + ptz_preset(2, "Parking")))),
+      get(kPresets).after("delete from Preset").answers(3),  // an empty list
+      get(kPresets + "/2").answers(xml_answer(ptz_preset(2, "Parking"))),
+      get(kPresets + "/9").answers(3),
+      put(kPresets + "/2", "<PTZPreset><id>2</id><presetName>Gate's</presetName></PTZPreset>").answers(1).leaves(kPresetRows, "Entrance|1\nGate's|2"),
+      put(kPresets + "/2", "<PTZPreset><id>5</id></PTZPreset>").answers(3).leaves(kPresetRows, "Entrance|1\nParking|2"),
+      put(kPresets + "/2", "<Preset/>").answers(5),
+      post(kPresets, "<PTZPreset><presetName>Any</presetName></PTZPreset>").answers(1).sends({"52 preset=-1"}).leaves(kPresetRows, "Entrance|1\nParking|2\nAny|-1"),
+      post(kPresets, "<PTZPreset><id>1</id></PTZPreset>").answers(3).leaves(kPresetRows, "Entrance|1\nParking|2"),
+      put(kPresets + "/3/goto").daemon(53, 2).answers(2).sends({"53 preset=3"}),
+      del(kPresets + "/8").answers(1).sends({"54 preset=8"}),
+      del(kPresets + "/1").answers(1).sends({"54 preset=1"}).leaves(kPresetRows, "Parking|2"),
+      put(kPresets, "<PTZPresetList><PTZPreset><id>1</id><presetName>A</presetName></PTZPreset><PTZPreset><id>2</id></PTZPreset></PTZPresetList>").answers(1).leaves(kPresetRows, "A|1\nA|2"),
+      del(kPresets).answers(1).leaves(kPresetRows, ""),
+  });
+  // clang-format on
+}
+
+const char kPtzStatus[] = "/PSIA/PTZ/channels/0/status";
+
+// The daemon answers the position query with the frame of hex digits `hex`.
+std::function<void(test_camera&)> position_frame(const std::string& hex) {
+  return [hex](test_camera& c) {
+    c.daemon().position_frame.clear();
+    for (size_t i = 0; i < hex.size(); i += 2) c.daemon().position_frame.push_back(std::stoi(hex.substr(i, 2), 0, 16));
+  };
+}
+std::string ptz_status(const std::string& absolute) {
+  return xml_answer(psia_element("PTZStatus", "<Absolute>" + absolute + "</Absolute>"));
+}
+
+TEST(Ptz, StatusDecodesThePositionFrame) {
+  // clang-format off
+  run_cases({
+      // The status decodes the position frame.
+      get(kPtzStatus).with(position_frame("FF0100A1004AFF2774044C")).answers(ptz_status("<elevation>0</elevation><azimuth>179</azimuth><absoluteZoom>50</absoluteZoom>")).sends({"65"}),
+      get(kPtzStatus).with(position_frame("FF0100A10095FF00000015")).answers(ptz_status("<elevation>-90</elevation><azimuth>360</azimuth><absoluteZoom>0</absoluteZoom>")).sends({"65"}),
+      get(kPtzStatus).with(position_frame("FF0100A10000004EE8")).answers(ptz_status("<elevation>90</elevation><azimuth>0</azimuth><absoluteZoom>0</absoluteZoom>")).sends({"65"}),
+      get(kPtzStatus).with(position_frame("FF0100A1000000277408980015")).answers(ptz_status("<elevation>0</elevation><azimuth>0</azimuth><absoluteZoom>100</absoluteZoom>")).sends({"65"}),
+      get(kPtzStatus).with(position_frame("FF0100A2")).answers(3).sends({"65"}),  // not a position
+      get(kPtzStatus).with([](test_camera& c) { c.daemon().silent.insert(65); }).answers(3).sends({"65"}),
+  });
+  // clang-format on
 }
 
 }  // namespace
