@@ -2,7 +2,8 @@
 # Makes a camera root for the responder's PSIA_ROOT: the configuration
 # database and its factory-default copy (demo/schema.sql + demo/seed.sql,
 # then any extra SQL files given), the download directory, the factory
-# flash block with a serial number at offset 256, and the host files the
+# flash block with a serial number at offset 256, the responder's runtime
+# directory (run/psia-responder: the Digest nonce key), and the host files the
 # responder reads (/proc/uptime, /proc/net/route, /etc/resolv.conf, the
 # zoneinfo directory), linked to this machine's own.
 #
@@ -19,6 +20,7 @@ root=$1; shift
 mkdir -p "$root/usr/local/korvia/conf" \
          "$root/usr/local/httpd/htdocs/Web/updownload" \
          "$root/dev" "$root/proc/net" "$root/etc" "$root/usr/share"
+install -d -m 0750 "$root/run/psia-responder"
 
 db=$root/usr/local/korvia/kkorvia.db
 factory=$root/usr/local/korvia/conf/default.db

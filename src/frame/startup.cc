@@ -2,6 +2,7 @@
 
 #include <csignal>
 
+#include "frame/digest.h"
 #include "util/bounded_copy.h"
 
 namespace psia {
@@ -20,6 +21,14 @@ bool start_up(request_context& ctx) {
   // a connection closed under a write is that write's error.
   signal(SIGXFSZ, SIG_IGN);
   signal(SIGPIPE, SIG_IGN);
+  // Digest nonces are signed with the key every responder process shares.
+  if (ctx.settings.schemes != auth_schemes::basic) {
+    std::string problem;
+    if (!load_nonce_key(nonce_key_path(ctx.settings), &ctx.camera.digest, &problem)) {
+      ctx.log.error("PSIA: no Digest nonce key: %s\n", problem.c_str());
+      return false;
+    }
+  }
   // A database without the camera's tables (an empty file, a half-written
   // copy) would turn every request into a 401 or a 3: it is refused here,
   // where the fault shows.
