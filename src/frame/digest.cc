@@ -23,7 +23,7 @@ const char kKeyFile[] = "/digest-nonce.key";
 // A nonce: issue time (8 bytes) and salt (4), then the first 12 bytes of
 // their HMAC, in hex.
 constexpr size_t kNonceFields = 12;
-constexpr size_t kNonceMac = 12;
+constexpr size_t kNonceMac = digest_nonces::kMacSize;
 constexpr size_t kNonceHex = 2 * (kNonceFields + kNonceMac);
 
 const char kHex[] = "0123456789abcdef";
@@ -361,14 +361,19 @@ digest_login read_digest(request_context& ctx, const char* params, const char* r
   }
   uint8_t fields[kNonceFields + kNonceMac], mac[kNonceMac];
   login.checked = digest_login::verdict::forged_nonce;
-  if (!ctx.camera.digest.key_loaded || !from_hex(login.nonce, fields, sizeof fields)) return login;
-  nonce_mac(ctx.camera.digest, fields, mac);
-  if (!memeql_sec(mac, fields + kNonceFields, kNonceMac)) return login;
+  const digest_nonces& nonces = ctx.camera.digest;
+  if (!nonces.key_loaded || !from_hex(login.nonce, fields, sizeof fields)) return login;
   uint64_t issued = 0;
   for (int i = 0; i < 8; ++i) issued = issued << 8 | fields[i];
   login.issued_us = static_cast<int64_t>(issued);
   login.salt =
       static_cast<uint32_t>(fields[8]) << 24 | fields[9] << 16 | fields[10] << 8 | fields[11];
+  std::memcpy(login.mac, fields + kNonceFields, kNonceMac);
+  // A nonce already counted had its MAC checked then: the same MAC is
+  // compared, not computed again.
+  const digest_nonces::entry* known = nonces.find(login.issued_us, login.salt);
+  if (known == nullptr) nonce_mac(nonces, fields, mac);
+  if (!memeql_sec(known != nullptr ? known->mac : mac, login.mac, kNonceMac)) return login;
   // Issued later than now: not by this camera since it started.
   if (login.issued_us < 0 || login.issued_us > ctx.clock.monotonic_us()) return login;
   login.checked = digest_login::verdict::usable;
@@ -391,7 +396,8 @@ bool digest_matches(const digest_login& login, const char* password, const char*
 nonce_state use_nonce(request_context& ctx, const digest_login& login) {
   int64_t now = ctx.clock.monotonic_us();
   if (now - login.issued_us > kNonceLifetimeUs) return nonce_state::stale;
-  switch (ctx.camera.digest.use(login.issued_us, login.salt, login.count, now, kNonceLifetimeUs)) {
+  switch (ctx.camera.digest.use(login.issued_us, login.salt, login.mac, login.count, now,
+                                kNonceLifetimeUs)) {
     case digest_nonces::count_verdict::fresh: return nonce_state::fresh;
     case digest_nonces::count_verdict::replayed: return nonce_state::replayed;
     case digest_nonces::count_verdict::forgotten: break;

@@ -60,6 +60,7 @@ struct digest_login {
   uint32_t count = 0;
   int64_t issued_us = 0;
   uint32_t salt = 0;
+  unsigned char mac[digest_nonces::kMacSize] = {};
 };
 // `params` is the header after "Digest ".
 digest_login read_digest(request_context& ctx, const char* params, const char* request_uri);

@@ -1,8 +1,17 @@
 #include "util/digest_nonces.h"
 
+#include <cstring>
+
 namespace psia {
 
-digest_nonces::count_verdict digest_nonces::use(int64_t issued_us, uint32_t salt, uint32_t count,
+const digest_nonces::entry* digest_nonces::find(int64_t issued_us, uint32_t salt) const {
+  for (const entry& e : entries)
+    if (e.last_count != 0 && e.issued_us == issued_us && e.salt == salt) return &e;
+  return nullptr;
+}
+
+digest_nonces::count_verdict digest_nonces::use(int64_t issued_us, uint32_t salt,
+                                                const unsigned char* mac, uint32_t count,
                                                 int64_t now_us, int64_t lifetime_us) {
   entry* free_entry = nullptr;
   entry* oldest = nullptr;
@@ -30,7 +39,8 @@ digest_nonces::count_verdict digest_nonces::use(int64_t issued_us, uint32_t salt
       return count_verdict::forgotten;
     }
   }
-  *free_entry = {issued_us, salt, count};
+  *free_entry = {issued_us, salt, count, {}};
+  std::memcpy(free_entry->mac, mac, kMacSize);
   return count_verdict::fresh;
 }
 

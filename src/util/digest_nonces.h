@@ -19,6 +19,7 @@ namespace psia {
 struct digest_nonces {
   static constexpr int kKeySize = 32;
   static constexpr int kEntries = 128;
+  static constexpr int kMacSize = 12;
 
   unsigned char key[kKeySize] = {};
   bool key_loaded = false;
@@ -27,6 +28,9 @@ struct digest_nonces {
     int64_t issued_us;
     uint32_t salt;
     uint32_t last_count;  // 0: a free entry (a count is never 0)
+    // The nonce's MAC, checked when the entry was made: a nonce found here
+    // with the same MAC needs no second check.
+    unsigned char mac[kMacSize];
   };
   entry entries[kEntries] = {};
   // Nonces issued no later than this that are not in the table were
@@ -34,10 +38,12 @@ struct digest_nonces {
   int64_t forgotten_up_to_us = -1;
 
   enum class count_verdict { fresh, replayed, forgotten };
-  // Records `count` for the nonce (issued_us, salt): fresh when it is
-  // greater than every count the nonce came with before.
-  count_verdict use(int64_t issued_us, uint32_t salt, uint32_t count, int64_t now_us,
-                    int64_t lifetime_us);
+  // Records `count` for the nonce (issued_us, salt) whose MAC is `mac`:
+  // fresh when it is greater than every count the nonce came with before.
+  count_verdict use(int64_t issued_us, uint32_t salt, const unsigned char* mac, uint32_t count,
+                    int64_t now_us, int64_t lifetime_us);
+  // The nonce's entry, or null.
+  const entry* find(int64_t issued_us, uint32_t salt) const;
 };
 
 }  // namespace psia
