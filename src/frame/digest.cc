@@ -256,6 +256,7 @@ bool load_nonce_key(const std::string& path, digest_nonces* nonces, std::string*
       return false;
     }
     std::string temporary = path + "." + std::to_string(getpid());
+    unlink(temporary.c_str());  // left by a process of the same id that died here
     int fd = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
     if (fd < 0) {
       *problem = "cannot make " + temporary + ": " + std::strerror(errno);
