@@ -1,5 +1,6 @@
 #include "frame/digest.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <nettle/hmac.h>
 #include <nettle/md5.h>
@@ -28,6 +29,50 @@ constexpr size_t kNonceHex = 2 * (kNonceFields + kNonceMac);
 
 const char kHex[] = "0123456789abcdef";
 
+// nettle is opened by the Digest modes at start-up, not linked: the basic
+// mode (and every CGI run in it) never loads it, so its start-up costs
+// nothing more.
+struct nettle_functions {
+  decltype(&nettle_md5_init) md5_start;
+  decltype(&nettle_md5_update) md5_add;
+  decltype(&nettle_md5_digest) md5_end;
+  decltype(&nettle_sha256_init) sha256_start;
+  decltype(&nettle_sha256_update) sha256_add;
+  decltype(&nettle_sha256_digest) sha256_end;
+  decltype(&nettle_hmac_sha256_set_key) mac_key;
+  decltype(&nettle_hmac_sha256_update) mac_add;
+  decltype(&nettle_hmac_sha256_digest) mac_end;
+  decltype(&nettle_memeql_sec) equal;
+};
+
+template <typename F>
+bool find_symbol(void* handle, const char* name, F* out) {
+  *out = reinterpret_cast<F>(dlsym(handle, name));
+  return *out != nullptr;
+}
+
+// The library's entry points, like those the loader binds: found once,
+// never changed; null when it cannot be loaded.
+const nettle_functions* nettle() {
+  static const nettle_functions* const loaded = []() -> const nettle_functions* {
+    static nettle_functions f;
+    void* handle = dlopen("libnettle.so.8", RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr) return nullptr;
+    bool found = find_symbol(handle, "nettle_md5_init", &f.md5_start) &&
+                 find_symbol(handle, "nettle_md5_update", &f.md5_add) &&
+                 find_symbol(handle, "nettle_md5_digest", &f.md5_end) &&
+                 find_symbol(handle, "nettle_sha256_init", &f.sha256_start) &&
+                 find_symbol(handle, "nettle_sha256_update", &f.sha256_add) &&
+                 find_symbol(handle, "nettle_sha256_digest", &f.sha256_end) &&
+                 find_symbol(handle, "nettle_hmac_sha256_set_key", &f.mac_key) &&
+                 find_symbol(handle, "nettle_hmac_sha256_update", &f.mac_add) &&
+                 find_symbol(handle, "nettle_hmac_sha256_digest", &f.mac_end) &&
+                 find_symbol(handle, "nettle_memeql_sec", &f.equal);
+    return found ? &f : nullptr;
+  }();
+  return loaded;
+}
+
 void to_hex(const uint8_t* bytes, size_t count, char* out) {
   for (size_t i = 0; i < count; ++i) {
     out[2 * i] = kHex[bytes[i] >> 4];
@@ -55,10 +100,11 @@ bool from_hex(const char* text, uint8_t* out, size_t count) {
 }
 
 void nonce_mac(const digest_nonces& nonces, const uint8_t* fields, uint8_t* mac) {
+  const nettle_functions& n = *nettle();
   hmac_sha256_ctx ctx;
-  hmac_sha256_set_key(&ctx, sizeof nonces.key, nonces.key);
-  hmac_sha256_update(&ctx, kNonceFields, fields);
-  hmac_sha256_digest(&ctx, kNonceMac, mac);
+  n.mac_key(&ctx, sizeof nonces.key, nonces.key);
+  n.mac_add(&ctx, kNonceFields, fields);
+  n.mac_end(&ctx, kNonceMac, mac);
 }
 
 void put_fields(int64_t issued_us, uint32_t salt, uint8_t* fields) {
@@ -205,19 +251,19 @@ bool value_is_word(const param_value& v, const char* word) {
 // One hash, MD5 or SHA-256, fed piece by piece.
 class digest_hash {
  public:
-  explicit digest_hash(digest_algorithm algorithm) : algorithm_(algorithm) {
+  explicit digest_hash(digest_algorithm algorithm) : algorithm_(algorithm), n_(*nettle()) {
     if (algorithm_ == digest_algorithm::md5)
-      md5_init(&md5_);
+      n_.md5_start(&md5_);
     else
-      sha256_init(&sha256_);
+      n_.sha256_start(&sha256_);
   }
   digest_hash& add(const char* text) {
     size_t n = std::strlen(text);
     auto* bytes = reinterpret_cast<const uint8_t*>(text);
     if (algorithm_ == digest_algorithm::md5)
-      md5_update(&md5_, n, bytes);
+      n_.md5_add(&md5_, n, bytes);
     else
-      sha256_update(&sha256_, n, bytes);
+      n_.sha256_add(&sha256_, n, bytes);
     return *this;
   }
   digest_hash& add_field(const char* text) { return add(":").add(text); }
@@ -225,16 +271,17 @@ class digest_hash {
   void hex(char* out) {
     uint8_t bytes[SHA256_DIGEST_SIZE];
     if (algorithm_ == digest_algorithm::md5) {
-      md5_digest(&md5_, MD5_DIGEST_SIZE, bytes);
+      n_.md5_end(&md5_, MD5_DIGEST_SIZE, bytes);
       to_hex(bytes, MD5_DIGEST_SIZE, out);
     } else {
-      sha256_digest(&sha256_, SHA256_DIGEST_SIZE, bytes);
+      n_.sha256_end(&sha256_, SHA256_DIGEST_SIZE, bytes);
       to_hex(bytes, SHA256_DIGEST_SIZE, out);
     }
   }
 
  private:
   digest_algorithm algorithm_;
+  const nettle_functions& n_;
   md5_ctx md5_;
   sha256_ctx sha256_;
 };
@@ -247,6 +294,10 @@ std::string nonce_key_path(const runtime_settings& settings) {
 
 bool load_nonce_key(const std::string& path, digest_nonces* nonces, std::string* problem) {
   nonces->key_loaded = false;
+  if (nettle() == nullptr) {
+    *problem = "cannot load libnettle.so.8 (MD5, SHA-256, HMAC)";
+    return false;
+  }
   if (access(path.c_str(), F_OK) != 0) {
     // Made whole under a name of this process's, then linked into place:
     // a process that loses the race reads the winner's key.
@@ -374,7 +425,7 @@ digest_login read_digest(request_context& ctx, const char* params, const char* r
   // compared, not computed again.
   const digest_nonces::entry* known = nonces.find(login.issued_us, login.salt);
   if (known == nullptr) nonce_mac(nonces, fields, mac);
-  if (!memeql_sec(known != nullptr ? known->mac : mac, login.mac, kNonceMac)) return login;
+  if (!nettle()->equal(known != nullptr ? known->mac : mac, login.mac, kNonceMac)) return login;
   // Issued later than now: not by this camera since it started.
   if (login.issued_us < 0 || login.issued_us > ctx.clock.monotonic_us()) return login;
   login.checked = digest_login::verdict::usable;
@@ -391,7 +442,7 @@ bool digest_matches(const digest_login& login, const char* password, const char*
     sent[i] = login.response[i] >= 'A' && login.response[i] <= 'F'
                   ? static_cast<char>(login.response[i] - 'A' + 'a')
                   : login.response[i];
-  return std::strlen(expected) == n && memeql_sec(expected, sent, n);
+  return std::strlen(expected) == n && nettle()->equal(expected, sent, n);
 }
 
 nonce_state use_nonce(request_context& ctx, const digest_login& login) {

@@ -30,8 +30,9 @@ enum class digest_algorithm { md5, sha256 };
 std::string nonce_key_path(const runtime_settings& settings);
 // Reads the key from `path`, making the file (0600, 32 bytes of the
 // system's random source) when there is none; two processes starting at
-// once end up with the same key. False with `problem` set when the key can
-// be neither read nor made.
+// once end up with the same key. It loads nettle first (the hashes are
+// used only once a key is loaded). False with `problem` set when nettle
+// cannot be loaded or the key can be neither read nor made.
 bool load_nonce_key(const std::string& path, digest_nonces* nonces, std::string* problem);
 
 // The lower-case hex response of RFC 7616 (qop "auth") into `out` (65
