@@ -44,6 +44,8 @@ PSIA_LOGIN_ATTEMPTS=0 taskset -c 0 scripts/demo.sh --build-dir build-bench --por
   --responder "$source_dir/bench/callgrind-responder.sh" --run bench/instructions.sh
 taskset -c 0 scripts/demo.sh --build-dir build-bench --port auto \
   --responder "$source_dir/bench/callgrind-responder.sh" --run bench/instructions.sh
+PSIA_LOGIN_ATTEMPTS=0 PSIA_AUTH_SCHEMES=digest,basic taskset -c 0 scripts/demo.sh --build-dir build-bench \
+  --port auto --responder "$source_dir/bench/callgrind-responder.sh" --run bench/instructions.sh
 unset PSIA_WORKERS
 echo
 bench/workers-report.sh

@@ -53,7 +53,7 @@ host_tools=(g++-arm-linux-gnueabihf binutils-arm-linux-gnueabihf qemu-user
             cmake pkg-config sqlite3)
 # The target's libraries, unpacked into the sysroot with everything they
 # depend on. GoogleTest is Debian's armhf build.
-target_libs=(libc6-dev libstdc++6 libfcgi-dev libsqlite3-dev libxml2-dev
+target_libs=(libc6-dev libstdc++6 libfcgi-dev libsqlite3-dev libxml2-dev nettle-dev
              uuid-dev libgtest-dev)
 sysroot=$(pwd)/build-armhf-sysroot
 apt_dir=$(pwd)/build-armhf-apt

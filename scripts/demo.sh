@@ -3,9 +3,15 @@
 # camera database under a demo root, and the control daemon simulator.
 # Installs what is missing and builds first. Ctrl-C stops everything.
 #
-# Usage: scripts/demo.sh [--port N] [--build-dir DIR] [--check | --run CMD]
+# Usage: scripts/demo.sh [--port N] [--build-dir DIR] [--digest] [--tls]
+#                       [--check | --run CMD]
 #   --port N        listen on port N (default 8080; "auto" picks one from
 #                   this process's id, for test runs side by side)
+#   --digest        Digest logins only, and every account's level enforced
+#                   (PSIA_AUTH_SCHEMES=digest PSIA_ACCESS_LEVELS=enforce;
+#                   the two variables, when set, are passed on as they are)
+#   --tls           HTTPS on port N+1 too, with a self-signed certificate
+#                   made at start (PSIA_TLS_PORT, PSIA_TLS_CERT for --run)
 #   --build-dir DIR use the responder and simulator built in DIR (no build)
 #   --responder CMD the program lighttpd starts instead of DIR's responder
 #                   (a wrapper that runs it under valgrind, say)
@@ -23,14 +29,21 @@ build_dir=
 check=no
 run_command=
 responder=
+tls=no
 while [ $# -gt 0 ]; do
   case "$1" in
+    --digest)
+      export PSIA_AUTH_SCHEMES=${PSIA_AUTH_SCHEMES:-digest}
+      export PSIA_ACCESS_LEVELS=${PSIA_ACCESS_LEVELS:-enforce}
+      shift ;;
+    --tls) tls=yes; shift ;;
     --port) port=$2; shift 2 ;;
     --build-dir) build_dir=$2; shift 2 ;;
     --responder) responder=$2; shift 2 ;;
     --check) check=yes; shift ;;
     --run) run_command=$2; shift 2 ;;
-    *) echo "usage: $0 [--port N] [--build-dir DIR] [--check | --run CMD]" >&2; exit 2 ;;
+    *) echo "usage: $0 [--port N] [--build-dir DIR] [--digest] [--tls] [--check | --run CMD]" >&2
+       exit 2 ;;
   esac
 done
 
@@ -80,7 +93,17 @@ sed -e "s|@PORT@|$port|" -e "s|@RUN@|$run|g" -e "s|@RESPONDER@|$responder|" \
     -e "s|@ROOT@|$root|" -e "s|@REQUEST_KEY@|$request_key|" \
     -e "s|@REPLY_KEY@|$reply_key|" -e "s|@LOGIN_ATTEMPTS@|${PSIA_LOGIN_ATTEMPTS:-10}|" \
     -e "s|@WORKERS@|${PSIA_WORKERS:-2}|" \
+    -e "s|@AUTH_SCHEMES@|${PSIA_AUTH_SCHEMES:-basic}|" \
+    -e "s|@ACCESS_LEVELS@|${PSIA_ACCESS_LEVELS:-admin-only}|" \
     demo/lighttpd.conf.in > "$run/lighttpd.conf"
+tls_port=$((port + 1))
+if [ "$tls" = yes ]; then
+  openssl req -x509 -newkey rsa:2048 -nodes -days 30 -subj /CN=127.0.0.1 \
+    -addext subjectAltName=IP:127.0.0.1 -keyout "$run/tls-key.pem" -out "$run/tls-cert.pem" \
+    2>/dev/null
+  sed -e "s|@TLS_PORT@|$tls_port|" -e "s|@TLS_CERT@|$run/tls-cert.pem|" \
+      -e "s|@TLS_KEY@|$run/tls-key.pem|" demo/lighttpd-tls.conf.in >> "$run/lighttpd.conf"
+fi
 # More configuration for this run (the benchmarks add their references).
 if [ -n "${PSIA_LIGHTTPD_EXTRA:-}" ]; then
   sed -e "s|@RUN@|$run|g" -e "s|@BUILD@|$build_dir|g" "$PSIA_LIGHTTPD_EXTRA" >> "$run/lighttpd.conf"
@@ -119,21 +142,27 @@ fi
 
 if [ -n "$run_command" ]; then
   PSIA_BASE_URL=$base PSIA_DEMO_ROOT=$root PSIA_DEMO_RUN=$run \
+    PSIA_TLS_PORT=$tls_port PSIA_TLS_CERT=$run/tls-cert.pem \
     PSIA_REQUEST_QUEUE_KEY=$request_key PSIA_REPLY_QUEUE_KEY=$reply_key \
     bash -c "$run_command"
   exit $?
 fi
 
+if [ "${PSIA_AUTH_SCHEMES:-basic}" = basic ]; then how="-u"; else how="--digest -u"; fi
 cat <<MSG
 
-The camera answers on $base/PSIA/ (user admin, password admin).
-  curl -u admin:admin $base/PSIA/index
-  curl -u admin:admin $base/PSIA/System/deviceInfo
-  curl -u admin:admin $base/PSIA/System/time
-  curl -u admin:admin $base/PSIA/Streaming/channels
-  curl -u admin:admin -X PUT --data-binary JST-9 $base/PSIA/System/time/timeZone
+The camera answers on $base/PSIA/ (user admin, password admin; logins:
+${PSIA_AUTH_SCHEMES:-basic}, levels: ${PSIA_ACCESS_LEVELS:-admin-only}).
+  curl $how admin:admin $base/PSIA/index
+  curl $how guest:guest $base/PSIA/System/deviceInfo   (a viewer, level 2)
+  curl $how admin:admin $base/PSIA/System/time
+  curl $how admin:admin $base/PSIA/Streaming/channels
+  curl $how admin:admin -X PUT --data-binary JST-9 $base/PSIA/System/time/timeZone
 Camera root: $root
 Control daemon log: $run/control.log    Web server log: $run/lighttpd-error.log
 Press Ctrl-C to stop.
 MSG
+if [ "$tls" = yes ]; then
+  echo "HTTPS: curl --cacert $run/tls-cert.pem $how admin:admin https://127.0.0.1:$tls_port/PSIA/index"
+fi
 wait "${pids[@]}"

@@ -5,18 +5,22 @@
 # Usage: scripts/install-deps.sh [build|test|demo|bench|package|coverage|mutate]...
 set -euo pipefail
 
+# nettle-dev: MD5, SHA-256 and HMAC for Digest logins.
 want=(build-essential cmake pkg-config libfcgi-dev libsqlite3-dev libxml2-dev
-      uuid-dev sqlite3)
+      uuid-dev nettle-dev sqlite3)
 for role in "$@"; do
   case "$role" in
     build) ;;
     # busybox, spawn-fcgi, cgi-fcgi (libfcgi-bin) and python3 (a raw
     # FastCGI record) drive the init script test; systemd brings
     # systemd-analyze for the units; llvm brings llvm-profdata and llvm-cov
-    # for the fuzz targets' coverage; clang-format keeps the code's layout.
+    # for the fuzz targets' coverage; clang-format keeps the code's layout;
+    # python3-requests, lighttpd-mod-openssl and openssl: Digest clients
+    # end to end, over TLS too.
     test) want+=(libgtest-dev clang libclang-rt-14-dev llvm lighttpd curl tzdata
-                 busybox spawn-fcgi libfcgi-bin python3 systemd clang-format) ;;
-    demo) want+=(lighttpd curl tzdata) ;;
+                 busybox spawn-fcgi libfcgi-bin python3 systemd clang-format
+                 python3-requests lighttpd-mod-openssl openssl) ;;
+    demo) want+=(lighttpd curl tzdata lighttpd-mod-openssl openssl) ;;
     package) want+=(dpkg-dev binutils lintian systemd) ;;  # systemd-analyze: the unit's sandbox
     coverage) want+=(gcovr bc) ;;
     # ccache turns the rebuild of each restored file between faults into a

@@ -3,9 +3,10 @@
 # database and its factory-default copy (demo/schema.sql + demo/seed.sql,
 # then any extra SQL files given), the download directory, the factory
 # flash block with a serial number at offset 256, the responder's run-time
-# directory (/run/psia-responder: the state its workers share), and the
-# host files the responder reads (/proc/uptime, /proc/net/route,
-# /etc/resolv.conf, the zoneinfo directory), linked to this machine's own.
+# directory (/run/psia-responder: the state its workers share and the Digest
+# nonce key), and the host files the responder reads (/proc/uptime,
+# /proc/net/route, /etc/resolv.conf, the zoneinfo directory), linked to this
+# machine's own.
 #
 # Usage: scripts/make-root.sh ROOT [extra.sql]...
 set -euo pipefail
@@ -19,8 +20,8 @@ root=$1; shift
 
 mkdir -p "$root/usr/local/korvia/conf" \
          "$root/usr/local/httpd/htdocs/Web/updownload" \
-         "$root/dev" "$root/proc/net" "$root/etc" "$root/usr/share" \
-         "$root/run/psia-responder"
+         "$root/dev" "$root/proc/net" "$root/etc" "$root/usr/share"
+install -d -m 0750 "$root/run/psia-responder"
 
 db=$root/usr/local/korvia/kkorvia.db
 factory=$root/usr/local/korvia/conf/default.db

@@ -11,7 +11,10 @@
 #include <cstring>
 #include <fstream>
 
+#include <sys/stat.h>
+
 #include "frame/audit.h"
+#include "frame/digest.h"
 #include "frame/routing.h"
 #include "frame/startup.h"
 #include "harness.h"
@@ -26,11 +29,11 @@ using namespace psia_test;
 
 namespace {
 
-const char kUnauthorized[] =
+const std::string kUnauthorized =
     "Status: 401 Unauthorized\nWWW-Authenticate: Basic realm=\"Aldex Smart IP Device Authentication\"\n"
     "Content-Type: text/plain\n\nUnauthorized\n";
 
-TEST(Frame, OnlyLevelZeroAccountsAreAdmitted) {
+TEST(Frame, OnlyTheLevelsTheModeAdmitsLogIn) {
   test_camera camera("insert into UserAccount values('viewer', 'pw2', 2);");
   // The Authorization header, and whether it is admitted.
   const std::pair<std::string, bool> cases[] = {
@@ -50,6 +53,199 @@ TEST(Frame, OnlyLevelZeroAccountsAreAdmitted) {
     EXPECT_EQ(camera.request(get_as("/PSIA/Security/index", authorization)),
               admitted ? document_answer(golden("security_index.xml")) : kUnauthorized)
         << authorization;
+  // Enforcing levels: every level 0 to 3 with a password logs in; no other level, and no empty password.
+  camera.exec("insert into UserAccount values('odd', 'pw7', 7), ('three', 'pw3', 3)");
+  camera.ctx().settings.levels = psia::access_levels::enforce;
+  const std::pair<std::string, bool> enforced[] = {
+      {basic_authorization("operator", "operator"), true}, {basic_authorization("viewer", "pw2"), true},
+      {basic_authorization("three", "pw3"), true},         {basic_authorization("anonymous", ""), false},
+      {basic_authorization("odd", "pw7"), false},          {basic_authorization("viewer", "pw"), false},
+  };
+  for (const auto& [authorization, admitted] : enforced)
+    EXPECT_EQ(camera.request(get_as("/PSIA/Security/index", authorization)),
+              admitted ? document_answer(golden("security_index.xml")) : kUnauthorized)
+        << authorization;
+}
+
+// The digest computation, against the worked examples of RFC 2617 and RFC 7616.
+TEST(Digest, ResponsesAndTheBoundedNonceCounts) {
+  char out[65];
+  psia::digest_response(psia::digest_algorithm::md5, "Mufasa", "Circle Of Life", "testrealm@host.com", "GET",
+                        "/dir/index.html", "dcd98b7102dd2f0e8b11d0f600bfb0c093", "00000001", "0a4f113b", out);
+  EXPECT_STREQ(out, "6629fae49393a05397450978507c4ef1");
+  const char* nonce = "7ypf/xlj9XXwfDPEoM4URrv/xwf94BcCAzFZH4GiTo0v";
+  const char* cnonce = "f2/wE4q74E6zIJEtWaHKaf5wv/H5QzzpXusqGemxURZJ";
+  psia::digest_response(psia::digest_algorithm::md5, "Mufasa", "Circle of Life", "http-auth@example.org", "GET",
+                        "/dir/index.html", nonce, "00000001", cnonce, out);
+  EXPECT_STREQ(out, "8ca523f5e9506fed4657c9700eebdbec");
+  psia::digest_response(psia::digest_algorithm::sha256, "Mufasa", "Circle of Life", "http-auth@example.org", "GET",
+                        "/dir/index.html", nonce, "00000001", cnonce, out);
+  EXPECT_STREQ(out, "753927fa0e85d155564e2e272a28d1802ca10daf4496794697cf8db5856cb6c1");
+  // The table never grows: with every entry live, the nonce issued first is forgotten, and so is every nonce issued
+  // no later; expired entries are reused before that.
+  using verdict = psia::digest_nonces::count_verdict;
+  auto nonces = std::make_unique<psia::digest_nonces>();
+  const unsigned char mac[psia::digest_nonces::kMacSize] = {};
+  const int64_t life = psia::kNonceLifetimeUs;
+  for (int i = 1; i <= psia::digest_nonces::kEntries; ++i)
+    EXPECT_EQ(nonces->use(i, 7, mac, 1, 500, life), verdict::fresh);
+  EXPECT_EQ(nonces->use(1, 7, mac, 1, 500, life), verdict::replayed);
+  EXPECT_EQ(nonces->use(1, 7, mac, 3, 500, life), verdict::fresh);  // counts may skip, never go back
+  EXPECT_EQ(nonces->use(1, 7, mac, 2, 500, life), verdict::replayed);
+  EXPECT_EQ(nonces->use(1000, 7, mac, 1, 1000, life), verdict::fresh);  // the 129th: nonce 1 is forgotten
+  EXPECT_EQ(nonces->use(1, 7, mac, 4, 1000, life), verdict::forgotten);
+  EXPECT_EQ(nonces->use(0, 8, mac, 1, 1000, life), verdict::forgotten);  // issued before a forgotten one
+  EXPECT_EQ(nonces->use(2, 7, mac, 2, 1000, life), verdict::fresh);
+  EXPECT_EQ(nonces->use(2000, 7, mac, 1, 1500 + life, life),
+            verdict::fresh);  // all but 1000 expired: nothing forgotten
+  EXPECT_EQ(nonces->use(1000, 7, mac, 2, 1500 + life, life), verdict::fresh);
+  EXPECT_EQ(nonces->forgotten_up_to_us, 1);
+}
+
+// The nonce of a Digest 401.
+std::string nonce_of(const std::string& answer) {
+  size_t at = answer.find("nonce=\"");
+  return at == std::string::npos ? "" : answer.substr(at + 7, answer.find('"', at + 7) - at - 7);
+}
+
+struct digest_fields {
+  std::string user = "admin", password = "admin", algorithm = "SHA-256", uri = "/PSIA/index", nc = "00000001",
+              extra = ", qop=auth";
+  std::string nonce;  // "forged": the challenge's with another MAC (after the right one when twice)
+};
+
+std::string digest_authorization(const digest_fields& f, const std::string& nonce) {
+  char response[65];
+  psia::digest_response(f.algorithm == "SHA-256" ? psia::digest_algorithm::sha256 : psia::digest_algorithm::md5,
+                        f.user.c_str(), f.password.c_str(), psia::kRealm, "GET", f.uri.c_str(), nonce.c_str(),
+                        f.nc.c_str(), "0a4f113b", response);
+  return "Digest username=\"" + f.user + "\", realm=\"" + psia::kRealm + "\", nonce=\"" + nonce + "\", uri=\"" + f.uri +
+         "\"" + (f.algorithm.empty() ? "" : ", algorithm=" + f.algorithm) + ", response=\"" + response +
+         "\", nc=" + f.nc + ", cnonce=\"0a4f113b\"" + f.extra;
+}
+
+TEST(Digest, LoginsStaleNoncesReplaysAndWhatTheGuardCounts) {
+  const std::string kIndex = document_answer(golden("index.xml"));
+  const std::string refused = "36 refused Digest login from 192.0.2.10 as \"admin\": ";
+  using psia::access_levels;
+  using psia::auth_schemes;
+  enum class ends { admitted, unauthorized, stale };
+  struct digest_case {
+    const char* name;
+    digest_fields fields;
+    int64_t later_us = 0;  // the clock after the challenge
+    ends answer = ends::admitted;
+    bool counted = false;  // a failed login for the guard
+    std::string audit;     // the refusal's line
+    auth_schemes schemes = auth_schemes::digest;
+    access_levels levels = access_levels::admin_only;
+    std::string header;  // sent instead of a Digest one
+    bool twice = false;  // the same header admitted once before
+  };
+  digest_fields md5, no_algorithm, wrong, unknown, operator_account, anonymous, other_uri, no_qop, sess, forged, upper;
+  md5.algorithm = "MD5";
+  no_algorithm.algorithm = "";  // RFC 2617 clients: MD5
+  wrong.password = "guess";
+  unknown.user = "nobody";
+  operator_account.user = operator_account.password = "operator";
+  anonymous.user = "anonymous";
+  anonymous.password = "";
+  other_uri.uri = "/PSIA/System/deviceInfo";
+  no_qop.extra = "";
+  sess.algorithm = "MD5-sess";
+  forged.nonce = "forged";
+  upper.extra = ", qop=\"auth\", opaque=\"x\", userhash=false";
+  // clang-format off
+  const digest_case cases[] = {
+      {"SHA-256", {}},
+      {"MD5", md5},
+      {"no algorithm", no_algorithm},
+      {"quoted qop, opaque and userhash=false", upper},
+      {"a wrong password", wrong, 0, ends::unauthorized, true, refused + "wrong password"},
+      {"an unknown user", unknown, 0, ends::unauthorized, true, "36 refused Digest login from 192.0.2.10 as \"nobody\": unknown user"},
+      {"a stale nonce", {}, psia::kNonceLifetimeUs + 1, ends::stale},
+      {"a stale nonce, a wrong password", wrong, psia::kNonceLifetimeUs + 1, ends::unauthorized, true, refused + "wrong password"},
+      {"a nonce at the end of its life", {}, psia::kNonceLifetimeUs},
+      {"a replayed nonce count", {}, 0, ends::unauthorized, false, refused + "nonce count replayed", auth_schemes::digest,
+       access_levels::admin_only, "", true},
+      {"another uri", other_uri, 0, ends::unauthorized, false, refused + "uri is not the request's"},
+      {"a forged nonce", forged, 0, ends::unauthorized, false, refused + "nonce not issued here"},
+      {"a counted nonce with another MAC", forged, 0, ends::unauthorized, false, refused + "nonce not issued here",
+       auth_schemes::digest, access_levels::admin_only, "", true},
+      {"no qop", no_qop, 0, ends::unauthorized, false, refused + "Digest parameters refused"},
+      {"MD5-sess", sess, 0, ends::unauthorized, false, refused + "Digest parameters refused"},
+      {"Basic in the digest mode", {}, 0, ends::unauthorized, false,
+       "36 refused Basic login from 192.0.2.10 as \"admin\": Basic not accepted", auth_schemes::digest,
+       access_levels::admin_only, basic_authorization("admin", "admin")},
+      {"Basic in the digest,basic mode", {}, 0, ends::admitted, false, "", auth_schemes::digest_and_basic,
+       access_levels::admin_only, basic_authorization("admin", "admin")},
+      {"Digest in the digest,basic mode", md5, 0, ends::admitted, false, "", auth_schemes::digest_and_basic},
+      {"an operator, admin-only", operator_account, 0, ends::unauthorized, true,
+       "36 refused Digest login from 192.0.2.10 as \"operator\": not an administrator"},
+      {"an operator, enforce", operator_account, 0, ends::admitted, false, "", auth_schemes::digest, access_levels::enforce},
+      {"no password, enforce", anonymous, 0, ends::unauthorized, true,
+       "36 refused Digest login from 192.0.2.10 as \"anonymous\": account without a password", auth_schemes::digest,
+       access_levels::enforce},
+  };
+  // clang-format on
+  for (const digest_case& c : cases) {
+    SCOPED_TRACE(c.name);
+    test_camera camera;
+    camera.ctx().settings.schemes = c.schemes;
+    camera.ctx().settings.levels = c.levels;
+    std::string problem;
+    ASSERT_TRUE(psia::load_nonce_key(psia::nonce_key_path(camera.ctx().settings),
+                                     &psia::camera_lock(camera.ctx().camera).shared().digest, &problem))
+        << problem;
+    psia::camera_lock(camera.ctx().camera).shared().guard =
+        psia::login_guard(1, 60, 0);  // a counted failure locks the address out
+    const std::string nonce = nonce_of(camera.request(get_as("/PSIA/index", "")));
+    ASSERT_EQ(nonce.size(), 48u);
+    std::string sent_nonce = nonce;
+    if (c.fields.nonce == "forged") sent_nonce.back() = sent_nonce.back() == '0' ? '1' : '0';  // the MAC's last digit
+    const std::string header = !c.header.empty() ? c.header : digest_authorization(c.fields, sent_nonce);
+    if (c.twice) {
+      EXPECT_EQ(camera.request(get_as("/PSIA/index", digest_authorization(c.fields, nonce))), kIndex);
+    }
+    camera.clock().now_us += c.later_us;
+    std::string out = camera.request(get_as("/PSIA/index", header));
+    if (c.answer == ends::admitted) {
+      EXPECT_EQ(out, kIndex);
+    } else {
+      EXPECT_EQ(out.rfind("Status: 401 Unauthorized\nWWW-Authenticate: Digest ", 0), 0u) << out;
+      EXPECT_EQ(out.find("stale=true") != std::string::npos, c.answer == ends::stale) << out;
+      EXPECT_NE(nonce_of(out), nonce);
+    }
+    std::vector<std::string> refusals;
+    for (const std::string& line : camera.syslog())
+      if (line.find("refused") != std::string::npos) refusals.push_back(line);
+    EXPECT_EQ(refusals, c.audit.empty() ? std::vector<std::string>{} : std::vector<std::string>{c.audit});
+    // The right login with a new nonce is admitted unless the guard counted the failure.
+    const std::string fresh = nonce_of(camera.request(get_as("/PSIA/index", "")));
+    EXPECT_EQ(camera.request(get_as("/PSIA/index", digest_authorization({}, fresh))) == kIndex, !c.counted);
+  }
+  // The 401 of each mode: Basic's as it was, the Digest challenges strongest first (one nonce for both).
+  test_camera camera;
+  camera.ctx().settings.schemes = auth_schemes::digest_and_basic;
+  std::string problem;
+  ASSERT_TRUE(psia::load_nonce_key(psia::nonce_key_path(camera.ctx().settings),
+                                   &psia::camera_lock(camera.ctx().camera).shared().digest, &problem));
+  std::string out = camera.request(get_as("/PSIA/index", ""));
+  const std::string digest = "WWW-Authenticate: Digest realm=\"Aldex Smart IP Device Authentication\", qop=\"auth\", ";
+  EXPECT_EQ(out, "Status: 401 Unauthorized\n" + digest + "algorithm=SHA-256, nonce=\"" + nonce_of(out) + "\"\n" +
+                     digest + "algorithm=MD5, nonce=\"" + nonce_of(out) + "\"\n" + kUnauthorized.substr(25));
+  // The key file: made once, 0600, 32 bytes, read back by the next process; a damaged one stops start-up.
+  const std::string key = psia::nonce_key_path(camera.ctx().settings);
+  struct stat st;
+  ASSERT_EQ(stat(key.c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 0777, 0600u);
+  EXPECT_EQ(st.st_size, 32);
+  auto again = std::make_unique<psia::digest_nonces>();
+  EXPECT_TRUE(psia::load_nonce_key(key, again.get(), &problem));
+  EXPECT_EQ(std::memcmp(again->key, psia::camera_lock(camera.ctx().camera).shared().digest.key, 32), 0);
+  std::ofstream(key) << "short";
+  EXPECT_FALSE(psia::load_nonce_key(key, again.get(), &problem));
+  EXPECT_EQ(problem, key + " is not a key of 32 bytes");
 }
 
 TEST(Frame, UnmatchedRequestsAndSubPaths) {
@@ -88,7 +284,8 @@ TEST(Frame, RulesAreTriedInOrderByPathMethodAndLevel) {
       {"/PSIA/System/time/ntpServers", "POST", 1, 2, psia::post_ntp_server},
       {"/PSIA/System/reboot", "PUT", 1, 2, {}},  // level 0 only
       {"/PSIA/System/reboot", "PUT", 0, 2, psia::put_reboot},
-      {"/PSIA/System/Network/interfaces/eth0", "GET", 3, 2, psia::put_network_interface},
+      {"/PSIA/System/Network/interfaces/eth0", "GET", 0, 2, psia::put_network_interface},
+      {"/PSIA/System/Network/interfaces/eth0", "GET", 1, 2, {}},  // the crossed GET changes the network
       {"/PSIA/System/Network/interfaces/eth0", "PUT", 0, 2, psia::get_network_interface},
       {"/PSIA/Custom/Event/triggers/", "GET", 0, 2, psia::get_event_trigger},
       {"/PSIA/Custom/Event/triggers/Sensor-0/x", "POST", 1, 2, psia::post_trigger_notification},
@@ -137,6 +334,87 @@ TEST(Frame, RulesAreTriedInOrderByPathMethodAndLevel) {
     EXPECT_EQ(t.args.number, a.number);
     EXPECT_EQ(t.args.id, a.id);
     EXPECT_EQ(t.args.sub_id, a.sub_id);
+  }
+}
+
+// Every rule of the routing table, with every method, at every level, in the enforce mode: the most privileged-number
+// level (0 to 3) at which each method reaches a handler that changes the camera, '-' for none. A level above it must
+// leave every row and the control daemon alone (no fall-through to a shorter prefix that changes something); a level
+// at or below it reaches the change (its audit line names the account's level). Prefix rows take longer paths too:
+// a PUT of /PSIA/Custom/Event/index reaches the event document.
+TEST(Frame, InTheEnforceModeOnlyTheLevelsARuleAllowsChangeTheCamera) {
+  // clang-format off
+  const std::pair<const char*, const char*> paths[] = {  // methods GET, PUT, POST, DELETE, PATCH
+      {"/PSIA/indexr", "-----"}, {"/PSIA/index", "-----"}, {"/PSIA/description", "-----"}, {"/PSIA/System/index", "-----"},
+      {"/PSIA/System/description", "-----"}, {"/PSIA/System/reboot", "-0---"}, {"/PSIA/System/updateFirmware", "-0---"},
+      {"/PSIA/System/configurationData", "-0---"}, {"/PSIA/System/factoryReset", "-0---"}, {"/PSIA/System/deviceInfo", "-0---"},
+      {"/PSIA/System/status", "-----"}, {"/PSIA/System/time/localTime", "-1---"}, {"/PSIA/System/time/timeZone", "-1---"},
+      {"/PSIA/System/time/ntpServers/2", "-111-"}, {"/PSIA/System/time/ntpServers", "-111-"}, {"/PSIA/System/time", "-1---"},
+      {"/PSIA/System/Network/index", "-----"}, {"/PSIA/System/Network/description", "-----"},
+      {"/PSIA/System/Network/interfaces/eth0/ipAddress", "-0---"}, {"/PSIA/System/Network/interfaces/eth0/discovery", "-0---"},
+      {"/PSIA/System/Network/interfaces/eth0", "00---"}, {"/PSIA/System/Network/interfaces", "-----"},
+      {"/PSIA/System/Audio/index", "-----"}, {"/PSIA/System/Audio/description", "-----"},
+      {"/PSIA/System/Audio/channels/1", "-1---"}, {"/PSIA/System/Audio/channels", "-----"}, {"/PSIA/System/Video/index", "-----"},
+      {"/PSIA/System/Video/description", "-----"}, {"/PSIA/System/Video/inputs/channels/1", "-1---"},
+      {"/PSIA/System/Video/inputs/channels", "-----"}, {"/PSIA/System/Video/inputs", "-----"}, {"/PSIA/Security/index", "-----"},
+      {"/PSIA/Security/description", "-----"}, {"/PSIA/Security/AAA/index", "-----"}, {"/PSIA/Security/AAA/description", "-----"},
+      {"/PSIA/Security/AAA/users/guest", "-0-0-"}, {"/PSIA/Security/AAA/users", "-000-"}, {"/PSIA/Streaming/index", "-----"},
+      {"/PSIA/Streaming/description", "-----"}, {"/PSIA/Streaming/status", "-----"}, {"/PSIA/Streaming/channels/1", "-1-1-"},
+      {"/PSIA/Streaming/channels/1/status", "-1-1-"}, {"/PSIA/Streaming/channels", "-111-"}, {"/PSIA/Custom/index", "-----"},
+      {"/PSIA/Custom/description", "-----"}, {"/PSIA/Custom/Event/index", "-1---"}, {"/PSIA/Custom/Event/description", "-1---"},
+      {"/PSIA/Custom/Event/triggers/Sensor-0", "-111-"}, {"/PSIA/Custom/Event/triggers/Sensor-0/notifications/Relay-0", "-111-"},
+      {"/PSIA/Custom/Event/triggers/Sensor-0/list", "-111-"}, {"/PSIA/Custom/Event/triggers", "-111-"},
+      {"/PSIA/Custom/Event/schedule", "-1---"}, {"/PSIA/Custom/Event/notification/mailing/1", "-111-"},
+      {"/PSIA/Custom/Event/notification/mailing", "-111-"}, {"/PSIA/Custom/Event/notification/ftp/1", "-111-"},
+      {"/PSIA/Custom/Event/notification/ftp", "-111-"}, {"/PSIA/Custom/Event/notification", "-1---"}, {"/PSIA/Custom/Event", "-1---"},
+      {"/PSIA/PTZ/index", "-----"}, {"/PSIA/PTZ/description", "-----"}, {"/PSIA/PTZ/channels/description", "-111-"},
+      {"/PSIA/PTZ/channels/1/homePosition", "11111"}, {"/PSIA/PTZ/channels/1/continuous", "11111"},
+      {"/PSIA/PTZ/channels/1/momentary", "-----"}, {"/PSIA/PTZ/channels/1/relative", "-----"},
+      {"/PSIA/PTZ/channels/1/absolute", "11111"}, {"/PSIA/PTZ/channels/1/digital", "-----"}, {"/PSIA/PTZ/channels/1/status", "-----"},
+      {"/PSIA/PTZ/channels/1/presets/1", "-111-"}, {"/PSIA/PTZ/channels/1/presets/1/goto", "-111-"},
+      {"/PSIA/PTZ/channels/1/presets", "-111-"}, {"/PSIA/PTZ/channels/1", "-111-"}, {"/PSIA/PTZ/channels", "-111-"},
+  };
+  // clang-format on
+  const char* const methods[] = {"GET", "PUT", "POST", "DELETE", "PATCH"};
+  const char* const accounts[][2] = {{"admin", "admin"},
+                                     {"operator", "operator"},
+                                     {"guest", "guest"},
+                                     {"watcher", "w"}};
+  for (const auto& [path, levels] : paths) {
+    test_camera camera("update Spec2 set PTZSupport=2");
+    camera.ctx().settings.levels = psia::access_levels::enforce;
+    auto everything = [&camera] {
+      std::string all, tables = camera.rows("select name from sqlite_master where type='table' order by name") + "\n";
+      for (size_t at = 0, end; (end = tables.find('\n', at)) != std::string::npos; at = end + 1)
+        all += camera.rows("select * from " + tables.substr(at, end - at)) + "\n";
+      return all;
+    };
+    for (int m = 0; m < 5; ++m) {
+      const int allowed = levels[m] == '-' ? -1 : levels[m] - '0';
+      // The accounts as they were: an earlier method may have changed them.
+      camera.exec(
+          "delete from UserAccount; insert into UserAccount values ('admin', 'admin', 0), ('operator', "
+          "'operator', 1), ('guest', 'guest', 2), ('watcher', 'w', 3), ('anonymous', '', 3)");
+      const std::string before = everything();
+      const size_t commands = camera.commands().size();
+      for (int level = 3; level >= 0; --level) {
+        SCOPED_TRACE(std::string(methods[m]) + " " + path + " at level " + std::to_string(level));
+        const size_t lines = camera.syslog().size();
+        test_request r{methods[m], path};
+        r.authorization = basic_authorization(accounts[level][0], accounts[level][1]);
+        std::string out = camera.request(r);
+        ASSERT_NE(out.rfind("Status: 401", 0), 0u);
+        bool audited = camera.syslog().size() > lines && camera.syslog().back().rfind("29 ", 0) == 0;
+        EXPECT_EQ(audited, level <= allowed);
+        if (audited) {
+          EXPECT_NE(camera.syslog().back().find("(level " + std::to_string(level) + ", Basic)"), std::string::npos);
+        }
+        if (level > allowed && allowed >= 0) {
+          EXPECT_EQ(everything(), before);
+          EXPECT_EQ(camera.commands().size(), commands);
+        }
+      }
+    }
   }
 }
 
@@ -228,6 +506,16 @@ TEST(Executable, ServesOneRequestAsACgiProgram) {
   process_result answer = camera.run_cgi(env);
   EXPECT_EQ(answer.exit_status, 0) << answer.err;
   EXPECT_EQ(answer.out, document_answer(golden("index.xml")));
+
+  // Digest across processes: one CGI process issues the nonce, the next checks it with the key file they share.
+  env.push_back("PSIA_AUTH_SCHEMES=digest");
+  env[2] = "HTTP_AUTHORIZATION=";
+  const std::string nonce = nonce_of(camera.run_cgi(env).out);
+  env[2] = "HTTP_AUTHORIZATION=" + digest_authorization({}, nonce);
+  answer = camera.run_cgi(env);
+  EXPECT_EQ(answer.out, document_answer(golden("index.xml"))) << answer.err;
+  EXPECT_EQ(camera.run_cgi(env).out.find("stale"), std::string::npos);  // replayed: refused, not stale
+  env.pop_back();
 
   env.back() = "HTTP_AUTHORIZATION=";
   env.push_back("CONTENT_LENGTH=11");
@@ -339,7 +627,7 @@ std::vector<std::string> addresses(const std::string& prefix, int count) {
   for (int i = 0; i < count; ++i) out.push_back(prefix + std::to_string(i / 256) + "." + std::to_string(i % 256));
   return out;
 }
-const std::string kRefused = "36 refused login from ";
+const std::string kRefused = "36 refused Basic login from ";
 // The log lines of a refused login as admin from each of `from`.
 std::vector<std::string> refusals(const std::vector<std::string>& from, const std::string& reason) {
   std::vector<std::string> out;
@@ -456,8 +744,8 @@ TEST(Audit, RequestTextsNeverSplitOrForgeALineAndTheFixedFieldsComeFirst) {
   r.authorization = basic_authorization("admin", "admin");
   camera.request(r);
   EXPECT_EQ(camera.syslog(),
-            (std::vector<std::string>{"36 refused login from 192.0.2.10 as \"admin\\x0afake\": unknown user",
-                                      "29 DELETE from 192.0.2.10 by \"admin\": status 1, path "
+            (std::vector<std::string>{"36 refused Basic login from 192.0.2.10 as \"admin\\x0afake\": unknown user",
+                                      "29 DELETE from 192.0.2.10 by \"admin\" (level 0, Basic): status 1, path "
                                       "\"/PSIA/Custom/Event/notification/ftp/x\\x0a29 forged line\""}));
   // Hostile paths: the line keeps its source, user, method and outcome, and fits the log's line whole.
   const std::string utf8 = "\xe6\x97\xa5";
@@ -468,12 +756,13 @@ TEST(Audit, RequestTextsNeverSplitOrForgeALineAndTheFixedFieldsComeFirst) {
   std::vector<std::string> written;
   log.set_syslog([&](int, const char* line) { written.push_back(line); });
   for (const std::string& path : paths)
-    psia::audit_change(log, "2001:db8::1", std::string(31, '\x01').c_str(), "PUT", path.c_str(),
+    psia::audit_change(log, "2001:db8::1", std::string(31, '\x01').c_str(), 1, "Digest", "PUT", path.c_str(),
                        psia::answer::statuses({1, 2}));
   ASSERT_EQ(written.size(), 4u);
   std::string escaped_user;
   for (int k = 0; k < 31; ++k) escaped_user += "\\x01";
-  const std::string fixed = "PUT from 2001:db8::1 by \"" + escaped_user + "\": status 1, then 2, path \"";
+  const std::string fixed =
+      "PUT from 2001:db8::1 by \"" + escaped_user + "\" (level 1, Digest): status 1, then 2, path \"";
   EXPECT_EQ(written[0], fixed + "/PSIA/x?%22%3C\"");
   EXPECT_EQ(written[1], fixed + "/PSIA/\\xe6\\x97\\xa5\"");
   for (int i = 2; i < 4; ++i) {
@@ -523,13 +812,14 @@ TEST(Audit, TheExecutableWritesToTheSystemLogger) {
     got.push_back(line.substr(0, line.find('>') + 1) + line.substr(line.find("]: ", tag) + 3));
   }
   close(logger);
-  EXPECT_EQ(got, (std::vector<std::string>{
-                     "<36>refused login from 198.51.100.7 as \"admin\": wrong password",
-                     "<29>PUT from 198.51.100.7 by \"admin\": status 1, path \"/PSIA/System/deviceInfo\"",
-                     "<27>PSIA: PSIA_LOGIN_LOCKOUT=\"-1\" is not a setting: it takes a whole number (digits only) "
-                     "from 0 to 900, seconds of the first lock-out; 0 turns the login guard off",
-                     "<27>PSIA: DB Open Failed",
-                 }));
+  EXPECT_EQ(got,
+            (std::vector<std::string>{
+                "<36>refused Basic login from 198.51.100.7 as \"admin\": wrong password",
+                "<29>PUT from 198.51.100.7 by \"admin\" (level 0, Basic): status 1, path \"/PSIA/System/deviceInfo\"",
+                "<27>PSIA: PSIA_LOGIN_LOCKOUT=\"-1\" is not a setting: it takes a whole number (digits only) "
+                "from 0 to 900, seconds of the first lock-out; 0 turns the login guard off",
+                "<27>PSIA: DB Open Failed",
+            }));
 }
 
 // Two responder processes of one camera, as two contexts on one region: a zone, a PTZ position and failed logins

@@ -244,6 +244,34 @@ TEST(Settings, EveryNumberReadsWholeOrTheResponderDoesNotStart) {
                                              {"PSIA_REQUEST_QUEUE_KEY", settings.request_queue_key}};
     EXPECT_EQ(read.at(c.name), c.read) << c.name << "=" << c.value;
   }
+  // The word settings take their words exactly; unset, the modes of old.
+  const std::string schemes =
+      "\" is not a setting: it takes basic, digest or digest,basic, the Authorization schemes "
+      "that log in";
+  // clang-format off
+  const struct { const char *schemes, *levels; int read; std::string error; } words[] = {
+      {nullptr, nullptr, 0}, {"basic", "admin-only", 0}, {"digest", "enforce", 11}, {"digest,basic", "", 20},
+      {"Digest", nullptr, 0, "PSIA: PSIA_AUTH_SCHEMES=\"Digest" + schemes},
+      {"basic,digest", nullptr, 0, "PSIA: PSIA_AUTH_SCHEMES=\"basic,digest" + schemes},
+      {nullptr, "admin", 0, "PSIA: PSIA_ACCESS_LEVELS=\"admin\" is not a setting: it takes admin-only or enforce, "
+                           "admin-only: only level-0 accounts log in; enforce: levels 0 to 3, each as the resource's rules allow"},
+  };
+  // clang-format on
+  for (const auto& w : words) {
+    runtime_settings settings;
+    std::vector<std::string> problems;
+    EXPECT_EQ(read_settings(
+                  [&](const char* name) {
+                    return std::string(name) == "PSIA_AUTH_SCHEMES"    ? w.schemes
+                           : std::string(name) == "PSIA_ACCESS_LEVELS" ? w.levels
+                                                                       : nullptr;
+                  },
+                  &settings, &problems),
+              w.error.empty());
+    EXPECT_EQ(problems, w.error.empty() ? std::vector<std::string>{} : std::vector<std::string>{w.error});
+    EXPECT_EQ(10 * static_cast<int>(settings.schemes) + static_cast<int>(settings.levels),
+              w.error.empty() ? w.read : 0);
+  }
   // Every bad setting is named, not only the first.
   runtime_settings settings;
   std::vector<std::string> problems;

@@ -59,10 +59,12 @@ void append_printable(text_buffer& line, const char* text, size_t limit) {
 
 // The lines are put together without a format where they can be: a flood
 // of refused logins costs each one a few copies, not a formatting pass.
-void audit_refused_login(event_log& log, const char* address, const char* user,
+void audit_refused_login(event_log& log, const char* address, const char* scheme, const char* user,
                          const char* reason) {
   text_buffer line;
-  line.append("refused login from ");
+  line.append("refused ");
+  line.append(scheme);
+  line.append(" login from ");
   append_printable(line, address, kAddressLimit);
   line.append(" as \"");
   append_printable(line, user, kUserLimit);
@@ -99,15 +101,17 @@ void audit_budget_spent(event_log& log, int budget) {
   log.audit(LOG_AUTH | LOG_WARNING, line);
 }
 
-void audit_change(event_log& log, const char* address, const char* user, const char* method,
-                  const char* path, const answer& answer) {
+void audit_change(event_log& log, const char* address, const char* user, int level,
+                  const char* scheme, const char* method, const char* path, const answer& answer) {
   text_buffer line;
   append_printable(line, method, kMethodLimit);
   line.append(" from ");
   append_printable(line, address, kAddressLimit);
   line.append(" by \"");
   append_printable(line, user, kUserLimit);
-  line.append("\": ");
+  line.appendf("\" (level %d, ", level);
+  line.append(scheme);
+  line.append("): ");
   switch (answer.kind()) {
     case answer::answer_kind::statuses: {
       // Two statuses at most in practice; a few more are shown, never all.

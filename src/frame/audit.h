@@ -1,6 +1,7 @@
 // The audit trail in syslog: every refused login and lock-out (facility
 // auth) and every request that changes the camera (facility daemon), with
-// the client's address and user. Nothing secret is written (no password,
+// the client's address, user and scheme (and for a change the account's
+// level). Nothing secret is written (no password,
 // no Authorization header, no body), and every text from the request is
 // made printable and bounded by its escaped size, so a request can neither
 // forge nor split a line. The fixed fields (source, user, method, outcome)
@@ -23,14 +24,17 @@ namespace psia {
 // is cut before an escape, never inside one, with "..." behind.
 void append_printable(text_buffer& line, const char* text, size_t limit);
 
-void audit_refused_login(event_log& log, const char* address, const char* user, const char* reason);
+// `scheme`: "Basic" or "Digest".
+void audit_refused_login(event_log& log, const char* address, const char* scheme, const char* user,
+                         const char* reason);
 // The refusals of one address (`address` null: of addresses too many to
 // follow one by one) that were not written in the minute that ended.
 void audit_refusals_not_written(event_log& log, const char* address, int more);
 void audit_lockout(event_log& log, const char* address, int failures, int64_t lockout_us);
 void audit_budget_spent(event_log& log, int budget);
-void audit_change(event_log& log, const char* address, const char* user, const char* method,
-                  const char* path, const answer& answer);
+// `level`: the account's access level.
+void audit_change(event_log& log, const char* address, const char* user, int level,
+                  const char* scheme, const char* method, const char* path, const answer& answer);
 
 }  // namespace psia
 

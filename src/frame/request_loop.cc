@@ -29,11 +29,11 @@ authentication check_caller(request& req, const char* address) {
   }
   authentication who;
   if (verdict == login_guard::guard_verdict::locked_out) {
-    read_credentials(req.params.authorization, &who.who);
+    read_caller(ctx, req.params.authorization, &who);
     who.refusal = refusal_reason::locked_out;
   } else if (verdict != login_guard::guard_verdict::check) {
     // Without credentials it is no attempt, and the answer is the same.
-    bool sent = read_credentials(req.params.authorization, &who.who);
+    bool sent = read_caller(ctx, req.params.authorization, &who);
     who.refusal = !sent ? refusal_reason::no_credentials
                   : verdict == login_guard::guard_verdict::budget_spent
                       ? refusal_reason::budget_spent
@@ -46,11 +46,12 @@ authentication check_caller(request& req, const char* address) {
     login_guard& guard = lock.shared().guard;
     if (who.refusal == refusal_reason::none) {
       guard.succeeded(key, now);
-    } else if (who.refusal != refusal_reason::no_credentials &&
-               who.refusal != refusal_reason::store_failed) {
+    } else if (counts_as_failed_login(who.refusal)) {
       // A request without credentials is no attempt (browsers send one
-      // before they ask their user), and a database that could not be read
-      // said nothing about the password.
+      // before they ask their user), a database that could not be read
+      // said nothing about the password, and neither did a refused scheme,
+      // Digest parameters refused before the account was read, nor a
+      // stale or replayed nonce with the right response.
       login_guard::failed_login failure = guard.failed(key, now);
       if (failure.lockout_us > 0) {
         char locked[64];
@@ -60,9 +61,13 @@ authentication check_caller(request& req, const char* address) {
       if (failure.budget_spent) audit_budget_spent(ctx.log, guard.table().budget);
     }
   }
+  // A stale nonce is the protocol at work (every few minutes a client),
+  // not worth a line.
   if (who.refusal != refusal_reason::none && who.refusal != refusal_reason::no_credentials &&
+      who.refusal != refusal_reason::stale_nonce &&
       camera_lock(ctx.camera).shared().guard.refusal_written(key, now))
-    audit_refused_login(ctx.log, address, who.who.user, refusal_text(who.refusal));
+    audit_refused_login(ctx.log, address, scheme_text(who.scheme), who.who.user,
+                        refusal_text(who.refusal));
   return who;
 }
 
@@ -80,7 +85,7 @@ void serve_request(request_context& ctx, const request_params& params, input_str
   const char* address = params.remote_addr != nullptr ? params.remote_addr : "";
   authentication who = check_caller(req, address);
   if (who.refusal != refusal_reason::none) {
-    write_answer(out, answer::unauthorized(), params.uri);
+    write_answer(out, unauthorized_answer(ctx, who), params.uri);
     return;
   }
   // A request without a path or a method ends with no output at all.
@@ -88,7 +93,9 @@ void serve_request(request_context& ctx, const request_params& params, input_str
   bool changes = false;
   answer answer = dispatch_request(req, params.uri, params.method, who.level, &changes);
   write_answer(out, answer, params.uri);
-  if (changes) audit_change(ctx.log, address, who.who.user, params.method, params.uri, answer);
+  if (changes)
+    audit_change(ctx.log, address, who.who.user, who.level, scheme_text(who.scheme), params.method,
+                 params.uri, answer);
 }
 
 }  // namespace psia

@@ -75,6 +75,10 @@ struct clause {
 struct request_line {
   unsigned method;  // one of the method bits
   int level;
+  // A clause refused the caller's level: from then on only clauses that
+  // change nothing may take the request, so a refused change never falls
+  // through to a shorter prefix that changes the camera.
+  bool refused = false;
 };
 
 // Sub-tables split the rest of a row's path, "<id>" or "<id>/<sub-path>",
@@ -200,11 +204,15 @@ bool rest_passes(const clause& c, const char* rest) {
 // Takes the first clause whose method, level and test hold; false when none
 // does.
 template <size_t N>
-bool take_clause(const clause (&clauses)[N], const request_line& req, route_target* target) {
+bool take_clause(const clause (&clauses)[N], request_line& req, route_target* target) {
   for (const clause& c : clauses) {
     if (c.methods == 0) break;
-    if ((c.methods & req.method) != 0 && level_allows(c.level, req.level) &&
-        rest_passes(c, target->args.rest)) {
+    if ((c.methods & req.method) == 0 || !rest_passes(c, target->args.rest)) continue;
+    if (!level_allows(c.level, req.level)) {
+      req.refused = true;
+      continue;
+    }
+    if (!(req.refused && c.changes)) {
       target->handler = c.handler;
       target->changes = c.changes;
       return true;
@@ -271,8 +279,10 @@ const route kRoutes[] = {
     exact("/PSIA/System/Network/interfaces/eth0/ipAddress", get(any, get_ip_address), put(lv0, put_ip_address)),
     exact("/PSIA/System/Network/interfaces/eth0/discovery", get(any, get_discovery), put(lv0, put_discovery)),
     // Crossed on purpose, as the camera's clients know it: GET runs the
-    // interface update and PUT answers the interface document.
-    exact("/PSIA/System/Network/interfaces/eth0", get_changing(any, put_network_interface), put(lv0, get_network_interface)),
+    // interface update and PUT answers the interface document. The GET
+    // changes the network, so it takes an administrator, like every other
+    // network change.
+    exact("/PSIA/System/Network/interfaces/eth0", get_changing(lv0, put_network_interface), put(lv0, get_network_interface)),
     exact("/PSIA/System/Network/interfaces",    get(any, get_network_interface_list)),
     prefix("/PSIA/System/Audio/index",          get(any, get_audio_index)),
     prefix("/PSIA/System/Audio/description",    get(any, get_audio_description)),
@@ -287,6 +297,8 @@ const route kRoutes[] = {
     prefix("/PSIA/Security/description",        get(any, get_security_description)),
     prefix("/PSIA/Security/AAA/index",          get(any, get_aaa_index)),
     prefix("/PSIA/Security/AAA/description",    get(any, get_aaa_description)),
+    // Only an administrator changes accounts; those it makes get level 2,
+    // never a level above its own.
     longer("/PSIA/Security/AAA/users/",         get(any, get_user), put(lv0, put_user), del(lv0, delete_user)),
     exact("/PSIA/Security/AAA/users",           get(any, get_users), put(lv0, put_users), post(lv0, post_user),
                                                 del(lv0, delete_users)),
@@ -357,7 +369,7 @@ unsigned method_bit(const char* method) {
 
 // The rest "<id>" or "<id>/<sub-path>" of a split row, through its
 // sub-table; false when no clause of the row it picks takes the request.
-bool take_sub_route(const route& r, const request_line& req, route_target* target) {
+bool take_sub_route(const route& r, request_line& req, route_target* target) {
   route_args& args = target->args;
   const char* rest = args.rest;
   args.number = parse_int(rest);

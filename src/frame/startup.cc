@@ -1,7 +1,9 @@
 #include "frame/startup.h"
 
 #include <csignal>
+#include <cstring>
 
+#include "frame/digest.h"
 #include "util/bounded_copy.h"
 
 namespace psia {
@@ -20,6 +22,14 @@ bool start_up(request_context& ctx, camera_sharing sharing) {
   // a connection closed under a write is that write's error.
   signal(SIGXFSZ, SIG_IGN);
   signal(SIGPIPE, SIG_IGN);
+  // Digest nonces are signed with the key every responder process shares.
+  if (ctx.settings.schemes != auth_schemes::basic) {
+    std::string problem;
+    if (!load_nonce_key(nonce_key_path(ctx.settings), &ctx.camera.own().digest, &problem)) {
+      ctx.log.error("PSIA: no Digest nonce key: %s\n", problem.c_str());
+      return false;
+    }
+  }
   // A database without the camera's tables (an empty file, a half-written
   // copy) would turn every request into a 401 or a 3: it is refused here,
   // where the fault shows.
@@ -39,6 +49,15 @@ bool start_up(request_context& ctx, camera_sharing sharing) {
   // Without the region the process still serves, as a camera of its own.
   ctx.camera.attach(ctx.settings.host_path(kRuntimeDirectory) + "/camera-state", sharing, ctx.clock,
                     ctx.log);
+  if (ctx.settings.schemes != auth_schemes::basic) {
+    // Every process signs with the key it read from the one file; a region
+    // older than the file gets it too.
+    camera_lock lock(ctx.camera);
+    const digest_nonces& own = ctx.camera.own().digest;
+    digest_nonces& shared = lock.shared().digest;
+    std::memcpy(shared.key, own.key, sizeof shared.key);
+    shared.key_loaded = own.key_loaded;
+  }
   return ctx.control.attach(ctx.settings.request_queue_key, ctx.settings.reply_queue_key);
 }
 

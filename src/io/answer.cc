@@ -103,6 +103,12 @@ answer answer::constant_document(const std::string& body, content_type type) {
   return a;
 }
 
+answer answer::unauthorized(text_buffer challenges) {
+  answer a(answer_kind::unauthorized);
+  a.body_ = std::move(challenges);
+  return a;
+}
+
 answer answer::file(unique_fd file, uint32_t size) {
   answer a(answer_kind::file);
   a.file_ = std::move(file);
@@ -147,11 +153,17 @@ void write_answer(output_stream& out, const answer& answer, const char* request_
       return;
     case answer::answer_kind::file: write_file(out, answer.file_.get(), answer.file_size_); return;
     case answer::answer_kind::unauthorized:
-      out.write_text(
-          "Status: 401 Unauthorized\n"
-          "WWW-Authenticate: Basic realm=\"Aldex Smart IP Device Authentication\"\n"
-          "Content-Type: text/plain\n\n"
-          "Unauthorized\n");
+      if (answer.body_.length() == 0) {
+        out.write_text(
+            "Status: 401 Unauthorized\n"
+            "WWW-Authenticate: Basic realm=\"Aldex Smart IP Device Authentication\"\n"
+            "Content-Type: text/plain\n\n"
+            "Unauthorized\n");
+        return;
+      }
+      out.write_text("Status: 401 Unauthorized\n");
+      out.write(answer.body_.data(), answer.body_.length());
+      out.write_text("Content-Type: text/plain\n\nUnauthorized\n");
       return;
   }
 }

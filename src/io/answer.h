@@ -64,6 +64,9 @@ class answer {
   static answer nothing() { return answer(answer_kind::nothing); }
   // The 401 of a caller without valid credentials.
   static answer unauthorized() { return answer(answer_kind::unauthorized); }
+  // The same with other WWW-Authenticate lines (each ending in "\n") in
+  // place of Basic's.
+  static answer unauthorized(text_buffer challenges);
 
   answer_kind kind() const { return kind_; }
   // The status codes of a statuses answer (also the 3 of a document that

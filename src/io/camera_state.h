@@ -5,12 +5,13 @@
 // fixed fields (no owned memory, no pointers): the state lives in memory
 // that every responder process of the camera shares (io/shared_camera.h),
 // and anything added here is shared with it. The login guard keeps its own
-// table (util/login_guard.h).
+// table (util/login_guard.h), and so do Digest logins (util/digest_nonces.h).
 #ifndef PSIA_IO_CAMERA_STATE_H
 #define PSIA_IO_CAMERA_STATE_H
 
 #include <type_traits>
 
+#include "util/digest_nonces.h"
 #include "util/login_guard.h"
 
 namespace psia {
@@ -41,10 +42,13 @@ struct camera_state {
   char current_zone[64] = "";
   ptz_position last_absolute;
   login_guard guard;
+  digest_nonces digest;
 };
 
 static_assert(std::is_trivially_copyable<device_facts>::value, "device facts are plain fields");
 static_assert(std::is_trivially_copyable<ptz_position>::value, "the PTZ state is plain fields");
+static_assert(std::is_trivially_copyable<digest_nonces>::value,
+              "the nonce counts are plain fields");
 
 }  // namespace psia
 

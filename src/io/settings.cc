@@ -33,6 +33,23 @@ const number_setting kNumbers[] = {
      "responder processes serving the socket together; 1: one process"},
 };
 
+// A setting that takes one of a few words.
+struct word_setting {
+  const char* name;
+  const char* const* words;  // null-terminated
+  const char* meaning;
+};
+
+const char* const kSchemeWords[] = {"basic", "digest", "digest,basic", nullptr};
+const char* const kLevelWords[] = {"admin-only", "enforce", nullptr};
+
+const word_setting kWords[] = {
+    {"PSIA_AUTH_SCHEMES", kSchemeWords, "the Authorization schemes that log in"},
+    {"PSIA_ACCESS_LEVELS", kLevelWords,
+     "admin-only: only level-0 accounts log in; enforce: levels 0 to 3, each as the "
+     "resource's rules allow"},
+};
+
 // Digits only, no sign or blank, and within [low, high].
 bool read_number(const char* text, int low, int high, int* value) {
   long long n = 0;
@@ -74,6 +91,29 @@ bool read_settings(const environment_lookup& lookup, runtime_settings* settings,
                         "\" is not a setting: it takes a whole number (digits only) from " +
                         std::to_string(n.low) + " to " + std::to_string(n.high) + ", " + n.meaning);
   }
+  int chosen[2] = {0, 0};
+  for (int w = 0; w < 2; ++w) {
+    const word_setting& setting = kWords[w];
+    const char* text = lookup(setting.name);
+    if (text == nullptr || *text == '\0') continue;
+    int i = 0;
+    while (setting.words[i] != nullptr && std::strcmp(setting.words[i], text) != 0) ++i;
+    if (setting.words[i] != nullptr) {
+      chosen[w] = i;
+      continue;
+    }
+    usable = false;
+    std::string accepted;
+    for (int k = 0; setting.words[k] != nullptr; ++k)
+      accepted += std::string(k == 0                            ? ""
+                              : setting.words[k + 1] == nullptr ? " or "
+                                                                : ", ") +
+                  setting.words[k];
+    problems->push_back(std::string("PSIA: ") + setting.name + "=\"" + shown(text) +
+                        "\" is not a setting: it takes " + accepted + ", " + setting.meaning);
+  }
+  s.schemes = static_cast<auth_schemes>(chosen[0]);
+  s.levels = static_cast<access_levels>(chosen[1]);
   const char* host = lookup("HOSTNAME");
   char name[64] = "";
   if (host != nullptr && *host != '\0') {

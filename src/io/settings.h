@@ -6,6 +6,8 @@
 // that does not read fully refuses start-up with a message that names the
 // setting and what it accepts. Read any other way, "ten" or "-1" would
 // turn the login guard off, and "1m" would make a one-second lock-out.
+// The word settings (PSIA_AUTH_SCHEMES, PSIA_ACCESS_LEVELS) take their
+// words exactly: a misspelt one never falls back to a default.
 #ifndef PSIA_IO_SETTINGS_H
 #define PSIA_IO_SETTINGS_H
 
@@ -16,8 +18,20 @@
 namespace psia {
 
 // The responder's own run-time directory (below PSIA_ROOT): the region of
-// the camera's state its processes share lives there.
+// the camera's state its processes share and the Digest nonce key live there.
 constexpr char kRuntimeDirectory[] = "/run/psia-responder";
+
+// PSIA_AUTH_SCHEMES: which Authorization schemes log in.
+enum class auth_schemes {
+  basic,             // "basic": Basic only, the 401 as it has always been
+  digest,            // "digest": Digest only, no password in clear
+  digest_and_basic,  // "digest,basic": both, Digest offered first
+};
+// PSIA_ACCESS_LEVELS: which accounts log in.
+enum class access_levels {
+  admin_only,  // "admin-only": level 0 only
+  enforce,     // "enforce": levels 0-3, the routing table's level rules decide
+};
 
 struct runtime_settings {
   std::string root;              // PSIA_ROOT, put in front of absolute paths
@@ -36,6 +50,8 @@ struct runtime_settings {
   // PSIA_WORKERS: responder processes serving the one socket together (1:
   // one process, serving one request at a time).
   int workers = 2;
+  auth_schemes schemes = auth_schemes::basic;
+  access_levels levels = access_levels::admin_only;
 
   // An absolute file path of the camera, moved below `root` when it is set.
   std::string host_path(const std::string& absolute_path) const;
