@@ -49,6 +49,7 @@ const char* refusal_text(refusal_reason refusal) {
     case refusal_reason::locked_out: return "locked out";
     case refusal_reason::budget_spent: return "login budget spent";
     case refusal_reason::table_full: return "too many addresses locked out";
+    case refusal_reason::guard_unreachable: return "login guard unreachable";
   }
   return "";
 }

@@ -39,6 +39,7 @@ enum class refusal_reason {
   locked_out,         // the login guard refused the client's address
   budget_spent,       // the guard's shared budget is spent and the address is unknown
   table_full,         // the guard holds only locked-out addresses and this one is new
+  guard_unreachable,  // the guard every worker shares could not be read in time
 };
 const char* refusal_text(refusal_reason refusal);
 // A wrong password (or response) for an existing or unknown account, or

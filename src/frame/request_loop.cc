@@ -17,8 +17,13 @@ authentication check_caller(request& req, const char* address) {
   int64_t now = ctx.clock.monotonic_us();
   address_key key = guard_key(address);
   login_guard::guard_verdict verdict;
+  bool guard_reached;
   {
     camera_lock lock(ctx.camera);
+    // A guard the other workers hold for longer than the lock's wait is not
+    // replaced by this process's own: that would be a guard of its own,
+    // with guesses of its own. The login is refused, and not counted.
+    guard_reached = lock.held() || !ctx.camera.attached();
     login_guard& guard = lock.shared().guard;
     guard.end_refusal_windows(now, [&ctx](const address_key* from, int more) {
       char shown[64] = "";
@@ -28,7 +33,10 @@ authentication check_caller(request& req, const char* address) {
     verdict = guard.admit(key, now);
   }
   authentication who;
-  if (verdict == login_guard::guard_verdict::locked_out) {
+  if (!guard_reached) {
+    read_caller(ctx, req.params.authorization, &who);
+    who.refusal = refusal_reason::guard_unreachable;
+  } else if (verdict == login_guard::guard_verdict::locked_out) {
     read_caller(ctx, req.params.authorization, &who);
     who.refusal = refusal_reason::locked_out;
   } else if (verdict != login_guard::guard_verdict::check) {
@@ -65,7 +73,8 @@ authentication check_caller(request& req, const char* address) {
   // not worth a line.
   if (who.refusal != refusal_reason::none && who.refusal != refusal_reason::no_credentials &&
       who.refusal != refusal_reason::stale_nonce &&
-      camera_lock(ctx.camera).shared().guard.refusal_written(key, now))
+      (who.refusal == refusal_reason::guard_unreachable ||
+       camera_lock(ctx.camera).shared().guard.refusal_written(key, now)))
     audit_refused_login(ctx.log, address, scheme_text(who.scheme), who.who.user,
                         refusal_text(who.refusal));
   return who;
