@@ -98,13 +98,13 @@ bool is_digest(const request_context& ctx, const char* header) {
 
 // The account's level, once its password is known to be right.
 refusal_reason level_admitted(const request_context& ctx, const query_result& account, int* level) {
-  const char* text = account.text(0, UserAccountColumn::kLevel);
-  *level = text != nullptr ? account.integer(0, UserAccountColumn::kLevel, -1) : -1;
+  const char* text = account.text(0, user_account_column::kLevel);
+  *level = text != nullptr ? account.integer(0, user_account_column::kLevel, -1) : -1;
   if (ctx.settings.levels == access_levels::admin_only)
     return *level == kLevelAdministrator ? refusal_reason::none : refusal_reason::not_administrator;
   if (*level < 0 || *level > 3) return refusal_reason::level_refused;
   // The built-in anonymous account has none: it is no way in.
-  const char* password = account.text(0, UserAccountColumn::kPassword);
+  const char* password = account.text(0, user_account_column::kPassword);
   if (password == nullptr || *password == '\0') return refusal_reason::no_password;
   return refusal_reason::none;
 }
@@ -122,7 +122,7 @@ refusal_reason check_digest(request& req, const char* header, authentication* re
   query_result account = req.db().query("select * from UserAccount where UserID=?", login.user);
   if (!account.ok()) return refusal_reason::store_failed;
   if (!account.has_rows()) return refusal_reason::unknown_user;
-  const char* password = account.text(0, UserAccountColumn::kPassword);
+  const char* password = account.text(0, user_account_column::kPassword);
   const char* method = req.params.method != nullptr ? req.params.method : "";
   if (password == nullptr || !digest_matches(login, password, method, req.params.uri))
     return refusal_reason::wrong_password;
@@ -186,7 +186,7 @@ authentication authenticate_request(request& req) {
     result.refusal = refusal_reason::unknown_user;
     return result;
   }
-  const char* password = account.text(0, UserAccountColumn::kPassword);
+  const char* password = account.text(0, user_account_column::kPassword);
   if (password == nullptr || std::strcmp(password, result.who.password) != 0)
     result.refusal = refusal_reason::wrong_password;
   else

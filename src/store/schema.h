@@ -32,38 +32,38 @@ constexpr char kListTablesSql[] = "select name from sqlite_master where type='ta
 bool holds_camera_tables(const query_result& table_names);
 
 // The cells read by position.
-namespace UserAccountColumn {
+namespace user_account_column {
 constexpr int kUserId = 0;
 constexpr int kPassword = 1;  // in clear
 constexpr int kLevel = 2;     // the access level, 0 to 3
-}  // namespace UserAccountColumn
+}  // namespace user_account_column
 
-namespace VideoChannelColumn {
+namespace video_channel_column {
 constexpr int kVideoStandard = 2;  // 1: 50 Hz mains, anything else 60 Hz
 constexpr int kBrightness = 3;
 constexpr int kContrast = 4;
 constexpr int kHue = 5;
-}  // namespace VideoChannelColumn
+}  // namespace video_channel_column
 
-namespace AudioStreamColumn {
+namespace audio_stream_column {
 constexpr int kEnable = 1;
 constexpr int kCodec = 4;
-}  // namespace AudioStreamColumn
+}  // namespace audio_stream_column
 
-namespace ClientListColumn {
+namespace client_list_column {
 constexpr int kClientAddress = 2;  // the streaming client's IP address
-}  // namespace ClientListColumn
+}  // namespace client_list_column
 
-namespace PtzControlColumn {
+namespace ptz_control_column {
 constexpr int kEnable = 2;  // 1: PTZ control on
-}  // namespace PtzControlColumn
+}  // namespace ptz_control_column
 
-namespace PresetColumn {
+namespace preset_column {
 constexpr int kAlias = 2;     // PresetAlias, the preset's name
 constexpr int kSequence = 3;  // the preset number
-}  // namespace PresetColumn
+}  // namespace preset_column
 
-namespace EventColumn {
+namespace event_column {
 constexpr int kWeek = 2;       // weekday bits, bit 0 Sunday
 constexpr int kStartTime = 3;  // hours * 100 + minutes
 constexpr int kEndTime = 4;
@@ -71,17 +71,17 @@ constexpr int kMinTimeInterval = 5;  // seconds
 constexpr int kRelayId = 8;          // -1: none
 constexpr int kFtpServerId = 10;
 constexpr int kSmtpServerId = 11;
-}  // namespace EventColumn
+}  // namespace event_column
 
 // FTPServer and SMTPServer share their first six columns.
-namespace ServerColumn {
+namespace server_column {
 constexpr int kServerName = 1;  // the notification id
 constexpr int kServerAddress = 2;
 constexpr int kUserId = 3;
 constexpr int kPassword = 4;
 constexpr int kPort = 5;
 constexpr int kFtpPath = 6;  // FTPServer only: the upload path
-}  // namespace ServerColumn
+}  // namespace server_column
 
 }  // namespace psia
 

@@ -33,9 +33,9 @@ const char* cell(const query_result& rows, int r, int c) {
 void append_destination(text_buffer& doc, const destination_kind& kind, const query_result& rows,
                         int r) {
   doc.appendf("<%s version=\"1.0\" xmlns=\"urn:psialliance-org\">", kind.element);
-  doc.appendf("<id>%s</id>", cell(rows, r, ServerColumn::kServerName));
+  doc.appendf("<id>%s</id>", cell(rows, r, server_column::kServerName));
   if (kind.mailing) doc.append("<authenticationMode>SMTP</authenticationMode>");
-  const char* address = cell(rows, r, ServerColumn::kServerAddress);
+  const char* address = cell(rows, r, server_column::kServerAddress);
   if (parse_ipv4_text(address)) {
     doc.append("<addressingFormatType>ipaddress</addressingFormatType>");
     doc.appendf("<ipAddress>%s</ipAddress>", address);
@@ -43,11 +43,11 @@ void append_destination(text_buffer& doc, const destination_kind& kind, const qu
     doc.append("<addressingFormatType>hostname</addressingFormatType>");
     doc.appendf("<hostName>%s</hostName>", address);
   }
-  doc.appendf("<portNo>%d</portNo>", rows.integer(r, ServerColumn::kPort, 0));
-  doc.appendf("<%s>%s</%s>", kind.account, cell(rows, r, ServerColumn::kUserId), kind.account);
-  doc.appendf("<password>%s</password>", cell(rows, r, ServerColumn::kPassword));
+  doc.appendf("<portNo>%d</portNo>", rows.integer(r, server_column::kPort, 0));
+  doc.appendf("<%s>%s</%s>", kind.account, cell(rows, r, server_column::kUserId), kind.account);
+  doc.appendf("<password>%s</password>", cell(rows, r, server_column::kPassword));
   if (!kind.mailing)
-    doc.appendf("<uploadPath>%s</uploadPath>", cell(rows, r, ServerColumn::kFtpPath));
+    doc.appendf("<uploadPath>%s</uploadPath>", cell(rows, r, server_column::kFtpPath));
   doc.appendf("</%s>", kind.element);
 }
 

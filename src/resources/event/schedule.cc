@@ -74,9 +74,9 @@ void apply_hour_masks(schedule_update* u) {
 
 void append_schedule(request& req, text_buffer& doc) {
   query_result event = req.db().query("select * from Event where Trigger=0");
-  int week = event.integer(0, EventColumn::kWeek, 0);
-  int start = event.integer(0, EventColumn::kStartTime, 0);
-  int end = event.integer(0, EventColumn::kEndTime, 0);
+  int week = event.integer(0, event_column::kWeek, 0);
+  int start = event.integer(0, event_column::kStartTime, 0);
+  int end = event.integer(0, event_column::kEndTime, 0);
   doc.append("<EventSchedule version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   doc.append("<TimeBlockList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   for (int d = 0; d < 7; ++d) {

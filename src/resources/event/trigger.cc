@@ -76,10 +76,10 @@ void append_notification(text_buffer& doc, const notification& n) {
 bool read_event_row(request& req, int* interval, notification_ids* ids) {
   query_result event = req.db().query("select * from Event where Trigger=0");
   if (!event.has_rows()) return false;
-  *interval = event.integer(0, EventColumn::kMinTimeInterval, 0);
-  ids->relay = event.integer(0, EventColumn::kRelayId, -1);
-  ids->ftp = event.integer(0, EventColumn::kFtpServerId, -1);
-  ids->mail = event.integer(0, EventColumn::kSmtpServerId, -1);
+  *interval = event.integer(0, event_column::kMinTimeInterval, 0);
+  ids->relay = event.integer(0, event_column::kRelayId, -1);
+  ids->ftp = event.integer(0, event_column::kFtpServerId, -1);
+  ids->mail = event.integer(0, event_column::kSmtpServerId, -1);
   return true;
 }
 

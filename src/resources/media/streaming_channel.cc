@@ -248,8 +248,8 @@ shared_settings read_shared_settings(request& req, int video_standard) {
   shared_settings s;
   s.video_standard = video_standard;
   query_result audio = req.db().query("select * from AudioStream where AudioStreamID=0");
-  s.audio_enabled = audio.has_rows() && audio.integer(0, AudioStreamColumn::kEnable, 0) == 1;
-  s.audio_codec = audio.has_rows() ? audio.integer(0, AudioStreamColumn::kCodec, 0) : 0;
+  s.audio_enabled = audio.has_rows() && audio.integer(0, audio_stream_column::kEnable, 0) == 1;
+  s.audio_codec = audio.has_rows() ? audio.integer(0, audio_stream_column::kCodec, 0) : 0;
   s.rtsp_port = req.db().query_int(554, "select RTSPPort from Services");
   return s;
 }

@@ -18,7 +18,7 @@ const size_t kSlaveStatusRestLength = 14;
 void append_sessions(text_buffer& doc, const query_result& clients, const char* element,
                      int indent) {
   for (int r = 0; r < clients.rows(); ++r) {
-    const char* address = clients.text(r, ClientListColumn::kClientAddress);
+    const char* address = clients.text(r, client_list_column::kClientAddress);
     doc.appendf("%*s<%s>", indent, "", element);
     doc.appendf("%*s<clientAddress>", indent + 4, "");
     doc.appendf("%*s<ipAddress>%s</ipAddress>", indent + 8, "", address != nullptr ? address : "");

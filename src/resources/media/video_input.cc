@@ -22,7 +22,7 @@ struct video_input_levels {
 answer answer_video_document(request& req, const char* const opens[], const char* const closes[],
                              int depth) {
   query_result row = req.db().query("select * from VideoChannel where VideoChannelID=0");
-  namespace C = VideoChannelColumn;
+  namespace C = video_channel_column;
   video_input_levels v{row.integer(0, C::kVideoStandard, 1), row.integer(0, C::kBrightness, 50),
                        row.integer(0, C::kContrast, 50), row.integer(0, C::kHue, 50)};
   const int indent = 4 * depth;

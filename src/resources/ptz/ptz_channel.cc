@@ -12,7 +12,7 @@ namespace {
 
 answer answer_channel(request& req, bool list, int id) {
   query_result row = req.db().query("select * from PTZControl where VideoChannelID=0");
-  bool enabled = row.integer(0, PtzControlColumn::kEnable, 0) == 1;
+  bool enabled = row.integer(0, ptz_control_column::kEnable, 0) == 1;
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   if (list) doc.append("<PTZChannelList version=\"1.0\" xmlns=\"urn:psialliance-org\">");

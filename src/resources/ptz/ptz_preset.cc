@@ -10,9 +10,9 @@ namespace psia {
 namespace {
 
 void append_preset(text_buffer& doc, const query_result& presets, int row) {
-  const char* alias = presets.text(row, PresetColumn::kAlias);
+  const char* alias = presets.text(row, preset_column::kAlias);
   doc.append("<PTZPreset version=\"1.0\" xmlns=\"urn:psialliance-org\">");
-  doc.appendf("<id>%d</id>", presets.integer(row, PresetColumn::kSequence, 0));
+  doc.appendf("<id>%d</id>", presets.integer(row, preset_column::kSequence, 0));
   doc.appendf("<presetName>%s</presetName>", alias != nullptr ? alias : "");
   doc.append("</PTZPreset>");
 }

@@ -34,11 +34,9 @@ bool set_password(request& req, const char* user, const char* password) {
   return req.db().exec("update UserAccount set Password=? where UserID=?", password, user);
 }
 
-// The change is stored: tell the daemon; the answer is 1 whatever it says.
-int announce_accounts_changed(request& req) {
-  req.control().send_command(kCommandUsers);
-  return kStatusOk;
-}
+// The change is stored: tell the daemon, whose reply does not change the
+// answer (1).
+void announce_accounts_changed(request& req) { req.control().send_command(kCommandUsers); }
 
 void append_user_elements(text_buffer& doc, const char* name) {
   doc.appendf("<id>%s</id>", name);
@@ -57,7 +55,7 @@ answer get_users(request& req, const route_args&) {
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   doc.append("<UserList version=\"1.0\" xmlns=\"urn:psialliance-org\">");
   for (int r = 0; r < users.rows(); ++r) {
-    const char* name = users.text(r, UserAccountColumn::kUserId);
+    const char* name = users.text(r, user_account_column::kUserId);
     doc.append("<User version=\"1.0\">");
     append_user_elements(doc, name != nullptr ? name : "");
     doc.append("</User>");
@@ -77,7 +75,7 @@ answer get_user(request& req, const route_args& route) {
                 parse_int(id))
           : req.db().query("select * from UserAccount where UserID=?", id);
   if (!user.has_rows()) return answer::status(kStatusDeviceError);
-  const char* name = user.text(0, UserAccountColumn::kUserId);
+  const char* name = user.text(0, user_account_column::kUserId);
   text_buffer doc;
   doc.append("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n");
   doc.append("<User version=\"1.0\" xmlns=\"urn:psialliance-org\">");
@@ -104,7 +102,8 @@ answer post_user(request& req, const route_args&) {
   // A body without a complete name and password gets no answer at all, as
   // the camera's clients have always seen it.
   if (!added) return answer::nothing();
-  return answer::status(announce_accounts_changed(req));
+  announce_accounts_changed(req);
+  return answer::status(kStatusOk);
 }
 
 answer put_user(request& req, const route_args& route) {
@@ -117,7 +116,8 @@ answer put_user(request& req, const route_args& route) {
   // Anonymous has no password to set: the request ends without an answer.
   if (is_built_in(c.user, false)) return answer::nothing();
   if (!set_password(req, c.user, c.password)) return answer::status(kStatusDeviceError);
-  return answer::status(announce_accounts_changed(req));
+  announce_accounts_changed(req);
+  return answer::status(kStatusOk);
 }
 
 answer put_users(request& req, const route_args&) {
@@ -140,7 +140,10 @@ answer put_users(request& req, const route_args&) {
       changed = true;
     }
   }
-  if (changed) answered.push_back(announce_accounts_changed(req));
+  if (changed) {
+    announce_accounts_changed(req);
+    answered.push_back(kStatusOk);
+  }
   // Nothing updated and nothing failed: no answer at all.
   return answer::statuses(std::move(answered));
 }
@@ -152,13 +155,15 @@ answer delete_user(request& req, const route_args& route) {
   if (is_built_in(user, true)) return answer::nothing();
   if (!req.db().exec("delete from UserAccount where UserID=?", route.rest))
     return answer::status(kStatusDeviceError);
-  return answer::status(announce_accounts_changed(req));
+  announce_accounts_changed(req);
+  return answer::status(kStatusOk);
 }
 
 answer delete_users(request& req, const route_args&) {
   if (!req.db().exec("delete from UserAccount where UserID!='admin' and UserID!='anonymous'"))
     return answer::status(kStatusDeviceError);
-  return answer::status(announce_accounts_changed(req));
+  announce_accounts_changed(req);
+  return answer::status(kStatusOk);
 }
 
 }  // namespace psia
