@@ -191,40 +191,26 @@ TEST(Answers, StatusCodesOutsideTheTableAndAFileShorterThanAnnounced) {
 }
 
 TEST(Settings, EveryNumberReadsWholeOrTheResponderDoesNotStart) {
-  // A variable and its value: the value read, or the start-up error (the accepted values are the same for every
-  // bad value of one setting).
-  const std::string attempts =
-      "\" is not a setting: it takes a whole number (digits only) from 0 to 1000, failed "
-      "logins before a lock-out; 0 turns the login guard off";
-  const std::string lockout =
-      "\" is not a setting: it takes a whole number (digits only) from 0 to 900, seconds of "
-      "the first lock-out; 0 turns the login guard off";
-  const std::string key =
-      "\" is not a setting: it takes a whole number (digits only) from 1 to 2147483647, the "
-      "control daemon's request queue key";
-  const std::string workers =
-      "\" is not a setting: it takes a whole number (digits only) from 1 to 16, responder "
-      "processes serving the socket together; 1: one process";
+  // A variable and its value: the value read, or the range and meaning the start-up error names (the value shown as
+  // `shown` when it is not shown as given).
+  const char* attempts = "0 to 1000, failed logins before a lock-out; 0 turns the login guard off";
+  const char* lockout = "0 to 900, seconds of the first lock-out; 0 turns the login guard off";
+  const char* budget = "0 to 100000, failed logins a minute from all addresses; 0: no shared budget";
+  const char* workers = "1 to 16, responder processes serving the socket together; 1: one process";
+  const char* key = "1 to 2147483647, the control daemon's request queue key";
+  const std::string long_key(40, '9'), long_key_shown = std::string(32, '9') + "...";
   // clang-format off
-  const struct { const char *name, *value; int read; std::string error; } cases[] = {
+  const struct { const char *name, *value; int read; const char* refused = nullptr; const char* shown = nullptr; } cases[] = {
       {"PSIA_LOGIN_ATTEMPTS", "7", 7}, {"PSIA_LOGIN_ATTEMPTS", "0", 0}, {"PSIA_LOGIN_ATTEMPTS", "", 10} /* default */,
       {"PSIA_LOGIN_ATTEMPTS", "007", 7}, {"PSIA_LOGIN_ATTEMPTS", "1000", 1000},
-      {"PSIA_LOGIN_ATTEMPTS", "ten", 0, "PSIA: PSIA_LOGIN_ATTEMPTS=\"ten" + attempts},
-      {"PSIA_LOGIN_ATTEMPTS", "1001", 0, "PSIA: PSIA_LOGIN_ATTEMPTS=\"1001" + attempts},
-      {"PSIA_LOGIN_ATTEMPTS", " 10", 0, "PSIA: PSIA_LOGIN_ATTEMPTS=\" 10" + attempts},
-      {"PSIA_LOGIN_LOCKOUT", "-1", 0, "PSIA: PSIA_LOGIN_LOCKOUT=\"-1" + lockout},
-      {"PSIA_LOGIN_LOCKOUT", "1m", 0, "PSIA: PSIA_LOGIN_LOCKOUT=\"1m" + lockout},
-      {"PSIA_LOGIN_LOCKOUT", "99999999999999999999", 0, "PSIA: PSIA_LOGIN_LOCKOUT=\"99999999999999999999" + lockout},
-      {"PSIA_LOGIN_LOCKOUT", "6\n0", 0, "PSIA: PSIA_LOGIN_LOCKOUT=\"6?0" + lockout},
-      {"PSIA_LOGIN_BUDGET", "100000", 100000}, {"PSIA_LOGIN_BUDGET", "0", 0},
-      {"PSIA_LOGIN_BUDGET", "1e3", 0, "PSIA: PSIA_LOGIN_BUDGET=\"1e3\" is not a setting: it takes a whole number (digits "
-                                     "only) from 0 to 100000, failed logins a minute from all addresses; 0: no shared budget"},
+      {"PSIA_LOGIN_ATTEMPTS", "ten", 0, attempts}, {"PSIA_LOGIN_ATTEMPTS", "1001", 0, attempts}, {"PSIA_LOGIN_ATTEMPTS", " 10", 0, attempts},
+      {"PSIA_LOGIN_LOCKOUT", "-1", 0, lockout}, {"PSIA_LOGIN_LOCKOUT", "1m", 0, lockout},
+      {"PSIA_LOGIN_LOCKOUT", "99999999999999999999", 0, lockout}, {"PSIA_LOGIN_LOCKOUT", "6\n0", 0, lockout, "6?0"},
+      {"PSIA_LOGIN_BUDGET", "100000", 100000}, {"PSIA_LOGIN_BUDGET", "0", 0}, {"PSIA_LOGIN_BUDGET", "1e3", 0, budget},
       {"PSIA_WORKERS", "", 2}, {"PSIA_WORKERS", "1", 1}, {"PSIA_WORKERS", "16", 16},
-      {"PSIA_WORKERS", "0", 0, "PSIA: PSIA_WORKERS=\"0" + workers}, {"PSIA_WORKERS", "17", 0, "PSIA: PSIA_WORKERS=\"17" + workers},
-      {"PSIA_REQUEST_QUEUE_KEY", "0", 0, "PSIA: PSIA_REQUEST_QUEUE_KEY=\"0" + key} /* IPC_PRIVATE */,
-      {"PSIA_REQUEST_QUEUE_KEY", "0x457", 0, "PSIA: PSIA_REQUEST_QUEUE_KEY=\"0x457" + key},
-      {"PSIA_REQUEST_QUEUE_KEY", "2147483647", 2147483647},
-      {"PSIA_REQUEST_QUEUE_KEY", "9999999999999999999999999999999999999999", 0, "PSIA: PSIA_REQUEST_QUEUE_KEY=\"" + std::string(32, '9') + "..." + key},
+      {"PSIA_WORKERS", "0", 0, workers}, {"PSIA_WORKERS", "17", 0, workers},
+      {"PSIA_REQUEST_QUEUE_KEY", "0", 0, key} /* IPC_PRIVATE */, {"PSIA_REQUEST_QUEUE_KEY", "0x457", 0, key},
+      {"PSIA_REQUEST_QUEUE_KEY", "2147483647", 2147483647}, {"PSIA_REQUEST_QUEUE_KEY", long_key.c_str(), 0, key, long_key_shown.c_str()},
   };
   // clang-format on
   for (const auto& c : cases) {
@@ -232,9 +218,14 @@ TEST(Settings, EveryNumberReadsWholeOrTheResponderDoesNotStart) {
     std::vector<std::string> problems;
     bool usable = read_settings([&](const char* name) { return std::string(name) == c.name ? c.value : nullptr; },
                                 &settings, &problems);
-    EXPECT_EQ(usable, c.error.empty()) << c.name << "=" << c.value;
-    EXPECT_EQ(problems, c.error.empty() ? std::vector<std::string>{} : std::vector<std::string>{c.error});
-    if (!usable) continue;
+    EXPECT_EQ(usable, c.refused == nullptr) << c.name << "=" << c.value;
+    if (!usable) {
+      EXPECT_EQ(problems, std::vector<std::string>{
+                              "PSIA: " + std::string(c.name) + "=\"" + (c.shown ? c.shown : c.value) +
+                              "\" is not a setting: it takes a whole number (digits only) from " + c.refused});
+      continue;
+    }
+    EXPECT_EQ(problems, std::vector<std::string>{});
     const std::map<std::string, int> read = {{"PSIA_LOGIN_ATTEMPTS", settings.login_attempts},
                                              {"PSIA_LOGIN_LOCKOUT", settings.login_lockout},
                                              {"PSIA_LOGIN_BUDGET", settings.login_budget},
