@@ -186,7 +186,6 @@ TEST(Event, Schedule) {
   };
   // clang-format off
   run_cases({
-      // The schedule, by the camera's rules.
       get(sched).after("update Event set Week=65, StartTime=900, EndTime=1830").answers(schedule(time_block(7, "09:00:00", "18:30:00") + time_block(6, "09:00:00", "18:30:00"))),
       get(sched).after("delete from Event").answers(schedule("")),
       arm(time_block(3, "08:00:00", "17:45:00"), "8|800|4500"),  // the end is read from the minutes

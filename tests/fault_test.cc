@@ -89,7 +89,6 @@ std::function<void(test_camera&)> refused_until(void (*repair)(const std::string
   };
 }
 
-// Serves each fault's request under it, then the next ordinary request.
 void expect_each_costs_one_answer(const std::vector<environment_fault>& faults) {
   for (const environment_fault& f : faults) {
     SCOPED_TRACE(f.what);
@@ -114,7 +113,6 @@ void expect_each_costs_one_answer(const std::vector<environment_fault>& faults) 
 const std::string kDeviceBody = "<DeviceInfo><deviceName>hall</deviceName></DeviceInfo>";
 const std::string kUpload(5000, 'f');
 
-// The database locked by another process.
 TEST(Fault, DatabaseLocksCostOneAnswerWithinTheirBound) {
   // clang-format off
   expect_each_costs_one_answer({
@@ -139,7 +137,6 @@ TEST(Fault, DatabaseLocksCostOneAnswerWithinTheirBound) {
   // clang-format on
 }
 
-// A slow, silent, hung or restarted control daemon, or none.
 TEST(Fault, DaemonFaultsCostOneAnswerWithinTheirBound) {
   // clang-format off
   expect_each_costs_one_answer({
@@ -175,7 +172,6 @@ TEST(Fault, DaemonFaultsCostOneAnswerWithinTheirBound) {
   // clang-format on
 }
 
-// Files planted where the responder reads or writes, and a full disk.
 TEST(Fault, PlantedFilesAndAFullDiskCostOneAnswer) {
   // clang-format off
   expect_each_costs_one_answer({
@@ -220,7 +216,6 @@ TEST(Fault, PlantedFilesAndAFullDiskCostOneAnswer) {
   // clang-format on
 }
 
-// The database replaced under the running responder.
 TEST(Fault, AReplacedDatabaseIsReadOrRefusedUntilRepaired) {
   // clang-format off
   expect_each_costs_one_answer({

@@ -79,7 +79,6 @@ const char kNoRows[] = "delete from VideoStream; delete from VideoChannel";
 TEST(Media, StreamingChannelDocuments) {
   // clang-format off
   run_cases({
-      // The streaming channel documents follow the stored values.
       get(kChannels).answers(document_answer(golden("streaming_channels.xml"))),
       get(kMaster).answers(document_answer(golden("streaming_channel_1.xml"))),
       // The capabilities show the master stream's values under the id asked for.
@@ -132,7 +131,6 @@ std::string stream_clients(const std::string& address) {
 TEST(Media, StreamingStatus) {
   // clang-format off
   run_cases({
-      // The clients of the camera and of each stream.
       get("/PSIA/Streaming/status").answers(document_answer(golden("streaming_status.xml"))),
       get("/PSIA/Streaming/status").after("delete from ClientList").answers(xml_answer(psia_element("StreamingStatus",
           "    <totalStreamingSessions>0</totalStreamingSessions>    <StreamingSessionStatusList version=\"1.0\">    </StreamingSessionStatusList>"))),

@@ -178,7 +178,6 @@ TEST(Answers, StatusCodesOutsideTheTableAndAFileShorterThanAnnounced) {
   string_output nothing;
   write_answer(nothing, answer::statuses({}), "/x");
   EXPECT_EQ(nothing.text, "");
-  // A file shorter than announced ends the copy.
   char name[] = "/tmp/psia-short-XXXXXX";
   unique_fd fd(mkstemp(name));
   unlink(name);
