@@ -145,15 +145,12 @@ TEST(TimeZones, ChecksTheGrammarTheZoneFilesLastLineAndTheTable) {
 }
 
 TEST(Ptz, SpeedsAndTheQueryScan) {
-  // The position frames are checked as sent, with the absolute moves: here the speeds at each step's edges.
-  const int move[][2] = {{1, 1}, {10, 12}, {50, 63}, {99, 125}, {100, 127}, {0, 0}};
-  for (const auto& m : move) EXPECT_EQ(ptz_move_speed(m[0]), m[1]) << m[0];
+  // The pan and tilt speeds are checked as sent, with the continuous moves: here the zoom speeds at each step's edges.
   const int zoom[][2] = {{1, 0}, {33, 0}, {34, 1}, {66, 1}, {67, 2}, {99, 2}, {100, 3}};
   for (const auto& z : zoom) EXPECT_EQ(ptz_zoom_speed(z[0]), z[1]) << z[0];
-  // The query scan keeps the camera's form.
+  // The query scan keeps the camera's form (a last pair without '&' is never handed on: the continuous moves show it).
   const char* const keys[] = {"PAN", "TILT"};
   const std::pair<std::string, std::map<int, std::string>> queries[] = {
-      {"PAN=50&TILT=20", {{0, "=50"}}},  // the last pair is never handed on
       {"pan=5&", {{0, "=5"}}},
       {"TILT=1&PAN=2&x", {{1, "=1"}}},  // later keys begin with '&'
       {"PAN", {}},
