@@ -34,7 +34,6 @@ TEST(Media, VideoInputs) {
       get("/PSIA/System/Video/inputs").answers(document_answer(golden("video_inputs.xml"))),
       get("/PSIA/System/Video/inputs/channels").answers(xml_answer(psia_element("VideoInputChannelList", "    <VideoInputChannel version=\"1.0\">" + video(8, "50hz", 50, 50, 50) + "    </VideoInputChannel>"))),
       get(kVideoChannel).after("update VideoChannel set VideoStandard=2, Brightness=60, Contrast=40, Hue=30").answers(video_channel("60hz", 60, 40, 30)),
-      get(kVideoChannel).after("update VideoChannel set VideoStandard=0").answers(video_channel("60hz", 50, 50, 50)),
       get(kVideoChannel).after("delete from VideoChannel").answers(video_channel("50hz", 50, 50, 50)),
       // The body's id is the row key; a missing level is written as 0.
       put(kVideoChannel, "<videoinputchannel><id>0</id><powerLineFrequencyMode>60hz</powerLineFrequencyMode><brightnessLevel>70</brightnessLevel><hueLevel>20</hueLevel></videoinputchannel>").daemon(2, 3).answers(3).sends({"2 channel=0"}).leaves(kLevels, "70|0|20|1"),
