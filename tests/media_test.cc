@@ -34,7 +34,6 @@ TEST(Media, VideoInputs) {
       get("/PSIA/System/Video/inputs").answers(document_answer(golden("video_inputs.xml"))),
       get("/PSIA/System/Video/inputs/channels").answers(xml_answer(psia_element("VideoInputChannelList", "    <VideoInputChannel version=\"1.0\">" + video(8, "50hz", 50, 50, 50) + "    </VideoInputChannel>"))),
       get(kVideoChannel).after("update VideoChannel set VideoStandard=2, Brightness=60, Contrast=40, Hue=30").answers(video_channel("60hz", 60, 40, 30)),
-      get(kVideoChannel).after("update VideoChannel set VideoStandard=0").answers(video_channel("60hz", 50, 50, 50)),
       get(kVideoChannel).after("delete from VideoChannel").answers(video_channel("50hz", 50, 50, 50)),
       // The body's id is the row key; a missing level is written as 0.
       put(kVideoChannel, "<videoinputchannel><id>0</id><powerLineFrequencyMode>60hz</powerLineFrequencyMode><brightnessLevel>70</brightnessLevel><hueLevel>20</hueLevel></videoinputchannel>").daemon(2, 3).answers(3).sends({"2 channel=0"}).leaves(kLevels, "70|0|20|1"),
@@ -66,7 +65,6 @@ TEST(Media, AudioChannels) {
       put(kAudioChannel, "<AudioChannel><enabled>yes</enabled></AudioChannel>").after(kAudioOn).answers(1).sends({"3 value=0"}).leaves(kAudioEnabled, "0"),
       put(kAudioChannel, "<AudioChannel/>").after(kAudioOn).answers(1).sends({"3 value=0"}).leaves(kAudioEnabled, "0"),
       put(kAudioChannel, "<Audio><enabled>true</enabled></Audio>").after(kAudioOn).answers(3).leaves(kAudioEnabled, "1"),
-      put(kAudioChannel, "<AudioChannel>").after(kAudioOn).answers(3).leaves(kAudioEnabled, "1"),
   });
   // clang-format on
 }
@@ -80,7 +78,6 @@ const char kNoRows[] = "delete from VideoStream; delete from VideoChannel";
 TEST(Media, StreamingChannelDocuments) {
   // clang-format off
   run_cases({
-      // The streaming channel documents follow the stored values.
       get(kChannels).answers(document_answer(golden("streaming_channels.xml"))),
       get(kMaster).answers(document_answer(golden("streaming_channel_1.xml"))),
       // The capabilities show the master stream's values under the id asked for.
@@ -133,7 +130,6 @@ std::string stream_clients(const std::string& address) {
 TEST(Media, StreamingStatus) {
   // clang-format off
   run_cases({
-      // The clients of the camera and of each stream.
       get("/PSIA/Streaming/status").answers(document_answer(golden("streaming_status.xml"))),
       get("/PSIA/Streaming/status").after("delete from ClientList").answers(xml_answer(psia_element("StreamingStatus",
           "    <totalStreamingSessions>0</totalStreamingSessions>    <StreamingSessionStatusList version=\"1.0\">    </StreamingSessionStatusList>"))),
@@ -186,7 +182,6 @@ TEST(Media, StreamingChannelUpdates) {
       put(kMaster, "<StreamingChannel><id>slave-0x</id><enabled>TRUE</enabled></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15"),
       audio_update("<enabled>true</enabled><audioCompressionType>G.711alaw</audioCompressionType>", "0|1"),
       audio_update("<enabled>1</enabled><audioCompressionType>G.726</audioCompressionType><audioBitRate>32</audioBitRate>", "1|3"),
-      audio_update("<audioCompressionType>G.726</audioCompressionType><audioBitRate>31</audioBitRate>", "0|2"),
       audio_update("<audioCompressionType>G.726</audioCompressionType><audioBitRate>33</audioBitRate>", "0|2"),
       audio_update("<audioBitRate>32</audioBitRate><audioCompressionType>G.726</audioCompressionType>", "0|2"),
       audio_update("<audioCompressionType>AAC</audioCompressionType>", "0|0"),
