@@ -63,7 +63,7 @@ FILES
   check "stages exactly the expected files" diff "$tmp/expected" "$tmp/files"
   check "installed files name the run-time paths" paths_match "$tmp/stage" "$tmp/stage"
   check "the snippet starts /usr/bin/psia-responder" \
-    grep -q '"bin-path" => "/usr/bin/psia-responder"' "$tmp/stage/etc/lighttpd/conf-available/90-psia-responder.conf"
+    grep -q '"bin-path" => "/usr/bin/psia-responder --start-workers"' "$tmp/stage/etc/lighttpd/conf-available/90-psia-responder.conf"
   exit $((failures > 0))
 fi
 
