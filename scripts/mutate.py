@@ -466,7 +466,10 @@ class Scratch:
         open(self.log, 'w').close()
         if self.run(['cmake', '--build', self.build, '-j2'], 3600) != 0:
             return 'compile'
-        rc = self.run(['ctest', '-j2', '-E', '^EndToEnd'], self.timeout, cwd=self.build)
+        # The first failing test decides: a caught fault costs its build and
+        # one failure, not the whole suite.
+        rc = self.run(['ctest', '-j2', '--stop-on-failure', '-E', '^EndToEnd'], self.timeout,
+                      cwd=self.build)
         if rc is None:
             return 'fail'
         m = re.search(r'tests failed out of (\d+)', open(self.log).read())
