@@ -437,7 +437,9 @@ class Scratch:
         launcher = ['-DCMAKE_CXX_COMPILER_LAUNCHER=ccache', '-DCMAKE_C_COMPILER_LAUNCHER=ccache']
         # Tests are listed when ctest runs, so a fault that crashes the test
         # binary on start-up fails the tests rather than the build.
-        self.run(['cmake', '-S', self.tree, '-B', self.build, '-DCMAKE_BUILD_TYPE=Debug',
+        # --fresh: a cached default of an older tree (a path, a switch) must
+        # not outlive the tree that changed it.
+        self.run(['cmake', '--fresh', '-S', self.tree, '-B', self.build, '-DCMAKE_BUILD_TYPE=Debug',
                   '-DPSIA_SANITIZE=ON', '-DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST'] +
                  (launcher if subprocess.run(['which', 'ccache'], capture_output=True).returncode
                   == 0 else []), None, check=True)
