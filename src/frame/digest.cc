@@ -170,7 +170,7 @@ struct param_value {
   const char* at = nullptr;
   size_t length = 0;
   bool present = false;
-  bool escaped = false;  // a backslash in it
+  bool escaped = false;  // a backslash in it: it escapes the next character
 };
 
 struct digest_params {
@@ -238,6 +238,7 @@ bool parse_params(const char* p, digest_params* out) {
       v.at = p;
       while (*p != '\0' && *p != ',' && !blank(*p)) ++p;
       v.length = static_cast<size_t>(p - v.at);
+      v.escaped = std::memchr(v.at, '\\', v.length) != nullptr;  // taken as in quotes
     }
     param_value* slot = slot_of(*out, name, name_length);
     if (slot != nullptr) {
