@@ -224,6 +224,42 @@ TEST(Digest, LoginsStaleNoncesReplaysAndWhatTheGuardCounts) {
     const std::string fresh = nonce_of(camera.request(get_as("/PSIA/index", "")));
     EXPECT_EQ(camera.request(get_as("/PSIA/index", digest_authorization({}, fresh))) == kIndex, !c.counted);
   }
+  {
+    // Accounts taking turns, in both hashes, each admitted with its own password only (two with the same one too);
+    // after a password changes in the database, only the new one is.
+    test_camera camera;
+    camera.ctx().settings.schemes = auth_schemes::digest;
+    camera.ctx().settings.levels = access_levels::enforce;
+    std::string problem;
+    ASSERT_TRUE(psia::load_nonce_key(psia::nonce_key_path(camera.ctx().settings),
+                                     &psia::camera_lock(camera.ctx().camera).shared().digest, &problem));
+    struct turn {
+      std::string user, password, algorithm, uri;
+      bool admitted;
+      std::string sql = "";  // run first
+    };
+    const std::string kDevice = "/PSIA/System/deviceInfo";
+    const turn turns[] = {
+        {"admin", "admin", "SHA-256", "/PSIA/index", true},
+        {"operator", "operator", "SHA-256", kDevice, true},
+        {"admin", "admin", "MD5", "/PSIA/index", true},
+        {"admin", "admin", "SHA-256", "/PSIA/index", true},
+        {"operator", "admin", "SHA-256", "/PSIA/index", false},
+        {"operator", "admin", "SHA-256", "/PSIA/index", true,
+         "update UserAccount set Password='admin' where UserID='operator'"},
+        {"admin", "admin", "SHA-256", kDevice, false, "update UserAccount set Password='changed' where UserID='admin'"},
+        {"admin", "changed", "SHA-256", kDevice, true},
+    };
+    for (const turn& t : turns) {
+      SCOPED_TRACE(t.user + ":" + t.password + " " + t.algorithm + " " + t.uri);
+      if (!t.sql.empty()) camera.exec(t.sql);
+      digest_fields f;
+      f.user = t.user, f.password = t.password, f.algorithm = t.algorithm, f.uri = t.uri;
+      const std::string nonce = nonce_of(camera.request(get_as(t.uri, "")));
+      const std::string out = camera.request(get_as(t.uri, digest_authorization(f, nonce)));
+      EXPECT_EQ(out.rfind("Status: 401", 0) != 0, t.admitted) << out;
+    }
+  }
   // The 401 of each mode: Basic's as it was, the Digest challenges strongest first (one nonce for both).
   test_camera camera;
   camera.ctx().settings.schemes = auth_schemes::digest_and_basic;

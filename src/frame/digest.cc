@@ -11,6 +11,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 
@@ -81,19 +82,24 @@ void to_hex(const uint8_t* bytes, size_t count, char* out) {
   out[2 * count] = '\0';
 }
 
-int hex_value(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
+// Each character's value as a hex digit, either case; -1 for the others.
+constexpr std::array<int8_t, 256> kHexValues = [] {
+  std::array<int8_t, 256> values = {};
+  for (int c = 0; c < 256; ++c)
+    values[c] = static_cast<int8_t>(c >= '0' && c <= '9'   ? c - '0'
+                                    : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                                    : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                                           : -1);
+  return values;
+}();
 
 // Exactly 2 * count hex digits.
 bool from_hex(const char* text, uint8_t* out, size_t count) {
   if (std::strlen(text) != 2 * count) return false;
   for (size_t i = 0; i < count; ++i) {
-    int high = hex_value(text[2 * i]), low = hex_value(text[2 * i + 1]);
-    if (high < 0 || low < 0) return false;
+    int high = kHexValues[static_cast<unsigned char>(text[2 * i])];
+    int low = kHexValues[static_cast<unsigned char>(text[2 * i + 1])];
+    if ((high | low) < 0) return false;
     out[i] = static_cast<uint8_t>(high << 4 | low);
   }
   return true;
@@ -101,8 +107,19 @@ bool from_hex(const char* text, uint8_t* out, size_t count) {
 
 void nonce_mac(const digest_nonces& nonces, const uint8_t* fields, uint8_t* mac) {
   const nettle_functions& n = *nettle();
-  hmac_sha256_ctx ctx;
-  n.mac_key(&ctx, sizeof nonces.key, nonces.key);
+  // The key's padded blocks are hashed once per key (a process has one from
+  // start-up on), not once per MAC.
+  static struct {
+    bool ready;
+    unsigned char key[digest_nonces::kKeySize];
+    hmac_sha256_ctx ctx;
+  } keyed;
+  if (!keyed.ready || !n.equal(keyed.key, nonces.key, sizeof keyed.key)) {
+    n.mac_key(&keyed.ctx, sizeof nonces.key, nonces.key);
+    std::memcpy(keyed.key, nonces.key, sizeof keyed.key);
+    keyed.ready = true;
+  }
+  hmac_sha256_ctx ctx = keyed.ctx;
   n.mac_add(&ctx, kNonceFields, fields);
   n.mac_end(&ctx, kNonceMac, mac);
 }
@@ -153,6 +170,7 @@ struct param_value {
   const char* at = nullptr;
   size_t length = 0;
   bool present = false;
+  bool escaped = false;  // a backslash in it: it escapes the next character
 };
 
 struct digest_params {
@@ -161,24 +179,30 @@ struct digest_params {
 
 param_value* slot_of(digest_params& p, const char* name, size_t length) {
   struct named {
-    const char* name;
+    const char* name;  // lower-case letters
+    size_t length;
     param_value digest_params::*field;
   };
   static const named kNames[] = {
-      {"username", &digest_params::username},
-      {"realm", &digest_params::realm},
-      {"nonce", &digest_params::nonce},
-      {"uri", &digest_params::uri},
-      {"response", &digest_params::response},
-      {"algorithm", &digest_params::algorithm},
-      {"cnonce", &digest_params::cnonce},
-      {"qop", &digest_params::qop},
-      {"nc", &digest_params::nc},
-      {"userhash", &digest_params::userhash},
+      {"username", 8, &digest_params::username},
+      {"realm", 5, &digest_params::realm},
+      {"nonce", 5, &digest_params::nonce},
+      {"uri", 3, &digest_params::uri},
+      {"response", 8, &digest_params::response},
+      {"algorithm", 9, &digest_params::algorithm},
+      {"cnonce", 6, &digest_params::cnonce},
+      {"qop", 3, &digest_params::qop},
+      {"nc", 2, &digest_params::nc},
+      {"userhash", 8, &digest_params::userhash},
   };
-  for (const named& n : kNames)
-    if (std::strlen(n.name) == length && strncasecmp(n.name, name, length) == 0)
-      return &(p.*n.field);
+  for (const named& n : kNames) {
+    if (n.length != length) continue;
+    // Setting bit 5 folds an upper-case letter onto its lower case and
+    // makes no other character a lower-case letter.
+    size_t i = 0;
+    while (i < length && (name[i] | 0x20) == n.name[i]) ++i;
+    if (i == length) return &(p.*n.field);
+  }
   return nullptr;  // opaque and the rest: not used
 }
 
@@ -191,7 +215,7 @@ bool parse_params(const char* p, digest_params* out) {
     while (blank(*p) || *p == ',') ++p;
     if (*p == '\0') return true;
     const char* name = p;
-    while (*p != '\0' && *p != '=' && !blank(*p) && *p != ',') ++p;
+    p += std::strcspn(p, "= \t,");
     auto name_length = static_cast<size_t>(p - name);
     while (blank(*p)) ++p;
     if (*p != '=' || name_length == 0) return false;
@@ -201,16 +225,20 @@ bool parse_params(const char* p, digest_params* out) {
     v.present = true;
     if (*p == '"') {
       v.at = ++p;
-      while (*p != '"') {
-        if (*p == '\0' || (*p == '\\' && p[1] == '\0')) return false;
-        p += *p == '\\' ? 2 : 1;
+      // Up to the closing quote; a backslash takes the next character as it is.
+      while (*(p += std::strcspn(p, "\"\\")) == '\\') {
+        if (p[1] == '\0') return false;
+        v.escaped = true;
+        p += 2;
       }
+      if (*p == '\0') return false;
       v.length = static_cast<size_t>(p - v.at);
       ++p;
     } else {
       v.at = p;
       while (*p != '\0' && *p != ',' && !blank(*p)) ++p;
       v.length = static_cast<size_t>(p - v.at);
+      v.escaped = std::memchr(v.at, '\\', v.length) != nullptr;  // taken as in quotes
     }
     param_value* slot = slot_of(*out, name, name_length);
     if (slot != nullptr) {
@@ -223,6 +251,12 @@ bool parse_params(const char* p, digest_params* out) {
 // The value without its escapes into `out` (`size` bytes); false when it
 // does not fit whole.
 bool copy_value(const param_value& v, char* out, size_t size) {
+  if (!v.escaped) {
+    if (v.length >= size) return false;
+    std::memcpy(out, v.at, v.length);
+    out[v.length] = '\0';
+    return true;
+  }
   size_t n = 0;
   for (size_t i = 0; i < v.length; ++i) {
     if (v.at[i] == '\\') ++i;
@@ -235,6 +269,7 @@ bool copy_value(const param_value& v, char* out, size_t size) {
 
 // The value, without its escapes, is `text`.
 bool value_is(const param_value& v, const char* text) {
+  if (!v.escaped) return std::strncmp(v.at, text, v.length) == 0 && text[v.length] == '\0';
   size_t n = 0;
   for (size_t i = 0; i < v.length; ++i) {
     if (v.at[i] == '\\') ++i;
@@ -248,43 +283,115 @@ bool value_is_word(const param_value& v, const char* word) {
   return std::strlen(word) == v.length && strncasecmp(v.at, word, v.length) == 0;
 }
 
-// One hash, MD5 or SHA-256, fed piece by piece.
+// One hash, MD5 or SHA-256, fed piece by piece. A plain value: a state
+// part-way through can be kept and copied.
 class digest_hash {
  public:
-  explicit digest_hash(digest_algorithm algorithm) : algorithm_(algorithm), n_(*nettle()) {
+  digest_hash() = default;
+  explicit digest_hash(digest_algorithm algorithm) : algorithm_(algorithm), n_(nettle()) {
     if (algorithm_ == digest_algorithm::md5)
-      n_.md5_start(&md5_);
+      n_->md5_start(&md5_);
     else
-      n_.sha256_start(&sha256_);
+      n_->sha256_start(&sha256_);
   }
-  digest_hash& add(const char* text) {
-    size_t n = std::strlen(text);
+  digest_hash& add(const char* text, size_t n) {
     auto* bytes = reinterpret_cast<const uint8_t*>(text);
     if (algorithm_ == digest_algorithm::md5)
-      n_.md5_add(&md5_, n, bytes);
+      n_->md5_add(&md5_, n, bytes);
     else
-      n_.sha256_add(&sha256_, n, bytes);
+      n_->sha256_add(&sha256_, n, bytes);
     return *this;
   }
-  digest_hash& add_field(const char* text) { return add(":").add(text); }
+  digest_hash& add(const char* text) { return add(text, std::strlen(text)); }
+  digest_hash& add_field(const char* text) { return add(":", 1).add(text); }
+  size_t size() const {
+    return algorithm_ == digest_algorithm::md5 ? MD5_DIGEST_SIZE : SHA256_DIGEST_SIZE;
+  }
+  // The digest into `out` (size() bytes).
+  void end(uint8_t* out) {
+    if (algorithm_ == digest_algorithm::md5)
+      n_->md5_end(&md5_, MD5_DIGEST_SIZE, out);
+    else
+      n_->sha256_end(&sha256_, SHA256_DIGEST_SIZE, out);
+  }
   // The hex digest into `out` (65 bytes).
   void hex(char* out) {
     uint8_t bytes[SHA256_DIGEST_SIZE];
-    if (algorithm_ == digest_algorithm::md5) {
-      n_.md5_end(&md5_, MD5_DIGEST_SIZE, bytes);
-      to_hex(bytes, MD5_DIGEST_SIZE, out);
-    } else {
-      n_.sha256_end(&sha256_, SHA256_DIGEST_SIZE, bytes);
-      to_hex(bytes, SHA256_DIGEST_SIZE, out);
-    }
+    end(bytes);
+    to_hex(bytes, size(), out);
   }
 
  private:
-  digest_algorithm algorithm_;
-  const nettle_functions& n_;
-  md5_ctx md5_;
-  sha256_ctx sha256_;
+  digest_algorithm algorithm_ = digest_algorithm::md5;
+  const nettle_functions* n_ = nullptr;
+  md5_ctx md5_ = {};
+  sha256_ctx sha256_ = {};
 };
+
+// Every response hash of an account starts with its HA1 and ':', the same
+// for each of its requests: the state after them is kept for the last few
+// accounts. The password is kept with it and compared, so that a password
+// changed in the database is never answered from here; one too long for
+// the entry is hashed every time.
+struct account_hash {
+  bool kept;
+  digest_algorithm algorithm;
+  char user[32];
+  char password[64];
+  digest_hash after_ha1;
+};
+constexpr int kAccountHashes = 8;
+account_hash account_hashes[kAccountHashes];
+int next_account_hash = 0;  // the oldest entry, replaced next
+
+digest_hash response_start(digest_algorithm algorithm, const char* user, const char* password) {
+  for (const account_hash& a : account_hashes)
+    if (a.kept && a.algorithm == algorithm && std::strcmp(a.user, user) == 0 &&
+        std::strcmp(a.password, password) == 0)
+      return a.after_ha1;
+  char ha1[65];
+  digest_hash(algorithm).add(user).add_field(kRealm).add_field(password).hex(ha1);
+  digest_hash started(algorithm);
+  started.add(ha1, 2 * started.size()).add(":", 1);
+  size_t user_length = std::strlen(user), password_length = std::strlen(password);
+  account_hash& a = account_hashes[next_account_hash];
+  if (user_length < sizeof a.user && password_length < sizeof a.password) {
+    a.kept = true;
+    a.algorithm = algorithm;
+    std::memcpy(a.user, user, user_length + 1);
+    std::memcpy(a.password, password, password_length + 1);
+    a.after_ha1 = started;
+    next_account_hash = (next_account_hash + 1) % kAccountHashes;
+  }
+  return started;
+}
+
+// HA2 hashes the method and the uri: the last one is kept, for a client
+// asking for the same resource again.
+struct request_hash {
+  bool kept;
+  digest_algorithm algorithm;
+  char method[16];
+  char uri[128];
+  char ha2[65];
+};
+request_hash last_request_hash;
+
+const char* request_ha2(digest_algorithm algorithm, const char* method, const char* uri) {
+  request_hash& r = last_request_hash;
+  if (r.kept && r.algorithm == algorithm && std::strcmp(r.method, method) == 0 &&
+      std::strcmp(r.uri, uri) == 0)
+    return r.ha2;
+  digest_hash(algorithm).add(method).add_field(uri).hex(r.ha2);
+  size_t method_length = std::strlen(method), uri_length = std::strlen(uri);
+  r.kept = method_length < sizeof r.method && uri_length < sizeof r.uri;
+  if (r.kept) {
+    r.algorithm = algorithm;
+    std::memcpy(r.method, method, method_length + 1);
+    std::memcpy(r.uri, uri, uri_length + 1);
+  }
+  return r.ha2;
+}
 
 }  // namespace
 
@@ -436,15 +543,13 @@ digest_login read_digest(request_context& ctx, const char* params, const char* r
 
 bool digest_matches(const digest_login& login, const char* password, const char* method,
                     const char* request_uri) {
-  char expected[65], sent[65];
-  digest_response(login.algorithm, login.user, password, kRealm, method, request_uri, login.nonce,
-                  login.nc, login.cnonce, expected);
-  size_t n = std::strlen(login.response);
-  for (size_t i = 0; i <= n; ++i)
-    sent[i] = login.response[i] >= 'A' && login.response[i] <= 'F'
-                  ? static_cast<char>(login.response[i] - 'A' + 'a')
-                  : login.response[i];
-  return std::strlen(expected) == n && nettle()->equal(expected, sent, n);
+  digest_hash h = response_start(login.algorithm, login.user, password);
+  h.add(login.nonce).add_field(login.nc).add_field(login.cnonce).add(":auth:", 6);
+  h.add(request_ha2(login.algorithm, method, request_uri), 2 * h.size());
+  // Compared as bytes: the response's hex digits in either case.
+  uint8_t expected[SHA256_DIGEST_SIZE], sent[SHA256_DIGEST_SIZE];
+  h.end(expected);
+  return from_hex(login.response, sent, h.size()) && nettle()->equal(expected, sent, h.size());
 }
 
 nonce_state use_nonce(request_context& ctx, const digest_login& login) {
