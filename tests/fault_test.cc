@@ -80,6 +80,18 @@ std::shared_ptr<void> empty_database(test_camera& camera) {
   return nullptr;
 }
 
+// A copy of the database, its device name changed, renamed over it.
+std::shared_ptr<void> renamed_database(test_camera& camera) {
+  std::string db = camera.path(kDatabase);
+  fs::copy_file(db, db + ".new");
+  sqlite3* copy = nullptr;
+  sqlite3_open((db + ".new").c_str(), &copy);
+  sqlite3_exec(copy, "update Network set DDNSHostname='replaced'", nullptr, nullptr, nullptr);
+  sqlite3_close(copy);
+  fs::rename(db + ".new", db);
+  return nullptr;
+}
+
 // The database refused stays refused (and is reported once) until `repair` puts a good one in its place.
 std::function<void(test_camera&)> refused_until(void (*repair)(const std::string& db)) {
   return [repair](test_camera& c) {
@@ -125,6 +137,12 @@ TEST(Fault, DatabaseLocksCostOneAnswerWithinTheirBound) {
        "PUT", kDeviceInfo, kDeviceBody, "1", 300000},  // 50 + 100 + 150 ms
       {"a write lock held past the back-off",
        [](test_camera& c) { return std::make_shared<database_lock>(c, "begin immediate; update Audio set Enable=Enable"); },
+       "PUT", kDeviceInfo, kDeviceBody, "3", 1050000},
+      {"a write lock on a database replaced since the last request: the new connection waits too",
+       [](test_camera& c) {
+         renamed_database(c);
+         return std::make_shared<database_lock>(c, "begin immediate; update Audio set Enable=Enable");
+       },
        "PUT", kDeviceInfo, kDeviceBody, "3", 1050000},
       {"a stop while a write lock is waited for",
        [](test_camera& c) {
@@ -219,18 +237,7 @@ TEST(Fault, PlantedFilesAndAFullDiskCostOneAnswer) {
 TEST(Fault, AReplacedDatabaseIsReadOrRefusedUntilRepaired) {
   // clang-format off
   expect_each_costs_one_answer({
-      {"the database replaced by a rename",
-       [](test_camera& c) {
-         std::string db = c.path(kDatabase);
-         fs::copy_file(db, db + ".new");
-         sqlite3* copy = nullptr;
-         sqlite3_open((db + ".new").c_str(), &copy);
-         sqlite3_exec(copy, "update Network set DDNSHostname='replaced'", nullptr, nullptr, nullptr);
-         sqlite3_close(copy);
-         fs::rename(db + ".new", db);
-         return nothing();
-       },
-       "GET", kDeviceInfo, "", "<deviceName>replaced</deviceName>", 0, nullptr,
+      {"the database replaced by a rename", renamed_database, "GET", kDeviceInfo, "", "<deviceName>replaced</deviceName>", 0, nullptr,
        {"PUT", kDeviceInfo, kDeviceBody}, "<statusCode>1<"},
       {"an empty file renamed over the database, then a good one", empty_database, "GET", kDeviceInfo, "", "Status: 401",
        0, refused_until([](const std::string& db) { fs::rename(db + ".good", db); })},

@@ -24,6 +24,7 @@
 #include "resources/ptz/ptz.h"
 #include "resources/system/system.h"
 #include "util/login_guard.h"
+#include "util/syslog.h"
 
 using namespace psia_test;
 
@@ -811,6 +812,18 @@ TEST(Audit, TheExecutableWritesToTheSystemLogger) {
     EXPECT_TRUE(utc) << line;
     got.push_back(line.substr(0, line.find('>') + 1) + line.substr(line.find("]: ", tag) + 3));
   }
+  // The head is made anew when the second or the priority changes, on the camera's clock.
+  psia::syslog_socket direct(camera.path("/dev/log"), "psia-responder", &camera.clock());
+  const std::string tag = " psia-responder[" + std::to_string(getpid()) + "]: ";
+  std::vector<std::string> heads;
+  for (int k = 0; k < 4; ++k) {
+    camera.clock().now_us = k < 2 ? 0 : 1000000;
+    direct.send(k < 3 ? 29 : 36, "x");
+    ssize_t n = recv(logger, datagram, sizeof datagram, MSG_DONTWAIT);
+    heads.push_back(std::string(datagram, n > 0 ? static_cast<size_t>(n) : 0));
+  }
+  EXPECT_EQ(heads, (std::vector<std::string>{"<29>May 12 10:20:30" + tag + "x", "<29>May 12 10:20:30" + tag + "x",
+                                             "<29>May 12 10:20:31" + tag + "x", "<36>May 12 10:20:31" + tag + "x"}));
   close(logger);
   EXPECT_EQ(got,
             (std::vector<std::string>{

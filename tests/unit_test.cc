@@ -126,11 +126,10 @@ TEST(TimeZones, ChecksTheGrammarTheZoneFilesLastLineAndTheTable) {
   const std::pair<std::string, std::string> files[] = {
       {std::string("TZif2\0\0binary\nEST5EDT,M3.2.0,M11.1.0\n", 37), "EST5EDT,M3.2.0,M11.1.0"},
       {"JST-9\n", "JST-9"}, {"data\n\n", ""}, {"x", ""}, {"", ""}};
-  // The table is searched from its first row: "EST-10" comes before "EST5"; the first row, the last.
+  // The table is searched from its first row, without regard to case (every row: System.TimeAndTimeZone).
   const std::pair<const char*, const char*> table[] = {
-      {"JST-9", "Japan"}, {"EST", "Australia/Brisbane"}, {"EST5", "EST"}, {"cst6", "Canada/Saskatchewan"},
-      {"Egypt", "Egypt"}, {"ACT5", "Brazil/Acre"}, {"YEKT-5YEKST,M3.5.0,M10.5.0/3", "Asia/Yekaterinburg"},
-      {"", nullptr}, {"XYZ7", nullptr}, {"ACT5 and more", nullptr}};
+      {"EST", "Australia/Brisbane"}, {"cst6", "Canada/Saskatchewan"}, {"", nullptr}, {"XYZ7", nullptr},
+      {"ACT5 and more", nullptr}};
   // clang-format on
   for (const auto& [valid, texts] : zones)
     for (const char* zone : texts) EXPECT_EQ(is_posix_time_zone(zone), valid) << zone;
