@@ -338,6 +338,14 @@ TEST(Frame, RulesAreTriedInOrderByPathMethodAndLevel) {
   }
 }
 
+// Every row of every table of the camera's database.
+std::string every_row(const test_camera& camera) {
+  std::string all, tables = camera.rows("select name from sqlite_master where type='table' order by name") + "\n";
+  for (size_t at = 0, end; (end = tables.find('\n', at)) != std::string::npos; at = end + 1)
+    all += camera.rows("select * from " + tables.substr(at, end - at)) + "\n";
+  return all;
+}
+
 // Every rule of the routing table, with every method, at every level, in the enforce mode: the most privileged-number
 // level (0 to 3) at which each method reaches a handler that changes the camera, '-' for none. A level above it must
 // leave every row and the control daemon alone (no fall-through to a shorter prefix that changes something); a level
@@ -384,19 +392,13 @@ TEST(Frame, InTheEnforceModeOnlyTheLevelsARuleAllowsChangeTheCamera) {
   for (const auto& [path, levels] : paths) {
     test_camera camera("update Spec2 set PTZSupport=2");
     camera.ctx().settings.levels = psia::access_levels::enforce;
-    auto everything = [&camera] {
-      std::string all, tables = camera.rows("select name from sqlite_master where type='table' order by name") + "\n";
-      for (size_t at = 0, end; (end = tables.find('\n', at)) != std::string::npos; at = end + 1)
-        all += camera.rows("select * from " + tables.substr(at, end - at)) + "\n";
-      return all;
-    };
     for (int m = 0; m < 5; ++m) {
       const int allowed = levels[m] == '-' ? -1 : levels[m] - '0';
       // The accounts as they were: an earlier method may have changed them.
       camera.exec(
           "delete from UserAccount; insert into UserAccount values ('admin', 'admin', 0), ('operator', "
           "'operator', 1), ('guest', 'guest', 2), ('watcher', 'w', 3), ('anonymous', '', 3)");
-      const std::string before = everything();
+      const std::string before = every_row(camera);
       const size_t commands = camera.commands().size();
       for (int level = 3; level >= 0; --level) {
         SCOPED_TRACE(std::string(methods[m]) + " " + path + " at level " + std::to_string(level));
@@ -411,7 +413,7 @@ TEST(Frame, InTheEnforceModeOnlyTheLevelsARuleAllowsChangeTheCamera) {
           EXPECT_NE(camera.syslog().back().find("(level " + std::to_string(level) + ", Basic)"), std::string::npos);
         }
         if (level > allowed && allowed >= 0) {
-          EXPECT_EQ(everything(), before);
+          EXPECT_EQ(every_row(camera), before);
           EXPECT_EQ(camera.commands().size(), commands);
         }
       }
@@ -453,6 +455,36 @@ TEST(Frame, CatalogueDocumentsAndUnreadableBodies) {
     EXPECT_EQ(schedule.request(r), status_answer(path, 3)) << (length ? length : body);
   }
   EXPECT_EQ(schedule.query("select Week from Event"), "127");  // nothing stored
+  // Every body a resource parses: one that is not XML answers 3, another root element the resource's own code; neither
+  // changes a row or reaches the daemon.
+  // clang-format off
+  const std::tuple<const char*, const char*, int> parsers[] = {
+      {"PUT", "/PSIA/PTZ/channels/0/continuous", 5}, {"PUT", "/PSIA/PTZ/channels/0/absolute", 5},
+      {"PUT", "/PSIA/PTZ/channels/0/presets/1", 5}, {"PUT", "/PSIA/PTZ/channels/0/presets", 5},
+      {"POST", "/PSIA/PTZ/channels/0/presets", 5}, {"PUT", "/PSIA/PTZ/channels/0", 5}, {"PUT", "/PSIA/PTZ/channels", 5},
+      {"PUT", "/PSIA/System/Network/interfaces/eth0/ipAddress", 5}, {"GET", "/PSIA/System/Network/interfaces/eth0", 5},
+      {"PUT", "/PSIA/Custom/Event/notification/mailing/x", 3}, {"PUT", "/PSIA/Custom/Event/notification/mailing", 3},
+      {"POST", "/PSIA/Custom/Event/notification/mailing", 3}, {"PUT", "/PSIA/Custom/Event/notification/ftp/x", 3},
+      {"PUT", "/PSIA/Custom/Event/notification/ftp", 3}, {"POST", "/PSIA/Custom/Event/notification/ftp", 3},
+      {"PUT", "/PSIA/Custom/Event/notification", 3}, {"PUT", "/PSIA/Custom/Event/schedule", 3}, {"PUT", "/PSIA/Custom/Event", 3},
+      {"PUT", "/PSIA/Custom/Event/triggers", 3}, {"PUT", "/PSIA/Custom/Event/triggers/Sensor-0", 3},
+      {"PUT", "/PSIA/Custom/Event/triggers/Sensor-0/notifications", 3}, {"POST", "/PSIA/Custom/Event/triggers/Sensor-0/notifications", 3},
+      {"PUT", "/PSIA/Custom/Event/triggers/Sensor-0/notifications/Relay-0", 3}, {"PUT", "/PSIA/System/Video/inputs/channels/1", 3},
+      {"PUT", "/PSIA/System/Audio/channels/1", 3}, {"PUT", "/PSIA/Streaming/channels/1", 3}, {"PUT", "/PSIA/Streaming/channels", 3},
+      {"POST", "/PSIA/Streaming/channels", 3}, {"PUT", "/PSIA/System/time/ntpServers/1", 3}, {"PUT", "/PSIA/System/time/ntpServers", 3},
+      {"POST", "/PSIA/System/time/ntpServers", 3}, {"PUT", "/PSIA/System/deviceInfo", 3}, {"PUT", "/PSIA/System/time", 3},
+      {"PUT", "/PSIA/Security/AAA/users/guest", 3}, {"PUT", "/PSIA/Security/AAA/users", 3}, {"POST", "/PSIA/Security/AAA/users", 3},
+  };
+  // clang-format on
+  test_camera parsed("update Spec2 set PTZSupport=2; update PTZControl set Enable=5");
+  const std::string before = every_row(parsed);
+  for (const auto& [method, uri, wrong_root] : parsers) {
+    EXPECT_EQ(parsed.send(method, uri, "not <xml"), status_answer(uri, 3)) << method << " " << uri;
+    EXPECT_EQ(parsed.send(method, uri, "<Wrong><id>1</id></Wrong>"), status_answer(uri, wrong_root))
+        << method << " " << uri;
+  }
+  EXPECT_EQ(parsed.commands(), std::vector<std::string>{});
+  EXPECT_EQ(every_row(parsed), before);
 }
 
 TEST(Startup, ADatabaseThatCannotBeOpenedOrStaysLockedStopsTheResponder) {
@@ -535,6 +567,43 @@ TEST(Executable, ServesOneRequestAsACgiProgram) {
   EXPECT_EQ(answer.exit_status, 255);
   EXPECT_EQ(answer.out, "");
   EXPECT_EQ(answer.err, "PSIA: DB Open Failed\n");
+
+  // Each setting read from the environment changes what the process does: the setting, the GETs run in turn (their
+  // path, account, address and other settings) and a part of the last answer that shows only with the setting.
+  auto run = [](std::string uri, std::string user, std::string password, std::string from, std::string more = "") {
+    return std::vector<std::string>{"REQUEST_METHOD=GET", "REQUEST_URI=" + uri, "REMOTE_ADDR=" + from, more,
+                                    "HTTP_AUTHORIZATION=" + (user.empty() ? "" : basic_authorization(user, password))};
+  };
+  const std::string kOnce = "PSIA_LOGIN_ATTEMPTS=1";
+  const struct {
+    const char* setting;
+    std::vector<std::vector<std::string>> runs;
+    const char* shows;
+  } settings[] = {
+      {"PSIA_AUTH_SCHEMES=digest", {run("/PSIA/index", "", "", "192.0.2.1")}, "WWW-Authenticate: Digest"},
+      {"PSIA_ACCESS_LEVELS=enforce", {run("/PSIA/index", "operator", "operator", "192.0.2.1")}, "<ResourceList"},
+      {"HOSTNAME=hall-camera", {run("/PSIA/System/deviceInfo", "admin", "admin", "192.0.2.1")}, ">hall-camera<"},
+      {kOnce.c_str(),
+       {run("/PSIA/index", "admin", "x", "192.0.2.1"), run("/PSIA/index", "admin", "admin", "192.0.2.1")},
+       "Status: 401"},
+      {"PSIA_LOGIN_LOCKOUT=0",
+       {run("/PSIA/index", "admin", "x", "192.0.2.1", kOnce), run("/PSIA/index", "admin", "admin", "192.0.2.1", kOnce)},
+       "<ResourceList"},
+      {"PSIA_LOGIN_BUDGET=1",
+       {run("/PSIA/index", "admin", "x", "192.0.2.1"), run("/PSIA/index", "admin", "admin", "192.0.2.2")},
+       "Status: 401"},
+  };
+  for (const auto& s : settings) {
+    for (bool set : {true, false}) {
+      test_camera fresh("delete from Network");  // no stored device name
+      std::string out;
+      for (std::vector<std::string> r : s.runs) {
+        if (set) r.push_back(s.setting);
+        out = fresh.run_cgi(r).out;
+      }
+      EXPECT_EQ(out.find(s.shows) != std::string::npos, set) << s.setting << (set ? "" : " unset") << ": " << out;
+    }
+  }
 }
 
 const int64_t kSecond = 1000000;

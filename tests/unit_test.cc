@@ -202,7 +202,7 @@ TEST(Settings, EveryNumberReadsWholeOrTheResponderDoesNotStart) {
       {"PSIA_WORKERS", "", 2}, {"PSIA_WORKERS", "1", 1}, {"PSIA_WORKERS", "16", 16},
       {"PSIA_WORKERS", "0", 0, workers}, {"PSIA_WORKERS", "17", 0, workers},
       {"PSIA_REQUEST_QUEUE_KEY", "0", 0, key} /* IPC_PRIVATE */, {"PSIA_REQUEST_QUEUE_KEY", "0x457", 0, key},
-      {"PSIA_REQUEST_QUEUE_KEY", "2147483647", 2147483647}, {"PSIA_REQUEST_QUEUE_KEY", long_key.c_str(), 0, key, long_key_shown.c_str()},
+      {"PSIA_REQUEST_QUEUE_KEY", "2147483647", 2147483647}, {"PSIA_REPLY_QUEUE_KEY", "3333", 3333}, {"PSIA_REQUEST_QUEUE_KEY", long_key.c_str(), 0, key, long_key_shown.c_str()},
   };
   // clang-format on
   for (const auto& c : cases) {
@@ -222,7 +222,8 @@ TEST(Settings, EveryNumberReadsWholeOrTheResponderDoesNotStart) {
                                              {"PSIA_LOGIN_LOCKOUT", settings.login_lockout},
                                              {"PSIA_LOGIN_BUDGET", settings.login_budget},
                                              {"PSIA_WORKERS", settings.workers},
-                                             {"PSIA_REQUEST_QUEUE_KEY", settings.request_queue_key}};
+                                             {"PSIA_REQUEST_QUEUE_KEY", settings.request_queue_key},
+                                             {"PSIA_REPLY_QUEUE_KEY", settings.reply_queue_key}};
     EXPECT_EQ(read.at(c.name), c.read) << c.name << "=" << c.value;
   }
   // The word settings take their words exactly; unset, the modes of old.
