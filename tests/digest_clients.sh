@@ -18,7 +18,7 @@ if [ "${1:-}" != --inside ]; then
 fi
 mode=$PSIA_AUTH_SCHEMES
 run=$PSIA_DEMO_RUN
-failures=0
+. tests/checks.sh
 
 # What a client got: the HTTP status of a GET, or the ResponseStatus code of a PUT (else the HTTP status).
 outcome() {  # outcome BODY-FILE HTTP-STATUS
@@ -53,12 +53,7 @@ expect() {  # expect WHAT EXPECTED CLIENT ARGS...
   local what=$1 expected=$2 got
   shift 2
   got=$("$@")
-  if [ "$got" = "$expected" ]; then
-    echo "ok   $mode: $what"
-  else
-    echo "FAIL $mode: $what: $got, not $expected"
-    failures=$((failures + 1))
-  fi
+  check "$mode: $what: $got, expected $expected" test "$got" = "$expected"
 }
 
 zone() { sqlite3 "$PSIA_DEMO_ROOT/usr/local/korvia/kkorvia.db" "select TimeZone from DateTime"; }
@@ -86,4 +81,4 @@ for way in FastCGI TLS; do
   expect "$way viewer PUT" "$viewer_put" curl_client --anyauth guest:guest "$base" PUT /PSIA/System/time/timeZone UTC0
   expect "$way viewer's PUT leaves the zone" "$zone" zone
 done
-exit $((failures > 0))
+finish
