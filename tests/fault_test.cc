@@ -80,6 +80,18 @@ std::shared_ptr<void> empty_database(test_camera& camera) {
   return nullptr;
 }
 
+// A copy of the database, its device name changed, renamed over it.
+std::shared_ptr<void> renamed_database(test_camera& camera) {
+  std::string db = camera.path(kDatabase);
+  fs::copy_file(db, db + ".new");
+  sqlite3* copy = nullptr;
+  sqlite3_open((db + ".new").c_str(), &copy);
+  sqlite3_exec(copy, "update Network set DDNSHostname='replaced'", nullptr, nullptr, nullptr);
+  sqlite3_close(copy);
+  fs::rename(db + ".new", db);
+  return nullptr;
+}
+
 // The database refused stays refused (and is reported once) until `repair` puts a good one in its place.
 std::function<void(test_camera&)> refused_until(void (*repair)(const std::string& db)) {
   return [repair](test_camera& c) {
@@ -113,9 +125,10 @@ void expect_each_costs_one_answer(const std::vector<environment_fault>& faults) 
 const std::string kDeviceBody = "<DeviceInfo><deviceName>hall</deviceName></DeviceInfo>";
 const std::string kUpload(5000, 'f');
 
-TEST(Fault, DatabaseLocksCostOneAnswerWithinTheirBound) {
+TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
   // clang-format off
   expect_each_costs_one_answer({
+      // Database locks.
       {"a lock released while it is waited for",
        [](test_camera& c) {
          auto lock = std::make_shared<database_lock>(c, "begin exclusive");
@@ -126,6 +139,12 @@ TEST(Fault, DatabaseLocksCostOneAnswerWithinTheirBound) {
       {"a write lock held past the back-off",
        [](test_camera& c) { return std::make_shared<database_lock>(c, "begin immediate; update Audio set Enable=Enable"); },
        "PUT", kDeviceInfo, kDeviceBody, "3", 1050000},
+      {"a write lock on a database replaced since the last request: the new connection waits too",
+       [](test_camera& c) {
+         renamed_database(c);
+         return std::make_shared<database_lock>(c, "begin immediate; update Audio set Enable=Enable");
+       },
+       "PUT", kDeviceInfo, kDeviceBody, "3", 1050000},
       {"a stop while a write lock is waited for",
        [](test_camera& c) {
          c.clock().on_sleep = psia::request_stop;
@@ -133,13 +152,7 @@ TEST(Fault, DatabaseLocksCostOneAnswerWithinTheirBound) {
          return std::shared_ptr<void>(nullptr, [lock](void*) { psia::cancel_stop(); });
        },
        "PUT", kDeviceInfo, kDeviceBody, "3", 50000},
-  });
-  // clang-format on
-}
-
-TEST(Fault, DaemonFaultsCostOneAnswerWithinTheirBound) {
-  // clang-format off
-  expect_each_costs_one_answer({
+      // The control daemon.
       {"a slow daemon", [](test_camera& c) { c.daemon().delay_ms[8] = 2000; return nothing(); },
        "PUT", kReboot, "", "1", 2002350},
       {"a silent daemon", [](test_camera& c) { c.daemon().silent.insert(8); return nothing(); },
@@ -168,13 +181,7 @@ TEST(Fault, DaemonFaultsCostOneAnswerWithinTheirBound) {
       {"a stop (SIGTERM) while a silent daemon is awaited",
        [](test_camera& c) { c.daemon().silent.insert(8); c.clock().on_sleep = psia::request_stop; return stop_undone(); },
        "PUT", kReboot, "", "2", 50},
-  });
-  // clang-format on
-}
-
-TEST(Fault, PlantedFilesAndAFullDiskCostOneAnswer) {
-  // clang-format off
-  expect_each_costs_one_answer({
+      // Planted files and a full disk.
       {"a FIFO named as the configuration file",
        [](test_camera& c) { mkfifo(c.path(std::string(kTransfer) + "fifo").c_str(), 0600); daemon_names(c, "fifo"); return nothing(); },
        "GET", kConfiguration, "", "3", 50},
@@ -212,25 +219,8 @@ TEST(Fault, PlantedFilesAndAFullDiskCostOneAnswer) {
          EXPECT_FALSE(fs::exists(c.path(std::string(kTransfer) + "psia_firmware.dat")));
          EXPECT_FALSE(fs::exists(c.path(std::string(kTransfer) + "psia_firmware.dat.part")));
        }},
-  });
-  // clang-format on
-}
-
-TEST(Fault, AReplacedDatabaseIsReadOrRefusedUntilRepaired) {
-  // clang-format off
-  expect_each_costs_one_answer({
-      {"the database replaced by a rename",
-       [](test_camera& c) {
-         std::string db = c.path(kDatabase);
-         fs::copy_file(db, db + ".new");
-         sqlite3* copy = nullptr;
-         sqlite3_open((db + ".new").c_str(), &copy);
-         sqlite3_exec(copy, "update Network set DDNSHostname='replaced'", nullptr, nullptr, nullptr);
-         sqlite3_close(copy);
-         fs::rename(db + ".new", db);
-         return nothing();
-       },
-       "GET", kDeviceInfo, "", "<deviceName>replaced</deviceName>", 0, nullptr,
+      // A replaced database is read, or refused until repaired.
+      {"the database replaced by a rename", renamed_database, "GET", kDeviceInfo, "", "<deviceName>replaced</deviceName>", 0, nullptr,
        {"PUT", kDeviceInfo, kDeviceBody}, "<statusCode>1<"},
       {"an empty file renamed over the database, then a good one", empty_database, "GET", kDeviceInfo, "", "Status: 401",
        0, refused_until([](const std::string& db) { fs::rename(db + ".good", db); })},

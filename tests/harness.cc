@@ -154,11 +154,6 @@ std::string test_camera::request(psia::request_context& worker, const test_reque
   return out.text;
 }
 
-std::string test_camera::send(const std::string& method, const std::string& uri, const std::string& body,
-                              const std::string& query) {
-  return request({method, uri, body, query});
-}
-
 process_result test_camera::run_cgi(const std::vector<std::string>& cgi, const std::string& input) const {
   std::vector<std::string> env = {"PSIA_ROOT=" + root_,
                                   "PSIA_REQUEST_QUEUE_KEY=" + std::to_string(sim_->options().request_key),
@@ -210,10 +205,6 @@ database_lock::database_lock(const test_camera& camera, const char* begin) {
 }
 database_lock::~database_lock() { sqlite3_close(db); }
 void database_lock::release() { sqlite3_exec(db, "commit", nullptr, nullptr, nullptr); }
-
-test_request get_as(const std::string& uri, const std::string& authorization) {
-  return {"GET", uri, "", "", authorization};
-}
 
 std::vector<std::string> test_camera::commands() const {
   std::vector<std::string> out;

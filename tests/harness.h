@@ -41,7 +41,9 @@ struct test_request {
   std::string remote_addr = "192.0.2.10";  // REMOTE_ADDR
 };
 // A GET with the Authorization header `authorization`.
-test_request get_as(const std::string& uri, const std::string& authorization);
+inline test_request get_as(const std::string& uri, const std::string& authorization) {
+  return {"GET", uri, "", "", authorization};
+}
 
 // A file's bytes ("" when it cannot be read).
 std::string file_text(const std::string& path);
@@ -70,7 +72,9 @@ class test_camera {
   std::string get(const std::string& uri) { return send("GET", uri); }
   std::string put(const std::string& uri, const std::string& body) { return send("PUT", uri, body); }
   std::string send(const std::string& method, const std::string& uri, const std::string& body = "",
-                   const std::string& query = "");
+                   const std::string& query = "") {
+    return request({method, uri, body, query});
+  }
   // Runs the executable as a CGI program on this camera, with `cgi` added to its environment.
   process_result run_cgi(const std::vector<std::string>& cgi, const std::string& input = "") const;
 

@@ -55,11 +55,7 @@ settings() {  # settings MODE [PSIA_ROOT]: the defaults file
 }
 run() { env PATH="$t/bin:$PATH" busybox sh "$init" "$@"; }
 
-failures=0
-check() {  # check WHAT COMMAND...: the command must succeed
-  local what=$1; shift
-  if "$@"; then echo "ok   $what"; else echo "FAIL $what"; failures=$((failures + 1)); fi
-}
+. tests/checks.sh
 # expect ACTION STATUS PATTERN: the script's exit status and output
 expect() {
   local out status
@@ -70,7 +66,6 @@ pid() { cat "$pidfile" 2>/dev/null; }
 is_responder() { [ "$(readlink "/proc/$1/exe")" = "$daemon" ]; }
 alive() { kill -0 "$1" 2>/dev/null; }
 gone() { ! alive "$1"; }
-eventually() { local n; for n in $(seq 50); do "$@" && return 0; sleep 0.1; done; "$@"; }
 
 echo "== spawn-fcgi mode"
 settings spawn-fcgi
@@ -168,5 +163,4 @@ expect restart 0 "lighttpd starts it again"
 check "restart ends lighttpd's responder" eventually gone $lighttpd
 expect status 3 "not running"
 
-[ "$failures" -eq 0 ] && echo "all passed"
-exit $((failures > 0))
+finish

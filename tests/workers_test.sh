@@ -45,12 +45,7 @@ lighttpd=$!
 pids+=($lighttpd)
 base=http://127.0.0.1:$port
 
-failures=0
-check() {  # check WHAT COMMAND...: the command must succeed
-  local what=$1; shift
-  if "$@"; then echo "ok   $what"; else echo "FAIL $what"; failures=$((failures + 1)); fi
-}
-eventually() { local n; for n in $(seq 50); do "$@" && return 0; sleep 0.1; done; "$@"; }
+. tests/checks.sh
 parent() { pgrep -P "$lighttpd" -x psia-responder; }
 workers() { pgrep -P "$(parent)" -x psia-responder | sort; }
 two_workers() { [ "$(workers | wc -l)" = 2 ]; }
@@ -89,5 +84,4 @@ check "a killed worker is replaced" eventually replaced
 new=$(workers | grep -vx "$two")
 check "... by one that knows the camera's zone" has "<timeZone>CET-1</timeZone>" "$(through "$new" GET /PSIA/System/time)"
 
-[ "$failures" -eq 0 ] && echo "all passed"
-exit $((failures > 0))
+finish

@@ -29,7 +29,7 @@ void syslog_socket::send(int priority, const char* line) {
   // ident[pid]: text", stamped in UTC. Not in local time: the process's
   // zone is the one a client last set for the documents (PUT time sets
   // TZ), and loggers such as BusyBox syslogd keep the sender's stamp.
-  time_t now = time(nullptr);
+  time_t now = clock_ != nullptr ? clock_->wall_time().tv_sec : time(nullptr);
   if (now != head_second_ || priority != head_priority_) {
     char stamp[32] = "";
     struct tm utc;

@@ -8,14 +8,16 @@
 #include <ctime>
 #include <string>
 
+#include "util/clock.h"
 #include "util/file.h"
 
 namespace psia {
 
 class syslog_socket {
  public:
-  syslog_socket(std::string socket_path, std::string ident)
-      : path_(std::move(socket_path)), ident_(std::move(ident)) {}
+  // The lines are stamped with `clock`'s wall time, the system's when null.
+  syslog_socket(std::string socket_path, std::string ident, clock_source* clock = nullptr)
+      : path_(std::move(socket_path)), ident_(std::move(ident)), clock_(clock) {}
 
   // `priority` is a syslog facility and level (LOG_DAEMON | LOG_ERR ...);
   // `line` has no line end.
@@ -26,6 +28,7 @@ class syslog_socket {
 
   std::string path_;
   std::string ident_;
+  clock_source* clock_;
   unique_fd fd_;
   // The head of the last line ("<PRI>Mmm dd hh:mm:ss ident[pid]: "), kept
   // while its second and priority last: a flood of refused logins is
