@@ -52,7 +52,8 @@ enum control_command : int32_t {
 };
 
 // Payload offsets, counted from the start of the payload (message byte 12).
-// Most commands that carry data lead with a word that is always 0.
+// Most commands that carry data lead with a word that is always 0: a new
+// message is zero-filled, so nothing writes it.
 constexpr size_t kLeadingWord = 0;
 
 struct video_input_payload {  // command 2

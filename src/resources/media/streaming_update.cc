@@ -136,7 +136,6 @@ bool store_stream(request& req, const stream_update& s, int index) {
 
 void announce_video_stream(request& req, bool master) {
   control_message msg(kCommandVideoStream);
-  msg.put_int(kLeadingWord, 0);
   msg.put_int(video_stream_payload::kMaster, master ? 1 : 0);
   req.control().send_control_message(msg);
 }

@@ -25,7 +25,7 @@ const float kNotGiven = 10000.0f;
 // Code 50 carries five name/value pairs of 48-byte texts after word 0.
 class key_value_command {
  public:
-  key_value_command() : msg_(kCommandPtzKeyValue) { msg_.put_int(kLeadingWord, 0); }
+  key_value_command() : msg_(kCommandPtzKeyValue) {}
   void pair(size_t index, const char* name, const char* value) {
     using fields = ptz_key_value_payload;
     msg_.put_text(fields::name(index), fields::kTextWidth, name);
@@ -44,7 +44,6 @@ class key_value_command {
 
 control_result send_frame(request& req, const char* frame) {
   control_message msg(kCommandPtzFrame);
-  msg.put_int(kLeadingWord, 0);
   msg.put_text(ptz_frame_payload::kFrame, ptz_frame_payload::kFrameWidth, frame);
   return req.control().send_control_message(msg);
 }

@@ -17,10 +17,10 @@ void append_preset(text_buffer& doc, const query_result& presets, int row) {
   doc.append("</PTZPreset>");
 }
 
-// A preset command: word 0 is 0, word 1 the preset number.
+// A preset command: word 0 is 0 (the message is zero-filled), word 1 the
+// preset number.
 answer send_preset_command(request& req, int32_t command, int preset) {
   control_message msg(command);
-  msg.put_int(kLeadingWord, 0);
   msg.put_int(ptz_preset_payload::kPreset, preset);
   return answer::status(req.control().send_control_message(msg));
 }
