@@ -2,11 +2,14 @@
 // its bounded wait and one clear answer, and the next request is served as usual.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sqlite3.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -314,6 +317,60 @@ TEST(Fault, TheXmlLibraryIsLoadedAgainAfterAFailure) {
   }
   EXPECT_NE(camera.errors().find("PSIA: libxml2 cannot be loaded"), std::string::npos);
   EXPECT_EQ(camera.put(kDeviceInfo, kDeviceBody), status_answer(kDeviceInfo, 1));
+}
+
+// The payloads as the camera's control daemon reads them: a request, the command it sends, and the bytes at the
+// daemon's own offset of a field (from the payload's first byte; a text with its closing zero).
+TEST(Control, EachFieldSitsAtTheDaemonsByteOffset) {
+  auto word = [](int32_t v) { return std::string(reinterpret_cast<const char*>(&v), sizeof v); };
+  auto text = [](const char* t) { return std::string(t, strlen(t) + 1); };
+  const std::string ptz = "/PSIA/PTZ/channels/0/", presets = ptz + "presets", time = "/PSIA/System/time";
+  // clang-format off
+  const test_request manual = {"PUT", time, "<Time><timeMode>manual</timeMode><localTime>2012-11-26T17:38:49</localTime></Time>"},
+                     ntp = {"PUT", time, "<Time><timeMode>NTP</timeMode></Time>"},
+                     pairs = {"PUT", ptz + "continuous", "<PTZData><pan>50</pan><tilt>-10</tilt><zoom>-100</zoom></PTZData>"};
+  const struct { test_request request; int code; size_t offset; std::string bytes, setup = ""; } fields[] = {
+      {manual, 6, 4, text("pool.ntp.org")}, {manual, 6, 132, word(24)}, {manual, 6, 136, word(2012)}, {manual, 6, 140, word(11)},
+      {manual, 6, 144, word(26)}, {manual, 6, 148, word(17)}, {manual, 6, 152, word(38)}, {manual, 6, 156, word(49)},
+      {ntp, 6, 0, word(2)}, {ntp, 6, 4, std::string(127, 'n') + '\0', "update DateTime set NTPServerName='" + std::string(128, 'n') + "'"},
+      {{"PUT", time + "/timeZone", "est5edt"}, 7, 0, text("EST5EDT")}, {pairs, 50, 4, text("PANSPEED")}, {pairs, 50, 52, text("63")},
+      {pairs, 50, 148, text("12")}, {pairs, 50, 388, text("ZOOM")}, {pairs, 50, 436, text("OUT")},
+      {{"PUT", ptz + "absolute", "<PTZData><azimuth>180</azimuth><elevation>0</elevation></PTZData>"}, 63, 4, text("E50100CF7F4A8825446F")},
+      {{"POST", presets, "<PTZPreset><presetName>Any</presetName></PTZPreset>"}, 52, 4, word(-1)},
+      {{"PUT", presets + "/3/goto"}, 53, 4, word(3)}, {{"DELETE", presets + "/8"}, 54, 4, word(8)},
+      {{"PUT", "/PSIA/Streaming/channels/1", "<StreamingChannel><id>Master-0</id></StreamingChannel>"}, 4, 4, word(1)},
+      {{"PUT", "/PSIA/System/Video/inputs/channels/1", "<VideoInputChannel/>"}, 2, 0, word(-1)},
+  };
+  // clang-format on
+  for (const auto& f : fields) {
+    test_camera camera(f.setup);
+    camera.request(f.request);
+    const auto& sent = camera.simulator().commands();
+    auto c = std::find_if(sent.begin(), sent.end(), [&](const psia::sim_command& s) { return s.code == f.code; });
+    ASSERT_NE(c, sent.end()) << f.code;
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(&c->payload[f.offset]), f.bytes.size()), f.bytes)
+        << f.code << " at " << f.offset;
+  }
+}
+
+// In a fresh IPC namespace the daemon's first queue has the id 0, a queue like any other.
+TEST(Control, TheQueueWithTheIdZeroIsUsed) {
+  test_camera first;  // the template camera root, made (and removed) by this process
+  pid_t child = fork();
+  if (child == 0) {
+    if (unshare(CLONE_NEWIPC) != 0) _exit(77);
+    alarm(5);  // a queue never found is waited for without end
+    try {
+      test_camera camera;
+      _exit(camera.simulator().request_queue() == 0 && camera.put(kReboot, "") == status_answer(kReboot, 1) ? 0 : 1);
+    } catch (...) {
+      _exit(1);  // never on into the rest of the suite
+    }
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  if (WIFEXITED(status) && WEXITSTATUS(status) == 77) GTEST_SKIP() << "no IPC namespace of its own: not root";
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 }
 
 const std::string kHostile[] = {"' or '1'='1", "x'); drop table UserAccount; --", "%n%n%s%s%x%d",

@@ -7,9 +7,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstring>
 #include <fstream>
+#include <thread>
 
 #include <sys/stat.h>
 
@@ -627,6 +629,20 @@ TEST(Executable, ServesOneRequestAsACgiProgram) {
       EXPECT_EQ(out.find(s.shows) != std::string::npos, set) << s.setting << (set ? "" : " unset") << ": " << out;
     }
   }
+  // QUERY_STRING reaches the handlers: an azimuth given there (as 0) with the body's elevation is where the camera
+  // is, and nothing is sent; without it, the remembered position is.
+  test_camera ptz;
+  std::atomic<bool> done{false};
+  std::thread daemon([&] {
+    for (int i = 0; i < 20000 && !done; ++i) ptz.simulator().serve_one(false, 0) || usleep(1000);  // 20 s at most
+  });
+  for (std::string query : {"", "AZIMUTH=&"})
+    ptz.run_cgi({"REQUEST_METHOD=PUT", "REQUEST_URI=/PSIA/PTZ/channels/0/absolute", "CONTENT_LENGTH=43",
+                 "QUERY_STRING=" + query, "HTTP_AUTHORIZATION=" + basic_authorization("admin", "admin")},
+                "<PTZData><elevation>0</elevation></PTZData>");
+  done = true;
+  daemon.join();
+  EXPECT_EQ(ptz.commands(), std::vector<std::string>{"63 frame=E50100CF7F000025449D"});
 }
 
 const int64_t kSecond = 1000000;
@@ -992,6 +1008,11 @@ TEST(Workers, TwoProcessesAreOneCamera) {
   EXPECT_EQ(camera.clock().now_us, start);  // no wait
   const std::string stayed_locked = "PSIA: the shared camera state stayed locked: this request uses its own\n";
   EXPECT_EQ(camera.errors(), stayed_locked + stayed_locked);
+  // A reset starts the zone generation again: a worker that had seen a later one applies the next change.
+  other->camera.reset(psia::camera_state(10, 60, 100));
+  EXPECT_EQ(camera.put(time, "<Time><timeZone>JST-9</timeZone></Time>"), status_answer(time, 1));
+  through(*other, {"GET", time});
+  EXPECT_STREQ(other->camera.applied_zone(), "JST-9");
 
   // Another build's region (its layout word differs): the state starts afresh, in the current layout.
   int fd = open(region.c_str(), O_WRONLY);
