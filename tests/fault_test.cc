@@ -57,16 +57,15 @@ void plant_zone(test_camera& camera, const std::function<void(const std::string&
 
 // One fault of the camera's environment, the request made under it, and what that request must cost: its answer and
 // the camera time it took. After it, the next ordinary request is served as usual.
+// make: what it returns lasts until the next request; answer: "1".."7", that ResponseStatus, otherwise a text the
+// answer holds; leaves: what must (not) be left behind.
+// clang-format off
 struct environment_fault {
-  const char* what;
-  std::function<std::shared_ptr<void>(test_camera&)> make;  // what it returns lasts until the next request
-  std::string method, uri, body;
-  std::string answer;  // "1".."7": that ResponseStatus; otherwise a text the answer holds
-  int64_t waited_us;
-  std::function<void(test_camera&)> leaves = nullptr;  // what must (not) be left behind
-  test_request next = {"GET", kDeviceInfo};
+  const char* what; std::function<std::shared_ptr<void>(test_camera&)> make; std::string method, uri, body, answer;
+  int64_t waited_us; std::function<void(test_camera&)> leaves = nullptr; test_request next = {"GET", kDeviceInfo};
   std::string next_answer = "<DeviceInfo";
 };
+// clang-format on
 
 std::shared_ptr<void> nothing() { return nullptr; }
 // The stop a row requested is undone with the row.
@@ -236,15 +235,10 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
 // The kernel failing a queue call of the control exchange: what the command is answered, the camera time it took
 // (never more than the command's wait) and what the log holds. A call that did nothing (EINTR) or a removed queue
 // (EIDRM) is tried again after a pause; any other refusal ends the exchange at once.
-struct queue_fault {
-  psia::queue_call call;
-  int error;
-  bool always;  // otherwise the first call only
-  int answer;
-  int64_t waited_us;
-  std::string logged;
-  bool stop = false;  // the failure comes with a stop (SIGTERM)
-};
+// always: every call, not the first only; stop: the failure comes with a stop (SIGTERM).
+// clang-format off
+struct queue_fault { psia::queue_call call; int error; bool always; int answer; int64_t waited_us; std::string logged; bool stop = false; };
+// clang-format on
 
 TEST(Fault, EachQueueCallFailureIsAnsweredWithinTheCommandsWait) {
   using psia::queue_call;
