@@ -2,11 +2,14 @@
 // its bounded wait and one clear answer, and the next request is served as usual.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sqlite3.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -54,16 +57,15 @@ void plant_zone(test_camera& camera, const std::function<void(const std::string&
 
 // One fault of the camera's environment, the request made under it, and what that request must cost: its answer and
 // the camera time it took. After it, the next ordinary request is served as usual.
+// make: what it returns lasts until the next request; answer: "1".."7", that ResponseStatus, otherwise a text the
+// answer holds; leaves: what must (not) be left behind.
+// clang-format off
 struct environment_fault {
-  const char* what;
-  std::function<std::shared_ptr<void>(test_camera&)> make;  // what it returns lasts until the next request
-  std::string method, uri, body;
-  std::string answer;  // "1".."7": that ResponseStatus; otherwise a text the answer holds
-  int64_t waited_us;
-  std::function<void(test_camera&)> leaves = nullptr;  // what must (not) be left behind
-  test_request next = {"GET", kDeviceInfo};
+  const char* what; std::function<std::shared_ptr<void>(test_camera&)> make; std::string method, uri, body, answer;
+  int64_t waited_us; std::function<void(test_camera&)> leaves = nullptr; test_request next = {"GET", kDeviceInfo};
   std::string next_answer = "<DeviceInfo";
 };
+// clang-format on
 
 std::shared_ptr<void> nothing() { return nullptr; }
 // The stop a row requested is undone with the row.
@@ -233,15 +235,10 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
 // The kernel failing a queue call of the control exchange: what the command is answered, the camera time it took
 // (never more than the command's wait) and what the log holds. A call that did nothing (EINTR) or a removed queue
 // (EIDRM) is tried again after a pause; any other refusal ends the exchange at once.
-struct queue_fault {
-  psia::queue_call call;
-  int error;
-  bool always;  // otherwise the first call only
-  int answer;
-  int64_t waited_us;
-  std::string logged;
-  bool stop = false;  // the failure comes with a stop (SIGTERM)
-};
+// always: every call, not the first only; stop: the failure comes with a stop (SIGTERM).
+// clang-format off
+struct queue_fault { psia::queue_call call; int error; bool always; int answer; int64_t waited_us; std::string logged; bool stop = false; };
+// clang-format on
 
 TEST(Fault, EachQueueCallFailureIsAnsweredWithinTheCommandsWait) {
   using psia::queue_call;
@@ -314,6 +311,60 @@ TEST(Fault, TheXmlLibraryIsLoadedAgainAfterAFailure) {
   }
   EXPECT_NE(camera.errors().find("PSIA: libxml2 cannot be loaded"), std::string::npos);
   EXPECT_EQ(camera.put(kDeviceInfo, kDeviceBody), status_answer(kDeviceInfo, 1));
+}
+
+// The payloads as the camera's control daemon reads them: a request, the command it sends, and the bytes at the
+// daemon's own offset of a field (from the payload's first byte; a text with its closing zero).
+TEST(Control, EachFieldSitsAtTheDaemonsByteOffset) {
+  auto word = [](int32_t v) { return std::string(reinterpret_cast<const char*>(&v), sizeof v); };
+  auto text = [](const char* t) { return std::string(t, strlen(t) + 1); };
+  const std::string ptz = "/PSIA/PTZ/channels/0/", presets = ptz + "presets", time = "/PSIA/System/time";
+  // clang-format off
+  const test_request manual = {"PUT", time, "<Time><timeMode>manual</timeMode><localTime>2012-11-26T17:38:49</localTime></Time>"},
+                     ntp = {"PUT", time, "<Time><timeMode>NTP</timeMode></Time>"},
+                     pairs = {"PUT", ptz + "continuous", "<PTZData><pan>50</pan><tilt>-10</tilt><zoom>-100</zoom></PTZData>"};
+  const struct { test_request request; int code; size_t offset; std::string bytes, setup = ""; } fields[] = {
+      {manual, 6, 4, text("pool.ntp.org")}, {manual, 6, 132, word(24)}, {manual, 6, 136, word(2012)}, {manual, 6, 140, word(11)},
+      {manual, 6, 144, word(26)}, {manual, 6, 148, word(17)}, {manual, 6, 152, word(38)}, {manual, 6, 156, word(49)},
+      {ntp, 6, 0, word(2)}, {ntp, 6, 4, std::string(127, 'n') + '\0', "update DateTime set NTPServerName='" + std::string(128, 'n') + "'"},
+      {{"PUT", time + "/timeZone", "est5edt"}, 7, 0, text("EST5EDT")}, {pairs, 50, 4, text("PANSPEED")}, {pairs, 50, 52, text("63")},
+      {pairs, 50, 148, text("12")}, {pairs, 50, 388, text("ZOOM")}, {pairs, 50, 436, text("OUT")},
+      {{"PUT", ptz + "absolute", "<PTZData><azimuth>180</azimuth><elevation>0</elevation></PTZData>"}, 63, 4, text("E50100CF7F4A8825446F")},
+      {{"POST", presets, "<PTZPreset><presetName>Any</presetName></PTZPreset>"}, 52, 4, word(-1)},
+      {{"PUT", presets + "/3/goto"}, 53, 4, word(3)}, {{"DELETE", presets + "/8"}, 54, 4, word(8)},
+      {{"PUT", "/PSIA/Streaming/channels/1", "<StreamingChannel><id>Master-0</id></StreamingChannel>"}, 4, 4, word(1)},
+      {{"PUT", "/PSIA/System/Video/inputs/channels/1", "<VideoInputChannel/>"}, 2, 0, word(-1)},
+  };
+  // clang-format on
+  for (const auto& f : fields) {
+    test_camera camera(f.setup);
+    camera.request(f.request);
+    const auto& sent = camera.simulator().commands();
+    auto c = std::find_if(sent.begin(), sent.end(), [&](const psia::sim_command& s) { return s.code == f.code; });
+    ASSERT_NE(c, sent.end()) << f.code;
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(&c->payload[f.offset]), f.bytes.size()), f.bytes)
+        << f.code << " at " << f.offset;
+  }
+}
+
+// In a fresh IPC namespace the daemon's first queue has the id 0, a queue like any other.
+TEST(Control, TheQueueWithTheIdZeroIsUsed) {
+  test_camera first;  // the template camera root, made (and removed) by this process
+  pid_t child = fork();
+  if (child == 0) {
+    if (unshare(CLONE_NEWIPC) != 0) _exit(77);
+    alarm(5);  // a queue never found is waited for without end
+    try {
+      test_camera camera;
+      _exit(camera.simulator().request_queue() == 0 && camera.put(kReboot, "") == status_answer(kReboot, 1) ? 0 : 1);
+    } catch (...) {
+      _exit(1);  // never on into the rest of the suite
+    }
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  if (WIFEXITED(status) && WEXITSTATUS(status) == 77) GTEST_SKIP() << "no IPC namespace of its own: not root";
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 }
 
 const std::string kHostile[] = {"' or '1'='1", "x'); drop table UserAccount; --", "%n%n%s%s%x%d",

@@ -7,9 +7,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstring>
 #include <fstream>
+#include <thread>
 
 #include <sys/stat.h>
 
@@ -114,23 +116,29 @@ std::string digest_authorization(const digest_fields& f, const std::string& nonc
          "\", nc=" + f.nc + ", cnonce=\"0a4f113b\"" + f.extra;
 }
 
+// The camera in these modes, with the Digest key that start-up loads when they take Digest.
+void use_modes(test_camera& camera, psia::auth_schemes schemes, psia::access_levels levels) {
+  camera.ctx().settings.schemes = schemes;
+  camera.ctx().settings.levels = levels;
+  std::string problem;
+  ASSERT_TRUE(psia::load_nonce_key(psia::nonce_key_path(camera.ctx().settings),
+                                   &psia::camera_lock(camera.ctx().camera).shared().digest, &problem))
+      << problem;
+}
+
 TEST(Digest, LoginsStaleNoncesReplaysAndWhatTheGuardCounts) {
   const std::string kIndex = document_answer(golden("index.xml"));
   const std::string refused = "36 refused Digest login from 192.0.2.10 as \"admin\": ";
   using psia::access_levels;
   using psia::auth_schemes;
   enum class ends { admitted, unauthorized, stale };
+  // later_us: the clock after the challenge; counted: a failed login for the guard; audit: the refusal's line; header:
+  // sent instead of a Digest one; twice: the same header admitted once before.
+  // clang-format off
   struct digest_case {
-    const char* name;
-    digest_fields fields;
-    int64_t later_us = 0;  // the clock after the challenge
-    ends answer = ends::admitted;
-    bool counted = false;  // a failed login for the guard
-    std::string audit;     // the refusal's line
-    auth_schemes schemes = auth_schemes::digest;
-    access_levels levels = access_levels::admin_only;
-    std::string header;  // sent instead of a Digest one
-    bool twice = false;  // the same header admitted once before
+    const char* name; digest_fields fields; int64_t later_us = 0; ends answer = ends::admitted; bool counted = false;
+    std::string audit; auth_schemes schemes = auth_schemes::digest; access_levels levels = access_levels::admin_only;
+    std::string header; bool twice = false;
   };
   // The default fields with `member` set to `value` (and a second one).
   using field = std::string digest_fields::*;
@@ -143,7 +151,6 @@ TEST(Digest, LoginsStaleNoncesReplaysAndWhatTheGuardCounts) {
   const digest_fields md5 = but(&digest_fields::algorithm, "MD5"), wrong = but(&digest_fields::password, "guess"),
                       forged = but(&digest_fields::nonce, "forged"),
                       operator_account = but(&digest_fields::user, "operator", &digest_fields::password, "operator");
-  // clang-format off
   const digest_case cases[] = {
       {"SHA-256", {}},
       {"MD5", md5},
@@ -179,12 +186,7 @@ TEST(Digest, LoginsStaleNoncesReplaysAndWhatTheGuardCounts) {
   for (const digest_case& c : cases) {
     SCOPED_TRACE(c.name);
     test_camera camera;
-    camera.ctx().settings.schemes = c.schemes;
-    camera.ctx().settings.levels = c.levels;
-    std::string problem;
-    ASSERT_TRUE(psia::load_nonce_key(psia::nonce_key_path(camera.ctx().settings),
-                                     &psia::camera_lock(camera.ctx().camera).shared().digest, &problem))
-        << problem;
+    use_modes(camera, c.schemes, c.levels);
     psia::camera_lock(camera.ctx().camera).shared().guard =
         psia::login_guard(1, 60, 0);  // a counted failure locks the address out
     const std::string nonce = nonce_of(camera.request(get_as("/PSIA/index", "")));
@@ -216,11 +218,7 @@ TEST(Digest, LoginsStaleNoncesReplaysAndWhatTheGuardCounts) {
     // Accounts taking turns, in both hashes, each admitted with its own password only (two with the same one too);
     // after a password changes in the database, only the new one is.
     test_camera camera;
-    camera.ctx().settings.schemes = auth_schemes::digest;
-    camera.ctx().settings.levels = access_levels::enforce;
-    std::string problem;
-    ASSERT_TRUE(psia::load_nonce_key(psia::nonce_key_path(camera.ctx().settings),
-                                     &psia::camera_lock(camera.ctx().camera).shared().digest, &problem));
+    use_modes(camera, auth_schemes::digest, access_levels::enforce);
     struct turn {
       std::string user, password, algorithm, uri;
       bool admitted;
@@ -250,10 +248,8 @@ TEST(Digest, LoginsStaleNoncesReplaysAndWhatTheGuardCounts) {
   }
   // The 401 of each mode: Basic's as it was, the Digest challenges strongest first (one nonce for both).
   test_camera camera;
-  camera.ctx().settings.schemes = auth_schemes::digest_and_basic;
+  use_modes(camera, auth_schemes::digest_and_basic, access_levels::admin_only);
   std::string problem;
-  ASSERT_TRUE(psia::load_nonce_key(psia::nonce_key_path(camera.ctx().settings),
-                                   &psia::camera_lock(camera.ctx().camera).shared().digest, &problem));
   std::string out = camera.request(get_as("/PSIA/index", ""));
   const std::string digest = "WWW-Authenticate: Digest realm=\"Aldex Smart IP Device Authentication\", qop=\"auth\", ";
   EXPECT_EQ(out, "Status: 401 Unauthorized\n" + digest + "algorithm=SHA-256, nonce=\"" + nonce_of(out) + "\"\n" +
@@ -337,18 +333,13 @@ TEST(Frame, RulesAreTriedInOrderByPathMethodAndLevel) {
   // when cut out of the path).
   const std::string long_id(300, 'S');
   const std::string notification = long_id + "/Notifications/" + long_id;
-  const struct {
-    std::string rest_of_path;
-    const char* prefix;
-    int number;
-    std::string id, sub_id;
-  } args[] = {
-      {"bob", "/PSIA/Security/AAA/users/", 0, "", ""},
-      {"7/presets/12/goto", "/PSIA/PTZ/channels/", 12, "7", ""},
-      {"7/absolute", "/PSIA/PTZ/channels/", 7, "7", ""},
-      {long_id, "/PSIA/Custom/Event/triggers/", 0, long_id, ""},
+  // clang-format off
+  const struct { std::string rest_of_path; const char* prefix; int number; std::string id, sub_id; } args[] = {
+      {"bob", "/PSIA/Security/AAA/users/", 0, "", ""}, {"7/presets/12/goto", "/PSIA/PTZ/channels/", 12, "7", ""},
+      {"7/absolute", "/PSIA/PTZ/channels/", 7, "7", ""}, {long_id, "/PSIA/Custom/Event/triggers/", 0, long_id, ""},
       {notification, "/PSIA/Custom/Event/triggers/", 0, long_id.substr(0, 255), long_id.substr(0, 255)},
   };
+  // clang-format on
   for (const auto& a : args) {
     SCOPED_TRACE(a.rest_of_path);
     const std::string path = a.prefix + a.rest_of_path;  // the arguments point into it
@@ -598,24 +589,16 @@ TEST(Executable, ServesOneRequestAsACgiProgram) {
                                     "HTTP_AUTHORIZATION=" + (user.empty() ? "" : basic_authorization(user, password))};
   };
   const std::string kOnce = "PSIA_LOGIN_ATTEMPTS=1";
-  const struct {
-    const char* setting;
-    std::vector<std::vector<std::string>> runs;
-    const char* shows;
-  } settings[] = {
+  // clang-format off
+  const struct { const char* setting; std::vector<std::vector<std::string>> runs; const char* shows; } settings[] = {
       {"PSIA_AUTH_SCHEMES=digest", {run("/PSIA/index", "", "", "192.0.2.1")}, "WWW-Authenticate: Digest"},
       {"PSIA_ACCESS_LEVELS=enforce", {run("/PSIA/index", "operator", "operator", "192.0.2.1")}, "<ResourceList"},
       {"HOSTNAME=hall-camera", {run("/PSIA/System/deviceInfo", "admin", "admin", "192.0.2.1")}, ">hall-camera<"},
-      {kOnce.c_str(),
-       {run("/PSIA/index", "admin", "x", "192.0.2.1"), run("/PSIA/index", "admin", "admin", "192.0.2.1")},
-       "Status: 401"},
-      {"PSIA_LOGIN_LOCKOUT=0",
-       {run("/PSIA/index", "admin", "x", "192.0.2.1", kOnce), run("/PSIA/index", "admin", "admin", "192.0.2.1", kOnce)},
-       "<ResourceList"},
-      {"PSIA_LOGIN_BUDGET=1",
-       {run("/PSIA/index", "admin", "x", "192.0.2.1"), run("/PSIA/index", "admin", "admin", "192.0.2.2")},
-       "Status: 401"},
+      {kOnce.c_str(), {run("/PSIA/index", "admin", "x", "192.0.2.1"), run("/PSIA/index", "admin", "admin", "192.0.2.1")}, "Status: 401"},
+      {"PSIA_LOGIN_LOCKOUT=0", {run("/PSIA/index", "admin", "x", "192.0.2.1", kOnce), run("/PSIA/index", "admin", "admin", "192.0.2.1", kOnce)}, "<ResourceList"},
+      {"PSIA_LOGIN_BUDGET=1", {run("/PSIA/index", "admin", "x", "192.0.2.1"), run("/PSIA/index", "admin", "admin", "192.0.2.2")}, "Status: 401"},
   };
+  // clang-format on
   for (const auto& s : settings) {
     for (bool set : {true, false}) {
       test_camera fresh("delete from Network");  // no stored device name
@@ -627,6 +610,20 @@ TEST(Executable, ServesOneRequestAsACgiProgram) {
       EXPECT_EQ(out.find(s.shows) != std::string::npos, set) << s.setting << (set ? "" : " unset") << ": " << out;
     }
   }
+  // QUERY_STRING reaches the handlers: an azimuth given there (as 0) with the body's elevation is where the camera
+  // is, and nothing is sent; without it, the remembered position is.
+  test_camera ptz;
+  std::atomic<bool> done{false};
+  std::thread daemon([&] {
+    for (int i = 0; i < 20000 && !done; ++i) ptz.simulator().serve_one(false, 0) || usleep(1000);  // 20 s at most
+  });
+  for (std::string query : {"", "AZIMUTH=&"})
+    ptz.run_cgi({"REQUEST_METHOD=PUT", "REQUEST_URI=/PSIA/PTZ/channels/0/absolute", "CONTENT_LENGTH=43",
+                 "QUERY_STRING=" + query, "HTTP_AUTHORIZATION=" + basic_authorization("admin", "admin")},
+                "<PTZData><elevation>0</elevation></PTZData>");
+  done = true;
+  daemon.join();
+  EXPECT_EQ(ptz.commands(), std::vector<std::string>{"63 frame=E50100CF7F000025449D"});
 }
 
 const int64_t kSecond = 1000000;
@@ -736,17 +733,12 @@ std::vector<std::string> lines(std::vector<std::vector<std::string>> parts) {
 // Each case: the guard, what comes before (requests from their addresses; the database may be locked meanwhile),
 // then one login with the right password: its answer, the virtual clock after it, the whole log once the next
 // requests have come, and the next requests (right password, from an address at a time), which are served.
+// clang-format off
 struct guard_case {
-  const char* name;
-  int attempts, lockout, budget;
-  std::function<void(test_camera&)> before;
-  bool database_locked;
-  std::string address;
-  bool admitted;
-  int64_t at;
-  std::vector<std::string> log;
-  std::vector<std::pair<std::string, int64_t>> next;
+  const char* name; int attempts, lockout, budget; std::function<void(test_camera&)> before; bool database_locked;
+  std::string address; bool admitted; int64_t at; std::vector<std::string> log; std::vector<std::pair<std::string, int64_t>> next;
 };
+// clang-format on
 
 void expect_guard_case(const guard_case& c) {
   SCOPED_TRACE(c.name);
@@ -992,6 +984,11 @@ TEST(Workers, TwoProcessesAreOneCamera) {
   EXPECT_EQ(camera.clock().now_us, start);  // no wait
   const std::string stayed_locked = "PSIA: the shared camera state stayed locked: this request uses its own\n";
   EXPECT_EQ(camera.errors(), stayed_locked + stayed_locked);
+  // A reset starts the zone generation again: a worker that had seen a later one applies the next change.
+  other->camera.reset(psia::camera_state(10, 60, 100));
+  EXPECT_EQ(camera.put(time, "<Time><timeZone>JST-9</timeZone></Time>"), status_answer(time, 1));
+  through(*other, {"GET", time});
+  EXPECT_STREQ(other->camera.applied_zone(), "JST-9");
 
   // Another build's region (its layout word differs): the state starts afresh, in the current layout.
   int fd = open(region.c_str(), O_WRONLY);

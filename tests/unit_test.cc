@@ -193,13 +193,13 @@ TEST(Settings, EveryNumberReadsWholeOrTheResponderDoesNotStart) {
   const std::string long_key(40, '9'), long_key_shown = std::string(32, '9') + "...";
   // clang-format off
   const struct { const char *name, *value; int read; const char* refused = nullptr; const char* shown = nullptr; } cases[] = {
-      {"PSIA_LOGIN_ATTEMPTS", "7", 7}, {"PSIA_LOGIN_ATTEMPTS", "0", 0}, {"PSIA_LOGIN_ATTEMPTS", "", 10} /* default */,
+      {"PSIA_LOGIN_ATTEMPTS", "7", 7}, {"PSIA_LOGIN_ATTEMPTS", "0", 0},
       {"PSIA_LOGIN_ATTEMPTS", "007", 7}, {"PSIA_LOGIN_ATTEMPTS", "1000", 1000},
       {"PSIA_LOGIN_ATTEMPTS", "ten", 0, attempts}, {"PSIA_LOGIN_ATTEMPTS", "1001", 0, attempts}, {"PSIA_LOGIN_ATTEMPTS", " 10", 0, attempts},
       {"PSIA_LOGIN_LOCKOUT", "-1", 0, lockout}, {"PSIA_LOGIN_LOCKOUT", "1m", 0, lockout},
       {"PSIA_LOGIN_LOCKOUT", "99999999999999999999", 0, lockout}, {"PSIA_LOGIN_LOCKOUT", "6\n0", 0, lockout, "6?0"},
       {"PSIA_LOGIN_BUDGET", "100000", 100000}, {"PSIA_LOGIN_BUDGET", "0", 0}, {"PSIA_LOGIN_BUDGET", "1e3", 0, budget},
-      {"PSIA_WORKERS", "", 2}, {"PSIA_WORKERS", "1", 1}, {"PSIA_WORKERS", "16", 16},
+      {"PSIA_WORKERS", "1", 1}, {"PSIA_WORKERS", "16", 16},
       {"PSIA_WORKERS", "0", 0, workers}, {"PSIA_WORKERS", "17", 0, workers},
       {"PSIA_REQUEST_QUEUE_KEY", "0", 0, key} /* IPC_PRIVATE */, {"PSIA_REQUEST_QUEUE_KEY", "0x457", 0, key},
       {"PSIA_REQUEST_QUEUE_KEY", "2147483647", 2147483647}, {"PSIA_REPLY_QUEUE_KEY", "3333", 3333}, {"PSIA_REQUEST_QUEUE_KEY", long_key.c_str(), 0, key, long_key_shown.c_str()},
@@ -226,6 +226,13 @@ TEST(Settings, EveryNumberReadsWholeOrTheResponderDoesNotStart) {
                                              {"PSIA_REPLY_QUEUE_KEY", settings.reply_queue_key}};
     EXPECT_EQ(read.at(c.name), c.read) << c.name << "=" << c.value;
   }
+  // An empty environment: every default.
+  runtime_settings defaults;
+  std::vector<std::string> none;
+  ASSERT_TRUE(read_settings([](const char*) { return static_cast<const char*>(nullptr); }, &defaults, &none));
+  EXPECT_EQ((std::vector<int>{defaults.request_queue_key, defaults.reply_queue_key, defaults.login_attempts,
+                              defaults.login_lockout, defaults.login_budget, defaults.workers}),
+            (std::vector<int>{1111, 2222, 10, 60, 100, 2}));
   // The word settings take their words exactly; unset, the modes of old.
   const std::string schemes =
       "\" is not a setting: it takes basic, digest or digest,basic, the Authorization schemes "
@@ -283,6 +290,9 @@ TEST(Store, ValuesAreBoundAsTextsAndIntegersToOneStatementPerText) {
   EXPECT_FALSE(store.exec("insert into UserAccount values(?, ?, 2)", "y"));
   EXPECT_FALSE(store.query("select * from UserAccount where UserID=?").ok());
   EXPECT_EQ(store.query_int(-1, "select count(*) from UserAccount"), 1);
+  // Opened again on another file, it reads that one alone.
+  ASSERT_TRUE(store.open(":memory:", &clock));
+  EXPECT_EQ(store.query_int(-1, "select count(*) from UserAccount"), -1);
   store.close();
   EXPECT_EQ(store.cached_statements(), 0u);
   EXPECT_FALSE(store.query("select 1").ok());
