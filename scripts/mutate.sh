@@ -17,9 +17,10 @@
 # on the same tree draws the same sample. Each fault is written into a
 # scratch copy of the tree (never the working tree), built incrementally
 # with the sanitizers (Debug, -DPSIA_SANITIZE=ON: a byte written past a
-# field or a leak is caught only there) and tested with ctest -j2, less the
-# end-to-end tests through lighttpd, stopping at the first failing test. A
-# fault is caught when a test fails or ctest runs out of time; one that does
+# field or a leak is caught only there) and tested with ctest -j2, stopping
+# at the first failing test, less the end-to-end tests through lighttpd
+# (which run too for a fault in src/frame/workers.cc or main.cc: only they
+# reach the workers' parent and the FastCGI loop). A fault is caught when a test fails or ctest runs out of time; one that does
 # not compile is skipped and counted.
 # Faults no input can reveal are listed, with the reason, in
 # tests/equivalent-mutants.tsv and left out of the score.

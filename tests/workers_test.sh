@@ -84,4 +84,10 @@ check "a killed worker is replaced" eventually replaced
 new=$(workers | grep -vx "$two")
 check "... by one that knows the camera's zone" has "<timeZone>CET-1</timeZone>" "$(through "$new" GET /PSIA/System/time)"
 
+# A parent killed outright takes its workers with it (a zombie left for a PID 1 that does not reap counts as ended).
+old=$(workers)
+kill -9 "$(parent)"
+gone() { local w; for w in $old; do ps -o stat= -p "$w" | grep -qv Z && return 1; done; return 0; }
+check "the workers end with a parent killed outright" eventually gone
+
 finish
