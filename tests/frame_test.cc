@@ -35,7 +35,11 @@ const std::string kUnauthorized =
     "Content-Type: text/plain\n\nUnauthorized\n";
 
 TEST(Frame, OnlyTheLevelsTheModeAdmitsLogIn) {
-  test_camera camera("insert into UserAccount values('viewer', 'pw2', 2), ('odd', 'pw7', 7)");
+  // Names and passwords keep 31 characters; 127 bytes of the credentials are read, and the password's last is the
+  // 127th.
+  const std::string name(95, 'u'), password(31, 'p');
+  test_camera camera("insert into UserAccount values('viewer', 'pw2', 2), ('odd', 'pw7', 7), ('" + name.substr(0, 31) +
+                     "', '" + password + "', 1)");
   // The Authorization header, whether levels are enforced, and whether it is admitted. Enforced, every level 0 to 3
   // with a password logs in (Frame.InTheEnforceModeOnlyTheLevelsARuleAllowsChangeTheCamera); no other level.
   // clang-format off
@@ -47,6 +51,7 @@ TEST(Frame, OnlyTheLevelsTheModeAdmitsLogIn) {
       {basic_authorization("viewer", "pw2"), false, false}, {"Basic " + std::string(5000, 'Q'), false, false},
       {basic_authorization("viewer", "pw2"), true, true}, {basic_authorization("anonymous", ""), true, false},
       {basic_authorization("odd", "pw7"), true, false}, {basic_authorization("viewer", "pw"), true, false},
+      {basic_authorization(name, password), true, true}, {basic_authorization(name + "u", password), true, false},
   };
   // clang-format on
   for (const auto& [authorization, enforce, admitted] : cases) {
@@ -86,10 +91,12 @@ TEST(Digest, ResponsesAndTheBoundedNonceCounts) {
   EXPECT_EQ(nonces->use(1, 7, mac, 4, 1000, life), verdict::forgotten);
   EXPECT_EQ(nonces->use(0, 8, mac, 1, 1000, life), verdict::forgotten);  // issued before a forgotten one
   EXPECT_EQ(nonces->use(2, 7, mac, 2, 1000, life), verdict::fresh);
+  EXPECT_EQ(nonces->use(2, 8, mac, 1, 1000, life), verdict::forgotten);  // issued at the mark its coming moves
   EXPECT_EQ(nonces->use(2000, 7, mac, 1, 1500 + life, life),
             verdict::fresh);  // all but 1000 expired: nothing forgotten
   EXPECT_EQ(nonces->use(1000, 7, mac, 2, 1500 + life, life), verdict::fresh);
-  EXPECT_EQ(nonces->forgotten_up_to_us, 1);
+  EXPECT_EQ(nonces->use(2, 9, mac, 1, 1500 + life, life), verdict::forgotten);  // at the mark, with room
+  EXPECT_EQ(nonces->forgotten_up_to_us, 2);
 }
 
 // The nonce of a Digest 401.
@@ -267,6 +274,17 @@ TEST(Digest, LoginsStaleNoncesReplaysAndWhatTheGuardCounts) {
   auto again = std::make_unique<psia::digest_nonces>();
   EXPECT_TRUE(psia::load_nonce_key(key, again.get(), &problem));
   EXPECT_EQ(std::memcmp(again->key, psia::camera_lock(camera.ctx().camera).shared().digest.key, 32), 0);
+  // Every byte of a key and of a nonce's salt (hex digits 17 to 24) is drawn: none keeps its value in ten draws.
+  std::string first, varies(40, '-');
+  for (int i = 0; i < 10; ++i) {
+    ASSERT_TRUE(psia::load_nonce_key(key + std::to_string(i), again.get(), &problem)) << problem;
+    const std::string drawn = std::string(reinterpret_cast<const char*>(again->key), 32) +
+                              nonce_of(camera.request(get_as("/PSIA/index", ""))).substr(16, 8);
+    for (size_t at = 0; at < drawn.size() && !first.empty(); ++at)
+      if (drawn[at] != first[at]) varies[at] = '+';
+    if (first.empty()) first = drawn;
+  }
+  EXPECT_EQ(varies, std::string(40, '+'));
   std::ofstream(key) << "short";
   EXPECT_FALSE(psia::load_nonce_key(key, again.get(), &problem));
   EXPECT_EQ(problem, key + " is not a key of 32 bytes");
@@ -658,6 +676,10 @@ TEST(LoginGuard, LocksOutDoublingUpToFifteenMinutes) {
     EXPECT_EQ(guard.admit(key, s.at + (s.failures > 0 ? 1 : 0)) == guard_verdict::locked_out, s.locked) << s.at;
     EXPECT_EQ(lockout, s.lockout) << s.address << " at " << s.at;
   }
+  // A full table: the slot of the address seen least recently starts clean for a new one, its count and lock-outs.
+  for (int i = 0; i < 256 * 19; ++i) guard.failed(psia::guard_key(std::to_string(i % 256).c_str()), 3000 * kSecond);
+  for (int i = 0; i < 10; ++i)
+    EXPECT_EQ(guard.failed(psia::guard_key("N"), 3061 * kSecond).lockout_us, i < 9 ? 0 : 60 * kSecond) << i;
   for (const auto& [attempts, lockout] : std::vector<std::pair<int, int>>{{0, 60}, {10, 0}}) {
     psia::login_guard off(attempts, lockout);
     for (int i = 0; i < 500; ++i) off.failed(psia::guard_key("A"), i);
