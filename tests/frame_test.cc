@@ -35,13 +35,11 @@ const std::string kUnauthorized =
     "Content-Type: text/plain\n\nUnauthorized\n";
 
 TEST(Frame, OnlyTheLevelsTheModeAdmitsLogIn) {
-  // Names and passwords keep 31 characters; 127 bytes of the credentials are read, and the password's last is the
-  // 127th.
-  const std::string name(95, 'u'), password(31, 'p');
+  const std::string name(95, 'u'), password(31, 'p');  // 127 bytes with the colon; 31 characters of each are kept
   test_camera camera("insert into UserAccount values('viewer', 'pw2', 2), ('odd', 'pw7', 7), ('" + name.substr(0, 31) +
                      "', '" + password + "', 1)");
   // The Authorization header, whether levels are enforced, and whether it is admitted. Enforced, every level 0 to 3
-  // with a password logs in (Frame.InTheEnforceModeOnlyTheLevelsARuleAllowsChangeTheCamera); no other level.
+  // with a password logs in; no other level.
   // clang-format off
   const std::tuple<std::string, bool, bool> cases[] = {
       {basic_authorization("admin", "admin"), false, true},
@@ -91,9 +89,8 @@ TEST(Digest, ResponsesAndTheBoundedNonceCounts) {
   EXPECT_EQ(nonces->use(1, 7, mac, 4, 1000, life), verdict::forgotten);
   EXPECT_EQ(nonces->use(0, 8, mac, 1, 1000, life), verdict::forgotten);  // issued before a forgotten one
   EXPECT_EQ(nonces->use(2, 7, mac, 2, 1000, life), verdict::fresh);
-  EXPECT_EQ(nonces->use(2, 8, mac, 1, 1000, life), verdict::forgotten);  // issued at the mark its coming moves
-  EXPECT_EQ(nonces->use(2000, 7, mac, 1, 1500 + life, life),
-            verdict::fresh);  // all but 1000 expired: nothing forgotten
+  EXPECT_EQ(nonces->use(2, 8, mac, 1, 1000, life), verdict::forgotten);        // issued at the mark its coming moves
+  EXPECT_EQ(nonces->use(2000, 7, mac, 1, 1500 + life, life), verdict::fresh);  // all but 1000 expired
   EXPECT_EQ(nonces->use(1000, 7, mac, 2, 1500 + life, life), verdict::fresh);
   EXPECT_EQ(nonces->use(2, 9, mac, 1, 1500 + life, life), verdict::forgotten);  // at the mark, with room
   EXPECT_EQ(nonces->forgotten_up_to_us, 2);
@@ -228,24 +225,17 @@ TEST(Digest, LoginsStaleNoncesReplaysAndWhatTheGuardCounts) {
     std::string problem;
     ASSERT_TRUE(psia::load_nonce_key(psia::nonce_key_path(camera.ctx().settings),
                                      &psia::camera_lock(camera.ctx().camera).shared().digest, &problem));
-    struct turn {
-      std::string user, password, algorithm, uri;
-      bool admitted;
-      std::string sql = "";  // run first
-    };
     const std::string kDevice = "/PSIA/System/deviceInfo";
-    const turn turns[] = {
-        {"admin", "admin", "SHA-256", "/PSIA/index", true},
-        {"operator", "operator", "SHA-256", kDevice, true},
-        {"admin", "admin", "MD5", "/PSIA/index", true},
-        {"admin", "admin", "SHA-256", "/PSIA/index", true},
+    // clang-format off
+    const struct { std::string user, password, algorithm, uri; bool admitted; std::string sql = ""; /* run first */ } turns[] = {
+        {"admin", "admin", "SHA-256", "/PSIA/index", true}, {"operator", "operator", "SHA-256", kDevice, true},
+        {"admin", "admin", "MD5", "/PSIA/index", true}, {"admin", "admin", "SHA-256", "/PSIA/index", true},
         {"operator", "admin", "SHA-256", "/PSIA/index", false},
-        {"operator", "admin", "SHA-256", "/PSIA/index", true,
-         "update UserAccount set Password='admin' where UserID='operator'"},
+        {"operator", "admin", "SHA-256", "/PSIA/index", true, "update UserAccount set Password='admin' where UserID='operator'"},
         {"admin", "admin", "SHA-256", kDevice, false, "update UserAccount set Password='changed' where UserID='admin'"},
-        {"admin", "changed", "SHA-256", kDevice, true},
-    };
-    for (const turn& t : turns) {
+        {"admin", "changed", "SHA-256", kDevice, true}};
+    // clang-format on
+    for (const auto& t : turns) {
       SCOPED_TRACE(t.user + ":" + t.password + " " + t.algorithm + " " + t.uri);
       if (!t.sql.empty()) camera.exec(t.sql);
       digest_fields f;
@@ -355,18 +345,12 @@ TEST(Frame, RulesAreTriedInOrderByPathMethodAndLevel) {
   // when cut out of the path).
   const std::string long_id(300, 'S');
   const std::string notification = long_id + "/Notifications/" + long_id;
-  const struct {
-    std::string rest_of_path;
-    const char* prefix;
-    int number;
-    std::string id, sub_id;
-  } args[] = {
-      {"bob", "/PSIA/Security/AAA/users/", 0, "", ""},
-      {"7/presets/12/goto", "/PSIA/PTZ/channels/", 12, "7", ""},
-      {"7/absolute", "/PSIA/PTZ/channels/", 7, "7", ""},
-      {long_id, "/PSIA/Custom/Event/triggers/", 0, long_id, ""},
-      {notification, "/PSIA/Custom/Event/triggers/", 0, long_id.substr(0, 255), long_id.substr(0, 255)},
-  };
+  // clang-format off
+  const struct { std::string rest_of_path; const char* prefix; int number; std::string id, sub_id; } args[] = {
+      {"bob", "/PSIA/Security/AAA/users/", 0, "", ""}, {"7/presets/12/goto", "/PSIA/PTZ/channels/", 12, "7", ""},
+      {"7/absolute", "/PSIA/PTZ/channels/", 7, "7", ""}, {long_id, "/PSIA/Custom/Event/triggers/", 0, long_id, ""},
+      {notification, "/PSIA/Custom/Event/triggers/", 0, long_id.substr(0, 255), long_id.substr(0, 255)}};
+  // clang-format on
   for (const auto& a : args) {
     SCOPED_TRACE(a.rest_of_path);
     const std::string path = a.prefix + a.rest_of_path;  // the arguments point into it
@@ -424,12 +408,9 @@ TEST(Frame, InTheEnforceModeOnlyTheLevelsARuleAllowsChangeTheCamera) {
       {"/PSIA/PTZ/channels/1/presets/1", "-111-"}, {"/PSIA/PTZ/channels/1/presets/1/goto", "-111-"},
       {"/PSIA/PTZ/channels/1/presets", "-111-"}, {"/PSIA/PTZ/channels/1", "-111-"}, {"/PSIA/PTZ/channels", "-111-"},
   };
-  // clang-format on
   const char* const methods[] = {"GET", "PUT", "POST", "DELETE", "PATCH"};
-  const char* const accounts[][2] = {{"admin", "admin"},
-                                     {"operator", "operator"},
-                                     {"guest", "guest"},
-                                     {"watcher", "w"}};
+  const char* const accounts[][2] = {{"admin", "admin"}, {"operator", "operator"}, {"guest", "guest"}, {"watcher", "w"}};
+  // clang-format on
   for (const auto& [path, levels] : paths) {
     test_camera camera("update Spec2 set PTZSupport=2");
     camera.ctx().settings.levels = psia::access_levels::enforce;
@@ -616,24 +597,16 @@ TEST(Executable, ServesOneRequestAsACgiProgram) {
                                     "HTTP_AUTHORIZATION=" + (user.empty() ? "" : basic_authorization(user, password))};
   };
   const std::string kOnce = "PSIA_LOGIN_ATTEMPTS=1";
-  const struct {
-    const char* setting;
-    std::vector<std::vector<std::string>> runs;
-    const char* shows;
-  } settings[] = {
+  // clang-format off
+  const struct { const char* setting; std::vector<std::vector<std::string>> runs; const char* shows; } settings[] = {
       {"PSIA_AUTH_SCHEMES=digest", {run("/PSIA/index", "", "", "192.0.2.1")}, "WWW-Authenticate: Digest"},
       {"PSIA_ACCESS_LEVELS=enforce", {run("/PSIA/index", "operator", "operator", "192.0.2.1")}, "<ResourceList"},
       {"HOSTNAME=hall-camera", {run("/PSIA/System/deviceInfo", "admin", "admin", "192.0.2.1")}, ">hall-camera<"},
-      {kOnce.c_str(),
-       {run("/PSIA/index", "admin", "x", "192.0.2.1"), run("/PSIA/index", "admin", "admin", "192.0.2.1")},
-       "Status: 401"},
-      {"PSIA_LOGIN_LOCKOUT=0",
-       {run("/PSIA/index", "admin", "x", "192.0.2.1", kOnce), run("/PSIA/index", "admin", "admin", "192.0.2.1", kOnce)},
-       "<ResourceList"},
-      {"PSIA_LOGIN_BUDGET=1",
-       {run("/PSIA/index", "admin", "x", "192.0.2.1"), run("/PSIA/index", "admin", "admin", "192.0.2.2")},
-       "Status: 401"},
+      {kOnce.c_str(), {run("/PSIA/index", "admin", "x", "192.0.2.1"), run("/PSIA/index", "admin", "admin", "192.0.2.1")}, "Status: 401"},
+      {"PSIA_LOGIN_LOCKOUT=0", {run("/PSIA/index", "admin", "x", "192.0.2.1", kOnce), run("/PSIA/index", "admin", "admin", "192.0.2.1", kOnce)}, "<ResourceList"},
+      {"PSIA_LOGIN_BUDGET=1", {run("/PSIA/index", "admin", "x", "192.0.2.1"), run("/PSIA/index", "admin", "admin", "192.0.2.2")}, "Status: 401"},
   };
+  // clang-format on
   for (const auto& s : settings) {
     for (bool set : {true, false}) {
       test_camera fresh("delete from Network");  // no stored device name
@@ -955,18 +928,17 @@ TEST(Audit, TheExecutableWritesToTheSystemLogger) {
 TEST(Workers, TwoProcessesAreOneCamera) {
   test_camera camera("update Spec2 set PTZSupport=2");
   std::unique_ptr<psia::request_context> other = camera.another_worker();
-  auto through = [&camera](psia::request_context& worker, test_request r) { return camera.request(worker, r); };
   const std::string time = "/PSIA/System/time", absolute = "/PSIA/PTZ/channels/0/absolute";
   const std::string seen = "<localTime>2011-05-12T11:20:30</localTime><timeZone>CET-1</timeZone>";
   EXPECT_EQ(camera.put(time, "<Time><timeMode>NTP</timeMode><timeZone>CET-1</timeZone></Time>"),
             status_answer(time, 1));
-  EXPECT_NE(through(*other, {"GET", time}).find(seen), std::string::npos);
+  EXPECT_NE(camera.request(*other, {"GET", time}).find(seen), std::string::npos);
 
   const char* position =
       "<PTZData><azimuth>90</azimuth><elevation>10</elevation><absolutezoom>50</absolutezoom></PTZData>";
   size_t before = camera.commands().size();
   camera.put(absolute, position);
-  through(*other, {"PUT", absolute, position});  // the position is the camera's: not sent again
+  camera.request(*other, {"PUT", absolute, position});  // the position is the camera's: not sent again
   std::vector<std::string> sent = camera.commands();
   EXPECT_EQ(std::vector<std::string>(sent.begin() + static_cast<long>(before), sent.end()),
             (std::vector<std::string>{"63 frame=E50100CF7F254429682E", "63 frame=E50100CD0005CB83"}));
@@ -1010,7 +982,7 @@ TEST(Workers, TwoProcessesAreOneCamera) {
   close(ready[0]);
   close(ready[1]);
   start = camera.clock().now_us;
-  EXPECT_NE(through(*other, {"GET", time}).find("<timeZone>CET-1</timeZone>"), std::string::npos);
+  EXPECT_NE(camera.request(*other, {"GET", time}).find("<timeZone>CET-1</timeZone>"), std::string::npos);
   EXPECT_EQ(camera.clock().now_us, start);  // no wait
   const std::string stayed_locked = "PSIA: the shared camera state stayed locked: this request uses its own\n";
   EXPECT_EQ(camera.errors(), stayed_locked + stayed_locked);
@@ -1021,7 +993,7 @@ TEST(Workers, TwoProcessesAreOneCamera) {
   EXPECT_EQ(pwrite(fd, &layout, sizeof layout, offsetof(psia::camera_region, layout)), 4);
   close(fd);
   std::unique_ptr<psia::request_context> third = camera.another_worker();
-  EXPECT_EQ(through(*third, {"GET", time}).find("<timeZone>CET-1</timeZone>"), std::string::npos);
+  EXPECT_EQ(camera.request(*third, {"GET", time}).find("<timeZone>CET-1</timeZone>"), std::string::npos);
   EXPECT_EQ(login(*third, "admin"), document_answer(golden("index.xml")));
   const std::string bytes = file_text(region);
   uint32_t now_layout = 0;
