@@ -222,7 +222,9 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
          EXPECT_FALSE(fs::exists(c.path(std::string(kTransfer) + "psia_firmware.dat.part")));
        }},
       // A replaced database is read, or refused until repaired.
-      {"the database replaced by a rename", renamed_database, "GET", kDeviceInfo, "", "<deviceName>replaced</deviceName>", 0, nullptr,
+      {"the database replaced by a rename", renamed_database, "GET", kDeviceInfo, "", "<deviceName>replaced</deviceName>", 0,
+       [](test_camera& c) {  // adopted once: the next request keeps its statements
+         size_t kept = c.ctx().store.cached_statements(); c.get("/PSIA/index"); EXPECT_EQ(c.ctx().store.cached_statements(), kept); },
        {"PUT", kDeviceInfo, kDeviceBody}, "<statusCode>1<"},
       {"an empty file renamed over the database, then a good one", empty_database, "GET", kDeviceInfo, "", "Status: 401",
        0, refused_until([](const std::string& db) { fs::rename(db + ".good", db); })},

@@ -37,9 +37,11 @@ const std::string kUnauthorized =
     "Content-Type: text/plain\n\nUnauthorized\n";
 
 TEST(Frame, OnlyTheLevelsTheModeAdmitsLogIn) {
-  test_camera camera("insert into UserAccount values('viewer', 'pw2', 2), ('odd', 'pw7', 7)");
+  const std::string name(95, 'u'), password(31, 'p');  // 127 bytes with the colon; 31 characters of each are kept
+  test_camera camera("insert into UserAccount values('viewer', 'pw2', 2), ('odd', 'pw7', 7), ('" + name.substr(0, 31) +
+                     "', '" + password + "', 1)");
   // The Authorization header, whether levels are enforced, and whether it is admitted. Enforced, every level 0 to 3
-  // with a password logs in (Frame.InTheEnforceModeOnlyTheLevelsARuleAllowsChangeTheCamera); no other level.
+  // with a password logs in; no other level.
   // clang-format off
   const std::tuple<std::string, bool, bool> cases[] = {
       {basic_authorization("admin", "admin"), false, true},
@@ -49,6 +51,7 @@ TEST(Frame, OnlyTheLevelsTheModeAdmitsLogIn) {
       {basic_authorization("viewer", "pw2"), false, false}, {"Basic " + std::string(5000, 'Q'), false, false},
       {basic_authorization("viewer", "pw2"), true, true}, {basic_authorization("anonymous", ""), true, false},
       {basic_authorization("odd", "pw7"), true, false}, {basic_authorization("viewer", "pw"), true, false},
+      {basic_authorization(name, password), true, true}, {basic_authorization(name + "u", password), true, false},
   };
   // clang-format on
   for (const auto& [authorization, enforce, admitted] : cases) {
@@ -88,10 +91,11 @@ TEST(Digest, ResponsesAndTheBoundedNonceCounts) {
   EXPECT_EQ(nonces->use(1, 7, mac, 4, 1000, life), verdict::forgotten);
   EXPECT_EQ(nonces->use(0, 8, mac, 1, 1000, life), verdict::forgotten);  // issued before a forgotten one
   EXPECT_EQ(nonces->use(2, 7, mac, 2, 1000, life), verdict::fresh);
-  EXPECT_EQ(nonces->use(2000, 7, mac, 1, 1500 + life, life),
-            verdict::fresh);  // all but 1000 expired: nothing forgotten
+  EXPECT_EQ(nonces->use(2, 8, mac, 1, 1000, life), verdict::forgotten);        // issued at the mark its coming moves
+  EXPECT_EQ(nonces->use(2000, 7, mac, 1, 1500 + life, life), verdict::fresh);  // all but 1000 expired
   EXPECT_EQ(nonces->use(1000, 7, mac, 2, 1500 + life, life), verdict::fresh);
-  EXPECT_EQ(nonces->forgotten_up_to_us, 1);
+  EXPECT_EQ(nonces->use(2, 9, mac, 1, 1500 + life, life), verdict::forgotten);  // at the mark, with room
+  EXPECT_EQ(nonces->forgotten_up_to_us, 2);
 }
 
 // The nonce of a Digest 401.
@@ -219,24 +223,17 @@ TEST(Digest, LoginsStaleNoncesReplaysAndWhatTheGuardCounts) {
     // after a password changes in the database, only the new one is.
     test_camera camera;
     use_modes(camera, auth_schemes::digest, access_levels::enforce);
-    struct turn {
-      std::string user, password, algorithm, uri;
-      bool admitted;
-      std::string sql = "";  // run first
-    };
     const std::string kDevice = "/PSIA/System/deviceInfo";
-    const turn turns[] = {
-        {"admin", "admin", "SHA-256", "/PSIA/index", true},
-        {"operator", "operator", "SHA-256", kDevice, true},
-        {"admin", "admin", "MD5", "/PSIA/index", true},
-        {"admin", "admin", "SHA-256", "/PSIA/index", true},
+    // clang-format off
+    const struct { std::string user, password, algorithm, uri; bool admitted; std::string sql = ""; /* run first */ } turns[] = {
+        {"admin", "admin", "SHA-256", "/PSIA/index", true}, {"operator", "operator", "SHA-256", kDevice, true},
+        {"admin", "admin", "MD5", "/PSIA/index", true}, {"admin", "admin", "SHA-256", "/PSIA/index", true},
         {"operator", "admin", "SHA-256", "/PSIA/index", false},
-        {"operator", "admin", "SHA-256", "/PSIA/index", true,
-         "update UserAccount set Password='admin' where UserID='operator'"},
+        {"operator", "admin", "SHA-256", "/PSIA/index", true, "update UserAccount set Password='admin' where UserID='operator'"},
         {"admin", "admin", "SHA-256", kDevice, false, "update UserAccount set Password='changed' where UserID='admin'"},
-        {"admin", "changed", "SHA-256", kDevice, true},
-    };
-    for (const turn& t : turns) {
+        {"admin", "changed", "SHA-256", kDevice, true}};
+    // clang-format on
+    for (const auto& t : turns) {
       SCOPED_TRACE(t.user + ":" + t.password + " " + t.algorithm + " " + t.uri);
       if (!t.sql.empty()) camera.exec(t.sql);
       digest_fields f;
@@ -263,6 +260,17 @@ TEST(Digest, LoginsStaleNoncesReplaysAndWhatTheGuardCounts) {
   auto again = std::make_unique<psia::digest_nonces>();
   EXPECT_TRUE(psia::load_nonce_key(key, again.get(), &problem));
   EXPECT_EQ(std::memcmp(again->key, psia::camera_lock(camera.ctx().camera).shared().digest.key, 32), 0);
+  // Every byte of a key and of a nonce's salt (hex digits 17 to 24) is drawn: none keeps its value in ten draws.
+  std::string first, varies(40, '-');
+  for (int i = 0; i < 10; ++i) {
+    ASSERT_TRUE(psia::load_nonce_key(key + std::to_string(i), again.get(), &problem)) << problem;
+    const std::string drawn = std::string(reinterpret_cast<const char*>(again->key), 32) +
+                              nonce_of(camera.request(get_as("/PSIA/index", ""))).substr(16, 8);
+    for (size_t at = 0; at < drawn.size() && !first.empty(); ++at)
+      if (drawn[at] != first[at]) varies[at] = '+';
+    if (first.empty()) first = drawn;
+  }
+  EXPECT_EQ(varies, std::string(40, '+'));
   std::ofstream(key) << "short";
   EXPECT_FALSE(psia::load_nonce_key(key, again.get(), &problem));
   EXPECT_EQ(problem, key + " is not a key of 32 bytes");
@@ -337,8 +345,7 @@ TEST(Frame, RulesAreTriedInOrderByPathMethodAndLevel) {
   const struct { std::string rest_of_path; const char* prefix; int number; std::string id, sub_id; } args[] = {
       {"bob", "/PSIA/Security/AAA/users/", 0, "", ""}, {"7/presets/12/goto", "/PSIA/PTZ/channels/", 12, "7", ""},
       {"7/absolute", "/PSIA/PTZ/channels/", 7, "7", ""}, {long_id, "/PSIA/Custom/Event/triggers/", 0, long_id, ""},
-      {notification, "/PSIA/Custom/Event/triggers/", 0, long_id.substr(0, 255), long_id.substr(0, 255)},
-  };
+      {notification, "/PSIA/Custom/Event/triggers/", 0, long_id.substr(0, 255), long_id.substr(0, 255)}};
   // clang-format on
   for (const auto& a : args) {
     SCOPED_TRACE(a.rest_of_path);
@@ -397,12 +404,9 @@ TEST(Frame, InTheEnforceModeOnlyTheLevelsARuleAllowsChangeTheCamera) {
       {"/PSIA/PTZ/channels/1/presets/1", "-111-"}, {"/PSIA/PTZ/channels/1/presets/1/goto", "-111-"},
       {"/PSIA/PTZ/channels/1/presets", "-111-"}, {"/PSIA/PTZ/channels/1", "-111-"}, {"/PSIA/PTZ/channels", "-111-"},
   };
-  // clang-format on
   const char* const methods[] = {"GET", "PUT", "POST", "DELETE", "PATCH"};
-  const char* const accounts[][2] = {{"admin", "admin"},
-                                     {"operator", "operator"},
-                                     {"guest", "guest"},
-                                     {"watcher", "w"}};
+  const char* const accounts[][2] = {{"admin", "admin"}, {"operator", "operator"}, {"guest", "guest"}, {"watcher", "w"}};
+  // clang-format on
   for (const auto& [path, levels] : paths) {
     test_camera camera("update Spec2 set PTZSupport=2");
     camera.ctx().settings.levels = psia::access_levels::enforce;
@@ -655,6 +659,10 @@ TEST(LoginGuard, LocksOutDoublingUpToFifteenMinutes) {
     EXPECT_EQ(guard.admit(key, s.at + (s.failures > 0 ? 1 : 0)) == guard_verdict::locked_out, s.locked) << s.at;
     EXPECT_EQ(lockout, s.lockout) << s.address << " at " << s.at;
   }
+  // A full table: the slot of the address seen least recently starts clean for a new one, its count and lock-outs.
+  for (int i = 0; i < 256 * 19; ++i) guard.failed(psia::guard_key(std::to_string(i % 256).c_str()), 3000 * kSecond);
+  for (int i = 0; i < 10; ++i)
+    EXPECT_EQ(guard.failed(psia::guard_key("N"), 3061 * kSecond).lockout_us, i < 9 ? 0 : 60 * kSecond) << i;
   for (const auto& [attempts, lockout] : std::vector<std::pair<int, int>>{{0, 60}, {10, 0}}) {
     psia::login_guard off(attempts, lockout);
     for (int i = 0; i < 500; ++i) off.failed(psia::guard_key("A"), i);
@@ -925,18 +933,17 @@ TEST(Audit, TheExecutableWritesToTheSystemLogger) {
 TEST(Workers, TwoProcessesAreOneCamera) {
   test_camera camera("update Spec2 set PTZSupport=2");
   std::unique_ptr<psia::request_context> other = camera.another_worker();
-  auto through = [&camera](psia::request_context& worker, test_request r) { return camera.request(worker, r); };
   const std::string time = "/PSIA/System/time", absolute = "/PSIA/PTZ/channels/0/absolute";
   const std::string seen = "<localTime>2011-05-12T11:20:30</localTime><timeZone>CET-1</timeZone>";
   EXPECT_EQ(camera.put(time, "<Time><timeMode>NTP</timeMode><timeZone>CET-1</timeZone></Time>"),
             status_answer(time, 1));
-  EXPECT_NE(through(*other, {"GET", time}).find(seen), std::string::npos);
+  EXPECT_NE(camera.request(*other, {"GET", time}).find(seen), std::string::npos);
 
   const char* position =
       "<PTZData><azimuth>90</azimuth><elevation>10</elevation><absolutezoom>50</absolutezoom></PTZData>";
   size_t before = camera.commands().size();
   camera.put(absolute, position);
-  through(*other, {"PUT", absolute, position});  // the position is the camera's: not sent again
+  camera.request(*other, {"PUT", absolute, position});  // the position is the camera's: not sent again
   std::vector<std::string> sent = camera.commands();
   EXPECT_EQ(std::vector<std::string>(sent.begin() + static_cast<long>(before), sent.end()),
             (std::vector<std::string>{"63 frame=E50100CF7F254429682E", "63 frame=E50100CD0005CB83"}));
@@ -980,14 +987,14 @@ TEST(Workers, TwoProcessesAreOneCamera) {
   close(ready[0]);
   close(ready[1]);
   start = camera.clock().now_us;
-  EXPECT_NE(through(*other, {"GET", time}).find("<timeZone>CET-1</timeZone>"), std::string::npos);
+  EXPECT_NE(camera.request(*other, {"GET", time}).find("<timeZone>CET-1</timeZone>"), std::string::npos);
   EXPECT_EQ(camera.clock().now_us, start);  // no wait
   const std::string stayed_locked = "PSIA: the shared camera state stayed locked: this request uses its own\n";
   EXPECT_EQ(camera.errors(), stayed_locked + stayed_locked);
   // A reset starts the zone generation again: a worker that had seen a later one applies the next change.
   other->camera.reset(psia::camera_state(10, 60, 100));
   EXPECT_EQ(camera.put(time, "<Time><timeZone>JST-9</timeZone></Time>"), status_answer(time, 1));
-  through(*other, {"GET", time});
+  camera.request(*other, {"GET", time});
   EXPECT_STREQ(other->camera.applied_zone(), "JST-9");
 
   // Another build's region (its layout word differs): the state starts afresh, in the current layout.
@@ -996,7 +1003,7 @@ TEST(Workers, TwoProcessesAreOneCamera) {
   EXPECT_EQ(pwrite(fd, &layout, sizeof layout, offsetof(psia::camera_region, layout)), 4);
   close(fd);
   std::unique_ptr<psia::request_context> third = camera.another_worker();
-  EXPECT_EQ(through(*third, {"GET", time}).find("<timeZone>CET-1</timeZone>"), std::string::npos);
+  EXPECT_EQ(camera.request(*third, {"GET", time}).find("<timeZone>CET-1</timeZone>"), std::string::npos);
   EXPECT_EQ(login(*third, "admin"), document_answer(golden("index.xml")));
   const std::string bytes = file_text(region);
   uint32_t now_layout = 0;

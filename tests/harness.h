@@ -1,6 +1,5 @@
 // The request-level harness: a camera made fresh for each test (its own root, database and control daemon simulator)
 // served in this process through the responder's own request entry, the one the fuzz targets use.
-//
 // Time is the test's: the camera's clock reads 2011-05-12T10:20:30 UTC, and every wait (the busy handler, the control
 // daemon) advances a virtual clock and serves the simulator instead of sleeping.
 #ifndef PSIA_TESTS_HARNESS_H

@@ -175,7 +175,7 @@ TEST(Media, StreamingChannelUpdates) {
       // The body's id names the stream; the path's does not. Everything the body leaves out is written at its default
       // (GOP size kept).
       put(kMaster, "<StreamingChannel><id>2</id></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15").leaves(kAudio, "0|2").leaves("select RTSPPort from Services", "554"),
-      put(kMaster, "<StreamingChannel><id>slave-0x</id><enabled>TRUE</enabled></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15"),
+      put(kMaster, "<StreamingChannel><id>slave-0x</id><enabled>TRUE</enabled><Video><maxFrameRate>500</maxFrameRate></Video></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|5|15"),
       audio_update("<enabled>true</enabled><audioCompressionType>G.711alaw</audioCompressionType>", "0|1"),
       audio_update("<enabled>1</enabled><audioCompressionType>G.726</audioCompressionType><audioBitRate>32</audioBitRate>", "1|3"),
       audio_update("<audioCompressionType>G.726</audioCompressionType><audioBitRate>33</audioBitRate>", "0|2"),

@@ -327,6 +327,8 @@ TEST(Network, DocumentsShowTheLiveInterfaceAndUpdatesAreAppliedInTheirSteps) {
     EXPECT_EQ(camera.errors(), "Do not support /proc file system?\n");
   }
   const char* secondary = "<SecondaryDNS><ipAddress>10.9.0.54</ipAddress></SecondaryDNS>";
+  const std::string over = std::string(40, '9'), address = "<ipAddress>" + over + "</ipAddress>",
+                    cut = "|" + over.substr(0, 31);
   // clang-format off
   run_cases({
       get(kIp).answers(document_answer(golden("ip_address.xml"))),
@@ -335,6 +337,8 @@ TEST(Network, DocumentsShowTheLiveInterfaceAndUpdatesAreAppliedInTheirSteps) {
       get("/PSIA/System/Network/interfaces/eth0/discovery").answers(document_answer(golden("discovery.xml"))),
       put("/PSIA/System/Network/interfaces/eth0/discovery", "<Discovery/>").answers(1),
       put(kIp, static_body(secondary)).after("update Network set ConnectionType=1").answers(1).sends({"41", "42"}).leaves(kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|10.9.0.54"),
+      // Each address is cut to 31 characters.
+      put(kIp, "<IPAddress><addressingType>static</addressingType>" + address + "<subnetMask>" + over + "</subnetMask><DefaultGateway>" + address + "</DefaultGateway><PrimaryDNS>" + address + "</PrimaryDNS><SecondaryDNS>" + address + "</SecondaryDNS></IPAddress>").answers(1).sends({"41", "42"}).leaves(kRow, "0" + cut + cut + cut + cut + cut),
       // Without a secondary server the stored one stays.
       put(kIp, static_body("")).answers(1).sends({"41", "42"}).leaves(kRow, "0|10.9.8.7|255.255.0.0|10.9.0.1|10.9.0.53|8.8.8.8"),
       // DHCP (or any type but static) stores only the mode.
