@@ -84,6 +84,7 @@ TEST(Media, StreamingChannelDocuments) {
       get("/PSIA/Streaming/channels/2/capabilities").answers(document_answer(golden("streaming_capabilities.xml"))),
       get(kChannels).after(kStreamsOff).answers(3),
       get(kSlave).after(kStreamsOff).answers(3),
+      get(kMaster).after("update VideoStream set Enable=0").holds({"</channelName>    <enabled>false<", "<Video>    <enabled>false<"}),
       get("/PSIA/Streaming/channels/1/capabilities").after(kStreamsOff).answers(3),
       // No rows: the camera's defaults, with each document's own default mains frequency.
       get(kSlave).after(kNoRows).holds({"<channelName>Slave stream", "H.264", "<videoResolutionWidth>704<", "<videoResolutionHeight>480<",

@@ -75,8 +75,7 @@ TEST(Parsers, Base64CredentialsDottedQuadsContentLengthsAndLines) {
 }
 
 TEST(Bounds, TheTextBufferKeepsExactlyWhatWasFormattedAndCopiesKeepSizeMinusOne) {
-  // Lengths around the step, each appended to a buffer already holding `before` bytes (2048: grown to hold exactly
-  // them, the terminator in the spare byte): the room filled exactly, by one more, and far beyond.
+  // Lengths around the step after `before` bytes (2048: the terminator in the spare byte): exact, one more, far more.
   for (size_t before : {0, 1, 1000, 2048}) {
     for (size_t size : {1023, 1024, 1025, 2048, 5000}) {
       text_buffer doc;
@@ -89,6 +88,7 @@ TEST(Bounds, TheTextBufferKeepsExactlyWhatWasFormattedAndCopiesKeepSizeMinusOne)
     }
   }
   text_buffer doc;
+  EXPECT_STREQ(doc.data(), "");
   doc.appendf("<q>%s</q>", "50%%%s%n");  // a percent sign in data is never re-read
   doc.append("%d");
   EXPECT_EQ(std::string(doc.data()), "<q>50%%%s%n</q>%d");
@@ -111,8 +111,7 @@ TEST(Bounds, TheTextBufferKeepsExactlyWhatWasFormattedAndCopiesKeepSizeMinusOne)
 
 TEST(TimeZones, ChecksTheGrammarTheZoneFilesLastLineAndTheTable) {
   // clang-format off
-  // Zones accepted, and zones refused for a fault in each part: the names, the offsets, a rule's date or time (form
-  // and range), what follows the rules.
+  // Zones accepted, and refused for a fault in each part: names, offsets, a rule's date or time, what follows.
   const std::pair<bool, std::vector<const char*>> zones[] = {
       {true, {"", "UTC0", "NPT-5:45", "EST+5EDT+4:00:00,J60/2,300/1:30:59", "AMT4AMST,M11.1.0/0,M2.5.0/0", "EST5EDT",
               "EST5EDT,M3.5.0,M10.5.6/23:59:59", "EST5EDT,J365,0"}},

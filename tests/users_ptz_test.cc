@@ -31,7 +31,7 @@ TEST(Users, DocumentsAndChanges) {
       put(kUsers + "/Anonymous", "<User><password>x</password></User>").answers_nothing().leaves(kAccounts, kSeededAccounts),
       put(kUsers, "<UserList><User><userName>guest</userName><password>g2</password></User><User><userName>anonymous</userName>"
                   "<password>a</password></User><User><userName>operator</userName></User></UserList>").answers(1).sends({"94"}).leaves(kAccounts, "admin|admin|0\nanonymous||3\noperator|operator|1\nguest|g2|2"),
-      put(kUsers, "<UserList><User><userName>anonymous</userName><password>a</password></User></UserList>").answers_nothing().leaves(kAccounts, kSeededAccounts),
+      put(kUsers, "<UserList><User><userName>anonymous</userName><password>a</password></User><Account><userName>guest</userName><password>x</password></Account></UserList>").answers_nothing().leaves(kAccounts, kSeededAccounts),
       del(kUsers + "/admin").answers_nothing().leaves(kAccounts, kSeededAccounts),
       del(kUsers + "/ANONYMOUS").answers_nothing(),
       del(kUsers + "/guest").answers(1).sends({"94"}).leaves(kAccounts, "admin|admin|0\nanonymous||3\noperator|operator|1"),
