@@ -214,7 +214,10 @@ narrow_objects=$(find "$build_dir" -name '*.o' -path '*/CMakeFiles/*' -print0 |
                  narrow_calls | xargs)
 responder_calls=$(arm-linux-gnueabihf-nm -D -u "$build_dir/psia-responder" | awk '{print $NF}')
 narrow_linked=$(narrow_calls <<<"$responder_calls" | xargs)
-wide_calls=$(sed 's/@.*//' <<<"$responder_calls" | grep -E '64' | sort -u | xargs)
+# Only the C library's: other libraries' names may hold a 64 of their own
+# (sqlite3_bind_int64).
+wide_calls=$(sed 's/@.*//' <<<"$responder_calls" | grep -E '64' | grep -xF -f <(echo "$libc_symbols") |
+             sort -u | xargs)
 
 # Type sizes as the build compiles them: a probe with the definitions CMake
 # gives the responder's sources, run under qemu-arm.
