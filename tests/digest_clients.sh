@@ -1,24 +1,43 @@
 #!/usr/bin/env bash
 # Real clients end to end in each PSIA_AUTH_SCHEMES mode: curl --digest, curl --anyauth and Python's requests
-# (HTTPDigestAuth), GET and PUT with a body, through lighttpd over FastCGI and over TLS; a viewer account (guest,
-# level 2) reads documents and is refused a change where levels are enforced. (Digest across CGI processes:
-# Executable.ServesOneRequestAsACgiProgram.)
+# (HTTPDigestAuth), GET and PUT with a body, through lighttpd over FastCGI, as CGI and over TLS; a viewer account
+# (guest, level 2) reads documents and is refused a change where levels are enforced.
 # Usage: tests/digest_clients.sh BUILD_DIR
 set -euo pipefail
 cd "$(dirname "$0")/.."
 if [ "${1:-}" != --inside ]; then
   build=$(cd "$1" && pwd)
-  # Two ports a run (plain, TLS), apart from the range of --port auto.
-  port=$((40000 + $$ % 8000 * 2))
+  # Three ports a run (plain, TLS, CGI), apart from the range of --port auto.
+  port=$((40000 + $$ % 8000 * 3))
   for mode in basic:admin-only digest:enforce digest,basic:enforce; do
     PSIA_AUTH_SCHEMES=${mode%%:*} PSIA_ACCESS_LEVELS=${mode#*:} scripts/demo.sh --build-dir "$build" --port "$port" \
-      --tls --run "tests/digest_clients.sh --inside"
+      --tls --run "tests/digest_clients.sh --inside $build"
   done
   exit 0
 fi
+build=$2
 mode=$PSIA_AUTH_SCHEMES
 run=$PSIA_DEMO_RUN
 . tests/checks.sh
+
+# The same responder as a CGI program, behind a second lighttpd.
+cgi_port=$((${PSIA_BASE_URL##*:} + 2))
+cat > "$run/cgi.conf" <<CONF
+server.modules = ("mod_alias", "mod_cgi", "mod_setenv")
+server.bind = "127.0.0.1"
+server.port = $cgi_port
+server.document-root = "$run/htdocs"
+server.errorlog = "$run/cgi-error.log"
+alias.url = ("/PSIA" => "$build/psia-responder")
+cgi.assign = ("" => "")
+setenv.add-environment = ("PSIA_ROOT" => "$PSIA_DEMO_ROOT", "PSIA_REQUEST_QUEUE_KEY" => "$PSIA_REQUEST_QUEUE_KEY",
+  "PSIA_REPLY_QUEUE_KEY" => "$PSIA_REPLY_QUEUE_KEY", "PSIA_AUTH_SCHEMES" => "$mode",
+  "PSIA_ACCESS_LEVELS" => "$PSIA_ACCESS_LEVELS")
+CONF
+lighttpd -D -f "$run/cgi.conf" &
+cgi_pid=$!
+trap 'kill $cgi_pid 2>/dev/null || true; wait $cgi_pid 2>/dev/null || true' EXIT
+for _ in $(seq 50); do curl -s -o /dev/null "http://127.0.0.1:$cgi_port/" && break; sleep 0.1; done
 
 # What a client got: the HTTP status of a GET, or the ResponseStatus code of a PUT (else the HTTP status).
 outcome() {  # outcome BODY-FILE HTTP-STATUS
@@ -58,8 +77,8 @@ expect() {  # expect WHAT EXPECTED CLIENT ARGS...
 
 zone() { sqlite3 "$PSIA_DEMO_ROOT/usr/local/korvia/kkorvia.db" "select TimeZone from DateTime"; }
 
-declare -A bases=([FastCGI]=$PSIA_BASE_URL [TLS]=https://127.0.0.1:$PSIA_TLS_PORT)
-for way in FastCGI TLS; do
+declare -A bases=([FastCGI]=$PSIA_BASE_URL [CGI]=http://127.0.0.1:$cgi_port [TLS]=https://127.0.0.1:$PSIA_TLS_PORT)
+for way in FastCGI CGI TLS; do
   base=${bases[$way]}
   digest=200 basic=200 viewer_get=401 viewer_put=401 python=200
   case $mode in
