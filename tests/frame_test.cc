@@ -45,8 +45,7 @@ TEST(Frame, OnlyTheLevelsTheModeAdmitsLogIn) {
       {"", false, false}, {"Basic", false, false},  // too short to hold any
       {basic_authorization("admin", "wrong"), false, false}, {basic_authorization("ADMIN", "admin"), false, false},  // names are exact
       {basic_authorization("viewer", "pw2"), false, false}, {"Basic " + std::string(5000, 'Q'), false, false},
-      {basic_authorization("viewer", "pw2"), true, true}, {basic_authorization("anonymous", ""), true, false},
-      {basic_authorization("odd", "pw7"), true, false}, {basic_authorization("viewer", "pw"), true, false},
+      {basic_authorization("anonymous", ""), true, false}, {basic_authorization("odd", "pw7"), true, false},
       {basic_authorization(name, password), true, true}, {basic_authorization(name + "u", password), true, false},
   };
   // clang-format on
@@ -89,16 +88,16 @@ TEST(Digest, ResponsesAndTheBoundedNonceCounts) {
   EXPECT_EQ(nonces->forgotten_up_to_us, 2);
 }
 
-// The nonce of a Digest 401.
 std::string nonce_of(const std::string& answer) {
   size_t at = answer.find("nonce=\"");
   return at == std::string::npos ? "" : answer.substr(at + 7, answer.find('"', at + 7) - at - 7);
 }
 
+// What a client's Digest header is made of, in the order rows give them (extra: the header's last parameters; nonce
+// "forged": the challenge's with another MAC, after the right one when twice).
 struct digest_fields {
-  std::string user = "admin", password = "admin", algorithm = "SHA-256", uri = "/PSIA/index", nc = "00000001",
-              extra = ", qop=auth";
-  std::string nonce;  // "forged": the challenge's with another MAC (after the right one when twice)
+  std::string user = "admin", password = "admin", algorithm = "SHA-256", uri = "/PSIA/index", extra = ", qop=auth",
+              nonce;
 };
 
 std::string digest_authorization(const digest_fields& f, const std::string& nonce) {
@@ -106,11 +105,11 @@ std::string digest_authorization(const digest_fields& f, const std::string& nonc
   std::string user = f.user;  // a quoted string's escapes (\x is x) are not the name's
   user.erase(std::remove(user.begin(), user.end(), '\\'), user.end());
   psia::digest_response(f.algorithm == "SHA-256" ? psia::digest_algorithm::sha256 : psia::digest_algorithm::md5,
-                        user.c_str(), f.password.c_str(), psia::kRealm, "GET", f.uri.c_str(), nonce.c_str(),
-                        f.nc.c_str(), "0a4f113b", response);
+                        user.c_str(), f.password.c_str(), psia::kRealm, "GET", f.uri.c_str(), nonce.c_str(), "00000001",
+                        "0a4f113b", response);
   return "Digest username=\"" + f.user + "\", realm=\"" + psia::kRealm + "\", nonce=\"" + nonce + "\", uri=\"" + f.uri +
          "\"" + (f.algorithm.empty() ? "" : ", algorithm=" + f.algorithm) + ", response=\"" + response +
-         "\", nc=" + f.nc + ", cnonce=\"0a4f113b\"" + f.extra;
+         "\", nc=00000001, cnonce=\"0a4f113b\"" + f.extra;
 }
 
 // The camera in these modes, with the Digest key that start-up loads when they take Digest.
@@ -137,36 +136,31 @@ TEST(Digest, LoginsStaleNoncesReplaysAndWhatTheGuardCounts) {
     std::string audit; auth_schemes schemes = auth_schemes::digest; access_levels levels = access_levels::admin_only;
     std::string header; bool twice = false;
   };
-  // The default fields with `member` set to `value` (and a second one).
-  using field = std::string digest_fields::*;
-  auto but = [](field member, std::string value, field other = nullptr, std::string second = "") {
-    digest_fields f;
-    f.*member = std::move(value);
-    if (other != nullptr) f.*other = std::move(second);
-    return f;
-  };
-  const digest_fields md5 = but(&digest_fields::algorithm, "MD5"), wrong = but(&digest_fields::password, "guess"),
-                      forged = but(&digest_fields::nonce, "forged"),
-                      operator_account = but(&digest_fields::user, "operator", &digest_fields::password, "operator");
+  const digest_fields md5{"admin", "admin", "MD5"}, wrong{"admin", "guess"}, operator_account{"operator", "operator"},
+                      forged{"admin", "admin", "SHA-256", "/PSIA/index", ", qop=auth", "forged"};
   const digest_case cases[] = {
       {"SHA-256", {}},
       {"MD5", md5},
-      {"no algorithm (RFC 2617 clients: MD5)", but(&digest_fields::algorithm, "")},
-      {"a username with an escape", but(&digest_fields::user, "ad\\min")},
-      {"quoted qop, opaque and userhash=false", but(&digest_fields::extra, ", qop=\"auth\", opaque=\"x\", userhash=false")},
+      {"no algorithm (RFC 2617 clients: MD5)", {"admin", "admin", ""}},
+      {"a username with an escape", {"ad\\min"}},
+      {"quoted qop, opaque and userhash=false",
+       {"admin", "admin", "SHA-256", "/PSIA/index", ", qop=\"auth\", opaque=\"x\", userhash=false"}},
       {"a wrong password", wrong, 0, ends::unauthorized, true, refused + "wrong password"},
-      {"an unknown user", but(&digest_fields::user, "nobody"), 0, ends::unauthorized, true, "36 refused Digest login from 192.0.2.10 as \"nobody\": unknown user"},
+      {"an unknown user", {"nobody"}, 0, ends::unauthorized, true,
+       "36 refused Digest login from 192.0.2.10 as \"nobody\": unknown user"},
       {"a stale nonce", {}, psia::kNonceLifetimeUs + 1, ends::stale},
       {"a stale nonce, a wrong password", wrong, psia::kNonceLifetimeUs + 1, ends::unauthorized, true, refused + "wrong password"},
       {"a nonce at the end of its life", {}, psia::kNonceLifetimeUs},
       {"a replayed nonce count", {}, 0, ends::unauthorized, false, refused + "nonce count replayed", auth_schemes::digest,
        access_levels::admin_only, "", true},
-      {"another uri", but(&digest_fields::uri, "/PSIA/System/deviceInfo"), 0, ends::unauthorized, false, refused + "uri is not the request's"},
+      {"another uri", {"admin", "admin", "SHA-256", "/PSIA/System/deviceInfo"}, 0, ends::unauthorized, false,
+       refused + "uri is not the request's"},
       {"a forged nonce", forged, 0, ends::unauthorized, false, refused + "nonce not issued here"},
       {"a counted nonce with another MAC", forged, 0, ends::unauthorized, false, refused + "nonce not issued here",
        auth_schemes::digest, access_levels::admin_only, "", true},
-      {"no qop", but(&digest_fields::extra, ""), 0, ends::unauthorized, false, refused + "Digest parameters refused"},
-      {"MD5-sess", but(&digest_fields::algorithm, "MD5-sess"), 0, ends::unauthorized, false, refused + "Digest parameters refused"},
+      {"no qop", {"admin", "admin", "SHA-256", "/PSIA/index", ""}, 0, ends::unauthorized, false,
+       refused + "Digest parameters refused"},
+      {"MD5-sess", {"admin", "admin", "MD5-sess"}, 0, ends::unauthorized, false, refused + "Digest parameters refused"},
       {"Basic in the digest mode", {}, 0, ends::unauthorized, false,
        "36 refused Basic login from 192.0.2.10 as \"admin\": Basic not accepted", auth_schemes::digest,
        access_levels::admin_only, basic_authorization("admin", "admin")},
@@ -176,7 +170,7 @@ TEST(Digest, LoginsStaleNoncesReplaysAndWhatTheGuardCounts) {
       {"an operator, admin-only", operator_account, 0, ends::unauthorized, true,
        "36 refused Digest login from 192.0.2.10 as \"operator\": not an administrator"},
       {"an operator, enforce", operator_account, 0, ends::admitted, false, "", auth_schemes::digest, access_levels::enforce},
-      {"no password, enforce", but(&digest_fields::user, "anonymous", &digest_fields::password, ""), 0, ends::unauthorized, true,
+      {"no password, enforce", {"anonymous", ""}, 0, ends::unauthorized, true,
        "36 refused Digest login from 192.0.2.10 as \"anonymous\": account without a password", auth_schemes::digest,
        access_levels::enforce},
   };
@@ -219,22 +213,20 @@ TEST(Digest, LoginsStaleNoncesReplaysAndWhatTheGuardCounts) {
     use_modes(camera, auth_schemes::digest, access_levels::enforce);
     const std::string kDevice = "/PSIA/System/deviceInfo";
     // clang-format off
-    const struct { std::string user, password, algorithm, uri; bool admitted; std::string sql = ""; /* run first */ } turns[] = {
-        {"admin", "admin", "SHA-256", "/PSIA/index", true}, {"operator", "operator", "SHA-256", kDevice, true},
-        {"admin", "admin", "MD5", "/PSIA/index", true}, {"admin", "admin", "SHA-256", "/PSIA/index", true},
-        {"operator", "admin", "SHA-256", "/PSIA/index", false},
-        {"operator", "admin", "SHA-256", "/PSIA/index", true, "update UserAccount set Password='admin' where UserID='operator'"},
-        {"admin", "admin", "SHA-256", kDevice, false, "update UserAccount set Password='changed' where UserID='admin'"},
-        {"admin", "changed", "SHA-256", kDevice, true}};
+    const struct { digest_fields f; bool admitted; std::string sql = ""; /* run first */ } turns[] = {
+        {{}, true}, {{"operator", "operator", "SHA-256", kDevice}, true}, {md5, true}, {{}, true},
+        {{"operator", "admin"}, false},
+        {{"operator", "admin"}, true, "update UserAccount set Password='admin' where UserID='operator'"},
+        {{"admin", "admin", "SHA-256", kDevice}, false,
+         "update UserAccount set Password='changed' where UserID='admin'"},
+        {{"admin", "changed", "SHA-256", kDevice}, true}};
     // clang-format on
-    for (const auto& t : turns) {
-      SCOPED_TRACE(t.user + ":" + t.password + " " + t.algorithm + " " + t.uri);
-      if (!t.sql.empty()) camera.exec(t.sql);
-      digest_fields f;
-      f.user = t.user, f.password = t.password, f.algorithm = t.algorithm, f.uri = t.uri;
-      const std::string nonce = nonce_of(camera.request(get_as(t.uri, "")));
-      const std::string out = camera.request(get_as(t.uri, digest_authorization(f, nonce)));
-      EXPECT_EQ(out.rfind("Status: 401", 0) != 0, t.admitted) << out;
+    for (const auto& [f, admitted, sql] : turns) {
+      SCOPED_TRACE(f.user + ":" + f.password + " " + f.algorithm + " " + f.uri);
+      if (!sql.empty()) camera.exec(sql);
+      const std::string nonce = nonce_of(camera.request(get_as(f.uri, "")));
+      const std::string out = camera.request(get_as(f.uri, digest_authorization(f, nonce)));
+      EXPECT_EQ(out.rfind("Status: 401", 0) != 0, admitted) << out;
     }
   }
   // The 401 of each mode: Basic's as it was, the Digest challenges strongest first (one nonce for both).
@@ -390,7 +382,7 @@ TEST(Frame, InTheEnforceModeOnlyTheLevelsARuleAllowsChangeTheCamera) {
 }
 
 TEST(Frame, CatalogueDocumentsAndUnreadableBodies) {
-  test_camera camera;
+  test_camera camera("update PTZControl set Enable=5");
   // clang-format off
   const struct { const char *uri, *golden, *type = kXml; } cases[] = {
       {"/PSIA/index", "index.xml"}, {"/PSIA/index.xml", "index.xml"} /* a prefix match */, {"/PSIA/indexr", "indexr.xml"},
@@ -405,10 +397,10 @@ TEST(Frame, CatalogueDocumentsAndUnreadableBodies) {
   // clang-format on
   for (const auto& c : cases) EXPECT_EQ(camera.get(c.uri), document_answer(golden(c.golden), c.type)) << c.uri;
   EXPECT_EQ(camera.send("GET", ""), "");  // no path: no answer at all
-  // Bodies that cannot be read answer Device Error.
-  test_camera schedule;
+  // Bodies that cannot be read answer Device Error. A body and its CONTENT_LENGTH (null: none): none at all, one over
+  // 1 MiB, one shorter than announced.
+  const std::string before = every_row(camera);
   const char* path = "/PSIA/Custom/Event/schedule";
-  // A body and its CONTENT_LENGTH (null: none): none at all, one over 1 MiB, one shorter than announced.
   // clang-format off
   const std::pair<std::string, const char*> bodies[] = {
       {"", nullptr}, {"", "0"}, {"<EventSchedule/>", "999999999999999999999"}, {"<EventSchedule/>", "1048577"},
@@ -419,9 +411,8 @@ TEST(Frame, CatalogueDocumentsAndUnreadableBodies) {
     test_request r{"PUT", path, body};
     r.content_length = length;
     r.no_content_length = length == nullptr && body.empty();
-    EXPECT_EQ(schedule.request(r), status_answer(path, 3)) << (length ? length : body);
+    EXPECT_EQ(camera.request(r), status_answer(path, 3)) << (length ? length : body);
   }
-  EXPECT_EQ(schedule.query("select Week from Event"), "127");  // nothing stored
   // Every body a resource parses: not XML answers 3, another root the resource's own code; nothing changes.
   // clang-format off
   const std::tuple<const char*, const char*, int> parsers[] = {
@@ -442,15 +433,13 @@ TEST(Frame, CatalogueDocumentsAndUnreadableBodies) {
       {"PUT", "/PSIA/Security/AAA/users/guest", 3}, {"PUT", "/PSIA/Security/AAA/users", 3}, {"POST", "/PSIA/Security/AAA/users", 3},
   };
   // clang-format on
-  test_camera parsed("update Spec2 set PTZSupport=2; update PTZControl set Enable=5");
-  const std::string before = every_row(parsed);
   for (const auto& [method, uri, wrong_root] : parsers) {
-    EXPECT_EQ(parsed.send(method, uri, "not <xml"), status_answer(uri, 3)) << method << " " << uri;
-    EXPECT_EQ(parsed.send(method, uri, "<Wrong><id>1</id></Wrong>"), status_answer(uri, wrong_root))
+    EXPECT_EQ(camera.send(method, uri, "not <xml"), status_answer(uri, 3)) << method << " " << uri;
+    EXPECT_EQ(camera.send(method, uri, "<Wrong><id>1</id></Wrong>"), status_answer(uri, wrong_root))
         << method << " " << uri;
   }
-  EXPECT_EQ(parsed.commands(), std::vector<std::string>{});
-  EXPECT_EQ(every_row(parsed), before);
+  EXPECT_EQ(camera.commands(), std::vector<std::string>{});
+  EXPECT_EQ(every_row(camera), before);
 }
 
 TEST(Startup, ADatabaseThatCannotBeOpenedOrStaysLockedStopsTheResponder) {
@@ -485,13 +474,9 @@ TEST(Startup, ADatabaseThatCannotBeOpenedOrStaysLockedStopsTheResponder) {
     psia::runtime_settings settings = camera.ctx().settings;
     psia::request_context ctx(settings, camera.clock());
     std::string errors;
-    std::vector<std::string> syslog;
     ctx.log.set_stream([&](const char* t, size_t n) { errors.append(t, n); });
-    ctx.log.set_syslog([&](int p, const char* line) { syslog.push_back(std::to_string(p) + " " + line); });
     EXPECT_EQ(psia::start_up(ctx), *c.line == '\0');
     EXPECT_EQ(errors, *c.line != '\0' ? c.line + std::string("\n") : "");
-    EXPECT_EQ(syslog, *c.line != '\0' ? std::vector<std::string>{"27 " + std::string(c.line)}  // daemon.err
-                                      : std::vector<std::string>{});
     EXPECT_EQ(camera.clock().now_us, c.waited_us);
     EXPECT_EQ(access(db.c_str(), F_OK) == 0, kind != "missing");  // never created
   }
@@ -636,20 +621,18 @@ TEST(LoginGuard, LocksOutDoublingUpToFifteenMinutes) {
   }
   // Addresses as they are counted: IPv4 alone, IPv6 by the /64, IPv4-mapped as IPv4, anything else by its text.
   // clang-format off
-  const std::pair<const char*, const char*> keys[] = {
+  const std::pair<std::string, std::string> keys[] = {
       {"192.0.2.1", "192.0.2.1"}, {"::ffff:192.0.2.1", "192.0.2.1"}, {"2001:db8:1:2:3:4:5:6", "2001:db8:1:2::/64"},
       {"2001:DB8:1:2::9", "2001:db8:1:2::/64"}, {"fe80::1%eth0", "fe80::/64"}, {"::1", "::/64"},
       {"192.0.2.1.5", "192.0.2.1.5"}, {"", ""}, {"unix:/run/x", "unix:/run/x"},
+      {std::string(60, 'z'), std::string(46, 'z')} /* cut to the key */,
       {"01.2.3.4", "01.2.3.4"} /* not a dotted quad inet_pton takes */};
   // clang-format on
   for (const auto& [address, shown] : keys) {
     char text[64];
-    psia::guard_key_text(psia::guard_key(address), text, sizeof text);
+    psia::guard_key_text(psia::guard_key(address.c_str()), text, sizeof text);
     EXPECT_EQ(std::string(text), shown) << address;
   }
-  char text[64];
-  psia::guard_key_text(psia::guard_key(std::string(60, 'z').c_str()), text, sizeof text);
-  EXPECT_EQ(std::string(text), std::string(46, 'z'));  // cut to the key
 }
 
 // How many wrong passwords are checked in ten minutes, whatever the number of addresses (SECURITY.md's figure): 50
@@ -829,19 +812,16 @@ TEST(Workers, TwoProcessesAreOneCamera) {
   test_camera camera("update Spec2 set PTZSupport=2");
   std::unique_ptr<psia::request_context> other = camera.another_worker();
   const std::string time = "/PSIA/System/time", absolute = "/PSIA/PTZ/channels/0/absolute";
+  const char* position =
+      "<PTZData><azimuth>90</azimuth><elevation>10</elevation><absolutezoom>50</absolutezoom></PTZData>";
+  camera.put(absolute, position);
+  camera.request(*other, {"PUT", absolute, position});  // the position is the camera's: not sent again
+  EXPECT_EQ(camera.commands(),
+            (std::vector<std::string>{"63 frame=E50100CF7F254429682E", "63 frame=E50100CD0005CB83"}));
   const std::string seen = "<localTime>2011-05-12T11:20:30</localTime><timeZone>CET-1</timeZone>";
   EXPECT_EQ(camera.put(time, "<Time><timeMode>NTP</timeMode><timeZone>CET-1</timeZone></Time>"),
             status_answer(time, 1));
   EXPECT_NE(camera.request(*other, {"GET", time}).find(seen), std::string::npos);
-
-  const char* position =
-      "<PTZData><azimuth>90</azimuth><elevation>10</elevation><absolutezoom>50</absolutezoom></PTZData>";
-  size_t before = camera.commands().size();
-  camera.put(absolute, position);
-  camera.request(*other, {"PUT", absolute, position});  // the position is the camera's: not sent again
-  std::vector<std::string> sent = camera.commands();
-  EXPECT_EQ(std::vector<std::string>(sent.begin() + static_cast<long>(before), sent.end()),
-            (std::vector<std::string>{"63 frame=E50100CF7F254429682E", "63 frame=E50100CD0005CB83"}));
 
   const std::string from = "198.51.100.7";
   for (int i = 0; i < 10; ++i) login_from(camera, from, "guess", i % 2 != 0 ? other.get() : nullptr);  // five each
