@@ -34,13 +34,6 @@ std::string time_doc(const char* mode, const char* local, const std::string& zon
 
 void write_file(const std::string& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
 
-// The made identifier of a deviceID element (8-4-4-4 upper-case hex digits, then 12 lower-case), "" without one.
-std::string made_device_id(const std::string& answer) {
-  std::smatch id;
-  const std::regex shape("<deviceID>([0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9a-f]{12})</deviceID>");
-  return std::regex_search(answer, id, shape) ? id[1].str() : "";
-}
-
 const char kNow[] = "2011-05-12T10:20:30";
 const char kCet[] = "CET-1CEST,M3.5.0,M10.5.0/3";  // Europe/Berlin's zone file
 const std::string kSetZone = "update DateTime set TimeZone=";
@@ -74,9 +67,7 @@ TEST(System, TimeAndTimeZone) {
       put(kTime, set_time("<timeZone>EST</timeZone>")).answers(3),
       put(kTime, "<Time/>").after("delete from DateTime").answers(3),
       put(kLocal, "2011-05-06T07:08:09").after("update DateTime set DateTimeSync=1").answers(1),  // ignored under NTP
-      put(kLocal, "2012-11-26T17:38:49").after("update DateTime set DateTimeSync=0").answers(1).sends({kSent + "2012-11-26 17:38:49"}),
       put(kLocal, "2011-05-06T07:08:09").after("delete from DateTime").answers(3),
-      put(kZone, "est5edt").answers(1).sends({"7 zone=\"EST5EDT\""}).leaves(kStoredZone, "EST5EDT"),
       put(kZone, "XYZ4").answers(3).leaves(kStoredZone, "Europe/Berlin"),
   });
   // clang-format on
@@ -219,12 +210,14 @@ TEST(Device, InformationFromItsSourcesAndTheIdentifierMadeOnce) {
   camera.exec("delete from System");
   EXPECT_NE(camera.get(kDevice).find("<firmwareVersion>0.0.0.0</firmwareVersion><firmwareReleasedDate>000000<"),
             std::string::npos);
-  // The identifier is made once, and closes the connection.
+  // The identifier is made once (8-4-4-4 upper-case hex digits, then 12 lower-case), and closes the connection.
+  const std::regex made_id("<deviceID>([0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9a-f]{12})</deviceID>");
   for (const char* stored : {"aaaaaaaaaaaaaaaa", "aaaaaaaaaaaaaaaaXYZ", ""}) {
     test_camera fresh(std::string("update System set uuid='") + stored + "'");
     std::string first = fresh.get(kDevice);
-    const std::string id = made_device_id(first);
-    ASSERT_NE(id, "") << first;
+    std::smatch made;
+    ASSERT_TRUE(std::regex_search(first, made, made_id)) << first;
+    const std::string id = made[1];
     EXPECT_EQ(fresh.query("select uuid from System"), id);
     const std::string factory = fresh.path("/usr/local/korvia/conf/default.db");
     EXPECT_EQ(run_process({"/usr/bin/sqlite3", factory, "select uuid from System"}, {}).out, id + "\n");
