@@ -120,7 +120,6 @@ TEST(Event, TriggerAndItsNotifications) {
   const char* plain = "update Event set RelayID=-1, FTPServerID=-1, SMTPServerID=-1; delete from Sensor";
   // clang-format off
   run_cases({
-      // The trigger with its one stored notification.
       get(kTriggers).answers(xml_answer(psia_element("EventTriggerList", kSeededTrigger))),
       get(kSensor).answers(xml_answer(kSeededTrigger)),
       // No sensor row: the list shows "Sensor-0" with no notifications.

@@ -118,8 +118,7 @@ struct request_case {
   std::vector<std::pair<int, int>> daemon_status;
   std::function<void(test_camera&)> prepare;
 
-  // The camera before the request: SQL on its database, anything else done to it, and the status the daemon answers a
-  // command with.
+  // The camera before the request: SQL on its database, anything else done to it, the status the daemon answers.
   request_case&& after(std::string sql) && { return setup = std::move(sql), std::move(*this); }
   request_case&& with(std::function<void(test_camera&)> f) && { return prepare = std::move(f), std::move(*this); }
   request_case&& daemon(int code, int reply) && { return daemon_status.emplace_back(code, reply), std::move(*this); }

@@ -26,17 +26,13 @@ std::string video(int indent, const char* mode, int b, int c, int h) {
 const char kVideoChannel[] = "/PSIA/System/Video/inputs/channels/1";
 const char kLevels[] = "select Brightness, Contrast, Hue, VideoStandard from VideoChannel";
 
-std::string video_channel(const char* mode, int b, int c, int h) {
-  return xml_answer(psia_element("VideoInputChannel", video(4, mode, b, c, h)));
-}
-
 TEST(Media, VideoInputs) {
   // clang-format off
   run_cases({
       get("/PSIA/System/Video/inputs").answers(document_answer(golden("video_inputs.xml"))),
       get("/PSIA/System/Video/inputs/channels").answers(xml_answer(psia_element("VideoInputChannelList", "    <VideoInputChannel version=\"1.0\">" + video(8, "50hz", 50, 50, 50) + "    </VideoInputChannel>"))),
-      get(kVideoChannel).after("update VideoChannel set VideoStandard=2, Brightness=60, Contrast=40, Hue=30").answers(video_channel("60hz", 60, 40, 30)),
-      get(kVideoChannel).after("delete from VideoChannel").answers(video_channel("50hz", 50, 50, 50)),
+      get(kVideoChannel).after("update VideoChannel set VideoStandard=2, Brightness=60, Contrast=40, Hue=30").answers(xml_answer(psia_element("VideoInputChannel", video(4, "60hz", 60, 40, 30)))),
+      get(kVideoChannel).after("delete from VideoChannel").answers(xml_answer(psia_element("VideoInputChannel", video(4, "50hz", 50, 50, 50)))),
       // The body's id is the row key; a missing level is written as 0.
       put(kVideoChannel, "<videoinputchannel><id>0</id><powerLineFrequencyMode>60hz</powerLineFrequencyMode><brightnessLevel>70</brightnessLevel><hueLevel>20</hueLevel></videoinputchannel>").daemon(2, 3).answers(3).sends({"2 channel=0"}).leaves(kLevels, "70|0|20|1"),
       put(kVideoChannel, "<VideoInputChannel><brightnessLevel>9</brightnessLevel></VideoInputChannel>").answers(1).sends({"2 channel=-1"}).leaves(kLevels, "50|50|50|1"),
@@ -161,8 +157,7 @@ TEST(Media, StreamingChannelUpdates) {
       encoding_update("<maxFrameRate>-150</maxFrameRate>", "1|1|0|1|2048|2|-1|30"),
       encoding_update("<videoResolutionWidth>176</videoResolutionWidth><videoResolutionHeight>288</videoResolutionHeight>", "1|1|2|1|2048|2|15|30"),
       encoding_update("<videoQualityControlType>cbr</videoQualityControlType><constantBitRate>999</constantBitRate><maxFrameRate>50</maxFrameRate>", "1|1|0|0|999|2|0|30"),
-      // The body's id names the stream; the path's does not. Everything the body leaves out is written at its default
-      // (GOP size kept).
+      // The body's id names the stream, not the path's; what it leaves out is written at its default (GOP size kept).
       put(kMaster, "<StreamingChannel><id>2</id></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|15|15").leaves(kAudio, "0|2").leaves("select RTSPPort from Services", "554"),
       put(kMaster, "<StreamingChannel><id>slave-0x</id><enabled>TRUE</enabled><Video><maxFrameRate>500</maxFrameRate></Video></StreamingChannel>").answers(1).sends({"4 master=0", "3 value=0", "46"}).leaves(kStream, "1|0|0|0|4096|3|25|30\n1|1|0|1|2048|2|5|15"),
       audio_update("<enabled>true</enabled><audioCompressionType>G.711alaw</audioCompressionType>", "0|1"),

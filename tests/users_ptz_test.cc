@@ -183,7 +183,6 @@ std::string ptz_status(const std::string& absolute) {
 TEST(Ptz, StatusDecodesThePositionFrame) {
   // clang-format off
   run_cases({
-      // The status decodes the position frame.
       get(kPtzStatus).with(position_frame("FF0100A1004AFF2774044C")).answers(ptz_status("<elevation>0</elevation><azimuth>179</azimuth><absoluteZoom>50</absoluteZoom>")).sends({"65"}),
       get(kPtzStatus).with(position_frame("FF0100A10095FF00000015")).answers(ptz_status("<elevation>-90</elevation><azimuth>360</azimuth><absoluteZoom>0</absoluteZoom>")).sends({"65"}),
       get(kPtzStatus).with(position_frame("FF0100A10000004EE8")).answers(ptz_status("<elevation>90</elevation><azimuth>0</azimuth><absoluteZoom>0</absoluteZoom>")).sends({"65"}),
