@@ -65,7 +65,6 @@ int next_key_pair() {
 
 const char kXml[] = "Content-Type: application/xml\r\n\r\n";
 const char kXmlUtf8[] = "Content-Type: application/xml; charset=\"UTF-8\"\r\n\r\n";
-const std::string kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n";
 
 timeval test_clock::wall_time() {
   return {static_cast<time_t>(wall_start + now_us / 1000000), static_cast<suseconds_t>(now_us % 1000000)};
@@ -245,6 +244,10 @@ void run_cases(const std::vector<request_case>& cases) {
 
 std::string document_answer(const std::string& body, const char* content_type) {
   return "Content-Length: " + std::to_string(body.size()) + "\r\n" + content_type + body;
+}
+
+std::string xml_answer(const std::string& element, const char* type) {
+  return document_answer("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n" + element, type);
 }
 
 std::string status_answer(const std::string& uri, int code) {

@@ -39,15 +39,11 @@ struct test_request {
   bool no_content_length = false;
   std::string remote_addr = "192.0.2.10";  // REMOTE_ADDR
 };
-// A GET with the Authorization header `authorization`.
-inline test_request get_as(const std::string& uri, const std::string& authorization) {
-  return {"GET", uri, "", "", authorization};
-}
+inline test_request get_as(const std::string& uri, const std::string& auth) { return {"GET", uri, "", "", auth}; }
 
 // A file's bytes ("" when it cannot be read).
 std::string file_text(const std::string& path);
 
-// What one process run produced.
 struct process_result {
   std::string out, err;
   int exit_status = -1;  // -1 when it died of a signal
@@ -114,16 +110,18 @@ struct database_lock {
 // One row of a request table: a request to a fresh camera, and everything it must leave behind:
 //   put(uri, body).after(sql).daemon(3, 2).answers(1).sends({"94"}).leaves(query, rows)
 struct request_case {
-  request_case(std::string m, std::string u, std::string b = "")
-      : method(std::move(m)), uri(std::move(u)), body(std::move(b)) {}
+  std::string method, uri, body;
+  std::string setup, query_string, answer;
+  int status = 0;
+  std::vector<std::string> commands, present, missing;
+  std::vector<std::pair<std::string, std::string>> rows;
+  std::vector<std::pair<int, int>> daemon_status;
+  std::function<void(test_camera&)> prepare;
 
-  // The camera before the request: SQL on its database, anything else done to it, and the status the daemon answers a
-  // command with.
+  // The camera before the request: SQL on its database, anything else done to it, the status the daemon answers.
   request_case&& after(std::string sql) && { return setup = std::move(sql), std::move(*this); }
   request_case&& with(std::function<void(test_camera&)> f) && { return prepare = std::move(f), std::move(*this); }
-  request_case&& daemon(int command, int code) && {
-    return daemon_status.emplace_back(command, code), std::move(*this);
-  }
+  request_case&& daemon(int code, int reply) && { return daemon_status.emplace_back(code, reply), std::move(*this); }
   request_case&& query(std::string text) && { return query_string = std::move(text), std::move(*this); }
   // The answer: a ResponseStatus code, the exact bytes, or none at all.
   request_case&& answers(int code) && { return status = code, std::move(*this); }
@@ -134,46 +132,25 @@ struct request_case {
     return present = std::move(parts), missing = std::move(absent), std::move(*this);
   }
   // The commands the daemon got, as test_camera::commands() shows them; none unless given.
-  request_case&& sends(std::vector<std::string> expected) && {
-    return commands = std::move(expected), std::move(*this);
-  }
+  request_case&& sends(std::vector<std::string> sent) && { return commands = std::move(sent), std::move(*this); }
   // A query afterwards and the rows it must give, as test_camera::rows() shows them.
-  request_case&& leaves(std::string sql, std::string expected) && {
-    return rows.emplace_back(sql, expected), std::move(*this);
-  }
-
-  std::string method, uri, body;
-  std::string setup, query_string, answer;
-  int status = 0;
-  std::vector<std::string> commands, present, missing;
-  std::vector<std::pair<std::string, std::string>> rows;
-  std::vector<std::pair<int, int>> daemon_status;
-  std::function<void(test_camera&)> prepare;
+  request_case&& leaves(std::string sql, std::string want) && { return rows.emplace_back(sql, want), std::move(*this); }
 };
-inline request_case get(std::string uri) { return request_case("GET", std::move(uri)); }
-inline request_case put(std::string uri, std::string body = "") {
-  return request_case("PUT", std::move(uri), std::move(body));
-}
-inline request_case post(std::string uri, std::string body = "") {
-  return request_case("POST", std::move(uri), std::move(body));
-}
-inline request_case del(std::string uri) { return request_case("DELETE", std::move(uri)); }
-inline request_case request(std::string method, std::string uri, std::string body) {
-  return request_case(method, uri, body);
-}
+inline request_case get(std::string uri) { return {"GET", std::move(uri)}; }
+inline request_case put(std::string uri, std::string body = "") { return {"PUT", std::move(uri), std::move(body)}; }
+inline request_case post(std::string uri, std::string body = "") { return {"POST", std::move(uri), std::move(body)}; }
+inline request_case del(std::string uri) { return {"DELETE", std::move(uri)}; }
+inline request_case request(std::string method, std::string uri, std::string body) { return {method, uri, body}; }
 // Runs each case on a camera of its own.
 void run_cases(const std::vector<request_case>& cases);
 
 // The exact bytes of a document answer and of a ResponseStatus answer.
-extern const char kXml[];               // "Content-Type: application/xml\r\n\r\n"
-extern const char kXmlUtf8[];           // ... charset="UTF-8" ...
-extern const std::string kDeclaration;  // the GET documents' XML declaration
+extern const char kXml[];      // "Content-Type: application/xml\r\n\r\n"
+extern const char kXmlUtf8[];  // ... charset="UTF-8" ...
 std::string document_answer(const std::string& body, const char* content_type = kXml);
 std::string status_answer(const std::string& uri, int code);
-// document_answer() of the declaration and `element`.
-inline std::string xml_answer(const std::string& element, const char* content_type = kXml) {
-  return document_answer(kDeclaration + element, content_type);
-}
+// document_answer() of the GET documents' XML declaration and `element`.
+std::string xml_answer(const std::string& element, const char* content_type = kXml);
 // `<name version="1.0" xmlns="urn:psialliance-org">inner</name>`
 std::string psia_element(const std::string& name, const std::string& inner);
 // A golden document of tests/golden/ (without its headers).

@@ -11,18 +11,17 @@ ended() {  # ended PID WHAT: the process is gone within 20 s
   for _ in $(seq 200); do kill -0 "$1" 2>/dev/null || { echo "ok: $2"; return 0; }; sleep 0.1; done
   echo "FAIL: $2: the responder still runs 20 s after SIGTERM"; exit 1
 }
-auth="admin:admin"
-curl -s -o /dev/null -u "$auth" "$PSIA_BASE_URL/PSIA/index"
+curl -s -o /dev/null -u admin:admin "$PSIA_BASE_URL/PSIA/index"
 pid=$(responder)
 [ -n "$pid" ] || { echo "FAIL: no responder"; exit 1; }
-curl -s -m 60 -u "$auth" -X PUT "$PSIA_BASE_URL/PSIA/System/factoryReset?mode=basic" > "$PSIA_DEMO_RUN/answer" &
+curl -s -m 60 -u admin:admin -X PUT "$PSIA_BASE_URL/PSIA/System/factoryReset?mode=basic" > "$PSIA_DEMO_RUN/answer" &
 client=$!
 for _ in $(seq 50); do grep -q "command 10" "$PSIA_DEMO_RUN/control.log" 2>/dev/null && break; sleep 0.1; done
 kill -TERM "$pid"
 ended "$pid" "SIGTERM during a wait for the daemon"
 wait "$client" || true
 grep -q "<statusCode>2</statusCode>" "$PSIA_DEMO_RUN/answer" || { echo "FAIL: the request in hand was not answered 2"; cat "$PSIA_DEMO_RUN/answer"; exit 1; }
-curl -s -o /dev/null -u "$auth" "$PSIA_BASE_URL/PSIA/index" || true
+curl -s -o /dev/null -u admin:admin "$PSIA_BASE_URL/PSIA/index" || true
 pid=$(responder)
 [ -n "$pid" ] || { echo "FAIL: no responder after the restart"; exit 1; }
 kill -TERM "$pid"

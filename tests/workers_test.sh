@@ -1,11 +1,8 @@
 #!/usr/bin/env bash
 # Two workers behind lighttpd with the packaged snippet (lighttpd starts their parent, PSIA_WORKERS unset: 2) are one
-# camera: a GET is answered while a PUT waits on a slow daemon, a zone set through one worker is seen through the
-# other, and a killed worker is replaced by one that knows the camera's state (the login guard shared across workers is
-# Workers.TwoProcessesAreOneCamera's).
-# Requests go through lighttpd; one worker is stopped (SIGSTOP) so that the other takes them. Exits 77 (skipped)
-# without lighttpd or curl.
-#   tests/workers_test.sh BUILD_DIR
+# camera: a GET is answered while a PUT waits on a slow daemon, a zone set through one worker (the other stopped) is
+# seen through the other, a killed worker is replaced by one that knows the camera's state, and a parent killed
+# outright takes its workers with it. Exits 77 (skipped) without lighttpd or curl. Usage: tests/workers_test.sh BUILD
 set -uo pipefail
 build=$(cd "$1" && pwd)
 cd "$(dirname "$0")/.."
