@@ -388,6 +388,8 @@ TEST(Injection, HostileCredentialsPathsAndQueriesAdmitNothing) {
     for (const std::string& authorization :
          {basic_authorization(hostile, hostile), basic_authorization("admin", hostile)})
       EXPECT_EQ(camera.request(get_as("/PSIA/index", authorization)).rfind("Status: 401", 0), 0u) << hostile;
+  // A path is echoed as sent, never read as a format.
+  EXPECT_EQ(camera.send("GET", "/PSIA/%n%s%x%s%s%s"), status_answer("/PSIA/%n%s%x%s%s%s", 4));
   for (const char* path :
        {"/PSIA/%n%s%x%s%s%s", "/PSIA/Security/AAA/users/x' or '1'='1", "/PSIA/Custom/Event/triggers/x' or '1'='1",
         "/PSIA/Custom/Event/notification/ftp/x' or '1'='1",
