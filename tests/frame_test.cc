@@ -596,6 +596,14 @@ TEST(LoginGuard, LocksOutDoublingUpToFifteenMinutes) {
   for (int i = 0; i < 256 * 19; ++i) guard.failed(psia::guard_key(std::to_string(i % 256).c_str()), 3000 * kSecond);
   for (int i = 0; i < 10; ++i)
     EXPECT_EQ(guard.failed(psia::guard_key("N"), 3061 * kSecond).lockout_us, i < 9 ? 0 : 60 * kSecond) << i;
+  // Rotating addresses never take a locked one's slot, however many come after it.
+  for (int i = 0; i < 300; ++i) guard.failed(psia::guard_key(("r" + std::to_string(i)).c_str()), 3062 * kSecond);
+  EXPECT_EQ(guard.admit(psia::guard_key("N"), 3062 * kSecond), guard_verdict::locked_out);
+  // A known address failing on while the budget is spent holds unknown ones back a minute at most.
+  psia::login_guard budget(1000, 60, 100);
+  budget.succeeded(psia::guard_key("K"), 0);
+  for (int i = 0; i < 500; ++i) budget.failed(psia::guard_key("K"), 0);
+  EXPECT_EQ(budget.admit(psia::guard_key("U"), 60 * kSecond + 1), guard_verdict::check);
   for (const auto& [attempts, lockout] : std::vector<std::pair<int, int>>{{0, 60}, {10, 0}}) {
     psia::login_guard off(attempts, lockout);
     for (int i = 0; i < 500; ++i) off.failed(psia::guard_key("A"), i);
