@@ -529,8 +529,7 @@ TEST(Executable, ServesOneRequestAsACgiProgram) {
                         "<36>refused Basic login from 198.51.100.7 as \"admin\": wrong password",
                         "<29>PUT from 198.51.100.7 by \"admin\" (level 0, Basic): status 1, path \"" + absolute + "\"",
                         "<27>PSIA: PSIA_LOGIN_ATTEMPTS=\"ten\" is not a setting: it takes a whole number (digits only) "
-                        "from 0 to "
-                        "1000, failed logins before a lock-out; 0 turns the login guard off",
+                        "from 0 to 1000, failed logins before a lock-out; 0 turns the login guard off",
                         "<27>PSIA: DB Open Failed",
                     }));
 
